@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <functional>
+
+namespace quorvi {
+
+/// Time as the protocols see it. The real clock is the PC's; the virtual
+/// clock moves only when waited on or when the port is used, so a whole chip
+/// can be programmed against the simulator in milliseconds.
+class Clock {
+ public:
+  virtual ~Clock() = default;
+
+  /// Nanoseconds since the clock was made; never goes back.
+  virtual int64_t Nanoseconds() = 0;
+  /// Busy-waits `ns` without giving the processor away (short waits).
+  virtual void Spin(int64_t ns) = 0;
+  /// Gives time away for up to `ns` (one slice of a long wait); may return early.
+  virtual void Idle(int64_t ns) = 0;
+  /// Called once per port access; the virtual clock charges its cost.
+  virtual void ChargePortAccess() {}
+
+  /// The millisecond clock of the protocols: wraps at 2^32 like timeGetTime.
+  uint32_t Milliseconds() { return static_cast<uint32_t>(Nanoseconds() / 1'000'000); }
+
+  /// Lets a window stay live during long waits (never called for short ones).
+  void SetEventPump(std::function<void()> pump) { pump_ = std::move(pump); }
+  void PumpEvents() {
+    if (pump_) pump_();
+  }
+
+ private:
+  std::function<void()> pump_;
+};
+
+/// The PC's steady clock: spins on it for short waits, sleeps in slices for long ones.
+class RealClock final : public Clock {
+ public:
+  RealClock();
+  int64_t Nanoseconds() override;
+  void Spin(int64_t ns) override;
+  void Idle(int64_t ns) override;
+
+ private:
+  int64_t origin_;
+};
+
+/// Simulated time: advances only when waited on, plus a fixed cost per port access.
+class VirtualClock final : public Clock {
+ public:
+  /// About what one access to a real parallel port costs.
+  static constexpr int64_t kDefaultPortAccessNs = 1000;
+
+  explicit VirtualClock(int64_t portAccessNs = kDefaultPortAccessNs) : portAccessNs_(portAccessNs) {}
+  int64_t Nanoseconds() override { return now_; }
+  void Spin(int64_t ns) override { Advance(ns); }
+  void Idle(int64_t ns) override { Advance(ns); }
+  void ChargePortAccess() override { Advance(portAccessNs_); }
+
+  void Advance(int64_t ns) {
+    if (ns > 0) now_ += ns;
+  }
+  int64_t portAccessNs() const { return portAccessNs_; }
+
+ private:
+  int64_t now_ = 0;
+  int64_t portAccessNs_;
+};
+
+}  // namespace quorvi

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "hw/delay.h"
+
+#include "hw/clock.h"
+#include "util/arith.h"
+
+namespace quorvi {
+
+int64_t ShortWaitUnits(float ms) {
+  if (!(ms < kLongWaitMs)) return 0;
+  const int64_t tenths = RoundHalfEven(static_cast<double>(ms) * 10.0);
+  return tenths >= 2 ? tenths - 1 : 0;
+}
+
+void DelayMs(Clock& clock, float ms) {
+  if (ms >= kLongWaitMs) {
+    // The fraction is cut off: 20.9 ms waits 20. Capped so the deadline stays comparable.
+    const int64_t whole = ms < 2.0e9F ? static_cast<int64_t>(ms) : int64_t{2'000'000'000};
+    const uint32_t deadline = static_cast<uint32_t>(whole) + clock.Milliseconds();
+    // Compared as a signed difference so a wrap of the 32-bit clock ends no wait early.
+    for (;;) {
+      const int64_t now = clock.Nanoseconds();
+      const auto remainingMs = static_cast<int32_t>(deadline - static_cast<uint32_t>(now / 1'000'000));
+      if (remainingMs <= 0) return;
+      clock.PumpEvents();
+      clock.Idle(int64_t{remainingMs} * 1'000'000 - now % 1'000'000);
+    }
+  }
+  const int64_t units = ShortWaitUnits(ms);
+  if (units > 0) clock.Spin(units * 1'000'000'000 / 12'000);
+}
+
+void DelayUnit(Clock& clock) { clock.Spin(kDelayUnitNs); }
+
+}  // namespace quorvi

@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "hw/port_link.h"
+
+#include <cmath>
+#include <cstdio>
+
+#include "hw/delay.h"
+
+namespace quorvi {
+
+namespace {
+
+// The reset pulse that puts the board's Vdd counter back to mid-scale.
+constexpr float kVddResetPulseMs = 250.0F;
+constexpr int kVddSteps = 256;
+
+}  // namespace
+
+PortLink::PortLink(std::unique_ptr<PortDriver> driver, Clock& clock) : driver_(std::move(driver)), clock_(clock) {}
+
+void PortLink::SetDriver(std::unique_ptr<PortDriver> driver) { driver_ = std::move(driver); }
+
+void PortLink::Write() {
+  driver_->WriteData(outputShadow_);
+  clock_.ChargePortAccess();
+}
+
+void PortLink::Set(uint8_t mask) {
+  outputShadow_ = static_cast<uint8_t>(outputShadow_ | mask);
+  Write();
+}
+
+void PortLink::Clear(uint8_t mask) {
+  outputShadow_ = static_cast<uint8_t>(outputShadow_ & ~mask);
+  Write();
+}
+
+void PortLink::SetDataLine(Flag level) {
+  if (level != 0) {
+    Set(line::kDataOut);
+  } else {
+    Clear(line::kDataOut);
+  }
+}
+
+void PortLink::SetClockLine(Flag level) {
+  if (level == kTrue) {
+    Set(line::kClock);
+  } else {
+    Clear(line::kClock);
+  }
+}
+
+void PortLink::PulseClock() {
+  // No pause between the edges: the clock rate is what two port writes cost.
+  Set(line::kClock);
+  Clear(line::kClock);
+}
+
+void PortLink::SetVdd(std::string_view state) {
+  if (state == "on") {
+    Clear(line::kVdd);
+  } else if (state == "off") {
+    Set(line::kVdd);
+    SetDataLine(kFalse);
+    SetClockLine(kFalse);
+  }
+}
+
+void PortLink::SetVpp(uint8_t mask, Flag on) {
+  if (on == kTrue) {
+    Clear(mask);
+  } else if (on == kFalse) {
+    Set(mask);
+  }
+}
+
+void PortLink::SetVpp1(Flag on) { SetVpp(line::kVpp1, on); }
+void PortLink::SetVpp2(Flag on) { SetVpp(line::kVpp2, on); }
+void PortLink::SetVpp3(Flag on) { SetVpp(line::kVpp3, on); }
+
+void PortLink::SetProgrammingVoltage(Flag on, std::string_view deviceName, int pinCount) {
+  if (on != kTrue) {
+    SetVpp1(kFalse);
+    SetVpp2(kFalse);
+    SetVpp3(kFalse);
+    return;
+  }
+  // The 14000 is a 28-pin part whose MCLR pin sits where only Vpp3 reaches.
+  const bool is14000 = deviceName.substr(0, 5) == "14000";
+  if (!is14000 && (pinCount == 64 || pinCount == 40 || pinCount == 28)) SetVpp2(kTrue);
+  if (pinCount == 18 || pinCount == 14 || pinCount == 8) SetVpp1(kTrue);
+  if (is14000) SetVpp3(kTrue);
+}
+
+int64_t VddStepFor(float volts) { return RoundHalfEven(static_cast<double>(volts) / kVoltsPerVddStep); }
+
+Status PortLink::SetVddLevel(float volts) {
+  if (volts == 5.0F) {
+    Clear(line::kVddStep);
+    vddStep_ = kVddStepMidScale;
+    DelayMs(clock_, kVddResetPulseMs);
+    Set(line::kVddStep);
+    return Status::Ok();
+  }
+  if (!std::isfinite(volts)) return Status::Fail("Vdd level is not a number");
+  const int64_t target = VddStepFor(volts);
+  if (target < 0 || target >= kVddSteps) {
+    char text[96];
+    std::snprintf(text, sizeof text, "Vdd level %.3f V is outside the board's range (0 to %.3f V)",
+                  static_cast<double>(volts), (kVddSteps - 1) * kVoltsPerVddStep);
+    return Status::Fail(text);
+  }
+  // The counter only counts up, so lowering the level wraps through 255 to 0.
+  while (vddStep_ != target) {
+    Clear(line::kVddStep);
+    Set(line::kVddStep);
+    vddStep_ = (vddStep_ + 1) % kVddSteps;
+  }
+  return Status::Ok();
+}
+
+bool PortLink::ReadStatus() {
+  statusByte_ = driver_->ReadStatus();
+  clock_.ChargePortAccess();
+  return (statusByte_ & line::kDataIn) != 0;
+}
+
+int PortLink::ReadDataLine() {
+  SetDataLine(kTrue);
+  SetClockLine(kTrue);
+  const int bit = ReadStatus() ? 1 : 0;
+  SetClockLine(kFalse);
+  SetDataLine(kFalse);
+  return bit;
+}
+
+}  // namespace quorvi

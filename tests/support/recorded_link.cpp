@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "support/recorded_link.h"
+
+namespace quorvi::test {
+
+namespace {
+
+std::unique_ptr<RecordingPort> MakePort(RecordingPort*& out) {
+  auto port = std::make_unique<RecordingPort>();
+  out = port.get();
+  return port;
+}
+
+}  // namespace
+
+RecordedLink::RecordedLink(int64_t portAccessNs) : clock(portAccessNs), port(nullptr), link(MakePort(port), clock) {}
+
+std::vector<uint8_t> RecordedLink::TakeWrites() {
+  std::vector<uint8_t> writes = port->Writes();
+  port->Clear();
+  return writes;
+}
+
+}  // namespace quorvi::test
