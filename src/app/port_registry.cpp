@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/port_registry.h"
+
+#include <array>
+#include <cctype>
+#include <charconv>
+
+#include "hw/port_address.h"
+#include "hw/recording_port.h"
+
+namespace quorvi {
+
+namespace {
+
+constexpr std::string_view kRawPrefix = "raw:";
+
+std::string Lower(std::string_view text) {
+  std::string lower(text);
+  for (char& ch : lower) ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
+  return lower;
+}
+
+bool AcceptsAddress(std::string_view port) { return ParsePortAddress(port).has_value(); }
+
+bool AcceptsDevicePath(std::string_view port) { return port.rfind("/dev/", 0) == 0; }
+
+bool AcceptsRaw(std::string_view port) {
+  return Lower(port.substr(0, kRawPrefix.size())) == kRawPrefix && AcceptsAddress(port.substr(kRawPrefix.size()));
+}
+
+bool AcceptsRecord(std::string_view port) { return Lower(port) == "record"; }
+
+Result<std::unique_ptr<PortDriver>> OpenByAddress(std::string_view port, const PortEnvironment& env) {
+  Result<std::string> device = FindParportByAddress(*ParsePortAddress(port), env.parports);
+  if (!device) return device.status();
+  return OpenPpdevPort(device.value());
+}
+
+Result<std::unique_ptr<PortDriver>> OpenDevicePath(std::string_view port, const PortEnvironment&) {
+  return OpenPpdevPort(std::string(port));
+}
+
+Result<std::unique_ptr<PortDriver>> OpenRaw(std::string_view port, const PortEnvironment& env) {
+  return OpenRawPort(*ParsePortAddress(port.substr(kRawPrefix.size())), *env.privileges);
+}
+
+Result<std::unique_ptr<PortDriver>> OpenRecord(std::string_view, const PortEnvironment&) {
+  return std::unique_ptr<PortDriver>(std::make_unique<RecordingPort>());
+}
+
+constexpr std::array kBackends{
+    PortBackend{"ppdev", "lpt1 | lpt2 | 0xADDR", "parallel port found by its base address, through the Linux ppdev driver",
+                AcceptsAddress, OpenByAddress},
+    PortBackend{"ppdev", "/dev/parportN", "parallel port device file, through the Linux ppdev driver",
+                AcceptsDevicePath, OpenDevicePath},
+    PortBackend{"raw", "raw:lpt1 | raw:lpt2 | raw:0xADDR", "direct port I/O (x86, needs root, drops it afterwards)",
+                AcceptsRaw, OpenRaw},
+    PortBackend{"record", "record", "no hardware: keeps the lines written; the chip's data line reads high",
+                AcceptsRecord, OpenRecord},
+};
+
+}  // namespace
+
+std::optional<long> ParsePortAddress(std::string_view port) {
+  const std::string name = Lower(port);
+  if (name == "lpt1") return kLpt1Address;
+  if (name == "lpt2") return kLpt2Address;
+  if (name.size() <= 2 || name.rfind("0x", 0) != 0) return std::nullopt;
+  long value = 0;
+  const char* end = name.data() + name.size();
+  auto [ptr, ec] = std::from_chars(name.data() + 2, end, value, 16);
+  if (ec != std::errc() || ptr != end) return std::nullopt;
+  return value;
+}
+
+std::span<const PortBackend> PortBackends() { return kBackends; }
+
+Result<std::unique_ptr<PortDriver>> OpenPort(std::string_view port, const PortEnvironment& env) {
+  for (const PortBackend& backend : kBackends) {
+    if (backend.accepts(port)) return backend.open(port, env);
+  }
+  std::string forms;
+  for (const PortBackend& backend : kBackends) forms += (forms.empty() ? "" : ", ") + std::string(backend.usage);
+  return Status::Fail("Unknown port \"" + std::string(port) + "\": use " + forms);
+}
+
+}  // namespace quorvi

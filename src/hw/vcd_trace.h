@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <fstream>
+#include <memory>
+#include <string>
+
+#include "hw/clock.h"
+#include "hw/port_driver.h"
+#include "util/result.h"
+
+namespace quorvi {
+
+/// A port that passes every access on and records the lines in a VCD file
+/// (one wire per line, nanoseconds from the clock) for GTKWave, PulseView or
+/// sigrok-cli. DataIn is known only when the status register is read, so the
+/// trace shows it as of the last read.
+class VcdTracePort final : public PortDriver {
+ public:
+  /// Starts a trace at `path`, replacing any file there.
+  static Result<std::unique_ptr<VcdTracePort>> Open(std::unique_ptr<PortDriver> inner, Clock& clock,
+                                                    const std::string& path);
+  ~VcdTracePort() override;
+
+  void WriteData(uint8_t value) override;
+  uint8_t ReadStatus() override;
+  std::string Describe() const override;
+
+  /// Flushes and closes the file; later accesses still reach the port.
+  void Close();
+  PortDriver& inner() { return *inner_; }
+
+ private:
+  VcdTracePort(std::unique_ptr<PortDriver> inner, Clock& clock, std::ofstream file, std::string path);
+  void Emit(uint8_t data, bool dataIn);
+
+  std::unique_ptr<PortDriver> inner_;
+  Clock& clock_;
+  std::ofstream file_;
+  std::string path_;
+  bool started_ = false;
+  int64_t lastTime_ = -1;
+  uint8_t data_ = 0;
+  bool dataIn_ = true;  // the board's pull-up until the first read says otherwise
+};
+
+}  // namespace quorvi
