@@ -1,0 +1,39 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+# make run    installs what is missing, builds, runs the main job
+# make test   installs, builds, runs every test (then again under ASan/UBSan)
+# make bench  builds and runs the benchmarks (JSON in build/bench.json)
+
+BUILD      ?= build
+ASAN_BUILD ?= build-asan
+GENERATOR  := $(shell command -v ninja >/dev/null 2>&1 && echo Ninja || echo "Unix Makefiles")
+JOBS       ?= $(shell nproc)
+CLI        := $(BUILD)/src/cli/quorvi2-cli
+
+.PHONY: all deps build build-asan test test-asan run bench clean
+
+all: build
+
+deps:
+	@scripts/install-deps
+
+build: deps
+	cmake -S . -B $(BUILD) -G "$(GENERATOR)" -DCMAKE_BUILD_TYPE=RelWithDebInfo
+	cmake --build $(BUILD) -j $(JOBS)
+
+build-asan: deps
+	cmake -S . -B $(ASAN_BUILD) -G "$(GENERATOR)" -DCMAKE_BUILD_TYPE=Debug -DQUORVI_SANITIZE=ON
+	cmake --build $(ASAN_BUILD) -j $(JOBS)
+
+test: build build-asan
+	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
+	ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+	  ctest --test-dir $(ASAN_BUILD) --output-on-failure -j $(JOBS)
+
+run: build
+	$(CLI) --port record --clock virtual --trace $(BUILD)/run-trace.vcd power-cycle --device 16F84 --pins 18
+
+bench: build
+	$(BUILD)/bench/quorvi_bench --benchmark_out=$(BUILD)/bench.json --benchmark_out_format=json
+
+clean:
+	rm -rf $(BUILD) $(ASAN_BUILD)
