@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Choosing a device: its record, the shape of the window for it, and the
+// blank image. The window applies the description; every rule is here.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "device/catalogue.h"
+#include "device/device_descriptor.h"
+#include "device/fuses.h"
+#include "image/memory_image.h"
+#include "util/message.h"
+#include "util/result.h"
+
+namespace quorvi {
+
+inline constexpr const char* kFutureProductText = "Future product, not implemented yet";
+
+/// A fuse frame: shown at `top`, or hidden.
+struct FrameLayout {
+  std::string name;
+  bool visible = false;
+  int top = 0;  // only meaningful when visible
+  bool operator==(const FrameLayout&) const = default;
+};
+
+/// What the window shows for the selected device. Optional fields are left
+/// as they were when empty.
+struct SelectionView {
+  std::string deviceName;
+  int32_t blankWord = 0x3FFF;
+  std::optional<VddCaptions> vddCaptions;  // panelMin / panelMax
+
+  bool frame18Visible = false;
+  bool mnuSQTPEnabled = true;
+  bool mnuSQTPUnchecked = false;  // serial EEPROMs take the check mark off
+  bool txtFusesVisible = true;
+  bool chkTurboVisible = true;
+  bool chkEraseVisible = false;
+  bool cmdHex16to8Visible = false;
+  bool cmdFillVisible = false;
+  bool calibrationMenusEnabled = false;  // mnuLoadCal, mnuSaveCal
+  std::optional<UserMessage> message;
+  bool frameIDVisible = false;
+  bool frameOSC1Visible = false;
+  std::optional<OptionList> oscillatorList;   // cmbOSC
+  std::optional<std::string> calibrationText;  // txtCal shown with this text
+  bool dataListVisible = false;                // MList2 and opEEdata
+  std::vector<FrameLayout> frames;
+  std::optional<OptionList> writeProtectionList;  // cmbWRT
+  bool chkTestBlankVisible = true;
+  bool cmdWriteFuseVisible = true;
+  ConfigDisplay config;
+  /// The socket picture to show; "" clears it.
+  std::optional<std::string> socketPicture;
+};
+
+/// Selects device `name` from the catalogue at `cataloguePath`: fills
+/// `device`, blanks `image` unless `keepImage`, and describes the window.
+/// On failure `device` and `image` are left as they were.
+Result<SelectionView> SelectDevice(const std::string& cataloguePath, std::string_view name, DeviceDescriptor& device,
+                                   MemoryImage& image, bool keepImage);
+
+/// The list entry to preselect when the device list opens: the first entry
+/// after index 0 whose trimmed text is `current`; index 0 is never examined.
+std::optional<int> DeviceListIndex(const std::vector<std::string>& entries, std::string_view current);
+
+/// Blanks the image for `device` as a selection does.
+void ResetImageForDevice(const DeviceDescriptor& device, int32_t blankWord, MemoryImage& image);
+
+}  // namespace quorvi

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <string>
+
+namespace quorvi {
+
+enum class MessageIcon { kInformation, kExclamation, kCritical, kQuestion };
+
+/// A message box as the core asks for it; the front end shows it.
+struct UserMessage {
+  std::string text;
+  std::string title;
+  MessageIcon icon = MessageIcon::kInformation;
+  bool operator==(const UserMessage&) const = default;
+};
+
+/// The titles of the program's message boxes.
+namespace title {
+inline constexpr const char* kQuorviError = "Quorvi error";
+inline constexpr const char* kQuorvi2Error = "Quorvi 2 error";
+inline constexpr const char* kQuorvi2 = "Quorvi 2";
+inline constexpr const char* kQuorvi2Alert = "Quorvi 2 Alert";
+}  // namespace title
+
+}  // namespace quorvi
