@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "device/catalogue.h"
 
-#include <algorithm>
 #include <cctype>
-#include <fstream>
-#include <sstream>
 
+#include "util/input_fields.h"
 #include "util/vb_val.h"
 
 namespace quorvi {
@@ -16,14 +14,8 @@ namespace {
 constexpr size_t kShortLineLength = 78;
 
 Result<std::vector<std::string>> ReadLines(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) return Status::Fail("Cannot open the device catalogue " + path);
   std::vector<std::string> lines;
-  std::string line;
-  while (std::getline(file, line)) {
-    if (!line.empty() && line.back() == '\r') line.pop_back();
-    lines.push_back(line);
-  }
+  if (!ReadTextLines(path, lines)) return Status::Fail("Cannot open the device catalogue " + path);
   return lines;
 }
 
@@ -150,34 +142,7 @@ Status LoadFuseMap(const std::string& path, int number, DeviceDescriptor& device
 Result<std::vector<std::string>> FillDeviceList(const std::string& path, DeviceDescriptor& device) {
   Result<std::vector<std::string>> lines = ReadLines(path);
   if (!lines) return lines.status();
-  // The list reads comma- or line-delimited fields, leading blanks skipped;
-  // a field in double quotes runs to the closing quote.
-  struct Field {
-    std::string text;
-    size_t line;
-  };
-  std::vector<Field> fields;
-  for (size_t i = 0; i < lines.value().size(); ++i) {
-    const std::string& line = lines.value()[i];
-    size_t pos = 0;
-    do {
-      while (pos < line.size() && (line[pos] == ' ' || line[pos] == '\t')) ++pos;
-      std::string text;
-      if (pos < line.size() && line[pos] == '"') {
-        const size_t close = line.find('"', pos + 1);
-        text = line.substr(pos + 1, close == std::string::npos ? std::string::npos : close - pos - 1);
-        pos = close == std::string::npos ? line.size() : close + 1;
-        pos = std::min(line.find(',', pos), line.size());
-      } else {
-        const size_t comma = std::min(line.find(',', pos), line.size());
-        text = line.substr(pos, comma - pos);
-        pos = comma;
-      }
-      fields.push_back({text, i});
-      ++pos;  // past the comma, or past the end of the line
-    } while (pos <= line.size());
-  }
-
+  const std::vector<InputField> fields = SplitInputFields(lines.value());
   // The end is tested only after a device line: anything after the last one,
   // even an empty line, runs past the end.
   std::vector<std::string> names;
@@ -191,7 +156,7 @@ Result<std::vector<std::string>> FillDeviceList(const std::string& path, DeviceD
       return Status::Fail(path + ": the catalogue must end with a device line (line " +
                           std::to_string(lines.value().size()) + " is not one)");
     }
-    const Field& field = fields[next++];
+    const InputField& field = fields[next++];
     const size_t blank = field.text.find(' ');
     if (blank == std::string::npos || blank < 3) {
       return LineError(path, field.line, "a device line needs a blank after the device name");

@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/settings.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <vector>
+
+#include "util/atomic_file.h"
+#include "util/input_fields.h"
+#include "util/vb_val.h"
+
+namespace quorvi {
+
+namespace {
+
+constexpr long kLpt1 = 0x378;
+constexpr long kLpt2 = 0x278;
+
+std::string LastFour(const std::string& text) { return text.size() <= 4 ? text : text.substr(text.size() - 4); }
+
+long HexAddress(const std::string& text) { return static_cast<long>(HexVal(text)); }
+
+std::string HexText(long value) { return VbHex(static_cast<int32_t>(value)); }
+
+}  // namespace
+
+std::string NumberText(float value) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.7g", static_cast<double>(value));
+  return text;
+}
+
+Result<Settings> LoadSettings(const std::string& path, const std::string& defaultWorkingDirectory) {
+  Settings settings;
+  settings.workingDirectory = defaultWorkingDirectory;
+  std::vector<std::string> lines;
+  if (!std::filesystem::exists(path) || !ReadTextLines(path, lines)) {
+    if (Status created = WriteFileAtomically(path, "LPT1\r\nPROT\r\n16F84\r\n"); !created) return created;
+    return settings;
+  }
+  const std::vector<InputField> fields = SplitInputFields(lines);
+  auto field = [&](size_t index) -> const std::string* {
+    return index < fields.size() ? &fields[index].text : nullptr;
+  };
+
+  // Every port form carries the custom address in its last four characters.
+  if (const std::string* port = field(0)) {
+    const std::string kind = port->substr(0, 4);
+    if (kind == "LPT1" || kind == "LPT2" || kind == "LPT ") {
+      settings.customPort = HexAddress(LastFour(*port));
+      if (kind == "LPT1") {
+        settings.port = kLpt1;
+        settings.portEntry = PortEntry::kLpt1;
+      } else if (kind == "LPT2") {
+        settings.port = kLpt2;
+        settings.portEntry = PortEntry::kLpt2;
+      } else {
+        settings.port = settings.customPort;
+        settings.portEntry = PortEntry::kCustom;
+      }
+    }
+  }
+  if (const std::string* mode = field(1)) settings.mode = *mode;
+  if (const std::string* device = field(2); device && !device->empty()) settings.deviceName = *device;
+  if (const std::string* directory = field(3); directory && !directory->empty()) {
+    settings.workingDirectory = *directory;
+  }
+  return settings;
+}
+
+std::string SettingsText(const Settings& settings, SettingsExtent extent, float vddMin, float vddMax) {
+  const std::string custom = LastFour(HexText(settings.customPort));
+  std::string text;
+  // One port line for each form that is true: a custom address of 378h gives two.
+  if (settings.port == kLpt1) text += "LPT1" + custom + "\r\n";
+  if (settings.port == kLpt2) text += "LPT2" + custom + "\r\n";
+  if (settings.port == settings.customPort) text += "LPT " + custom + "\r\n";
+  text += settings.mode + "\r\n";
+  text += settings.deviceName + "\r\n";
+  if (extent == SettingsExtent::kThroughWorkingDirectory) text += settings.workingDirectory + "\r\n";
+  if (extent == SettingsExtent::kThroughVddMargins) text += NumberText(vddMin) + "\r\n" + NumberText(vddMax) + "\r\n";
+  return text;
+}
+
+Status WriteSettings(const std::string& path, const Settings& settings, SettingsExtent extent, float vddMin,
+                     float vddMax) {
+  return WriteFileAtomically(path, SettingsText(settings, extent, vddMin, vddMax));
+}
+
+}  // namespace quorvi

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "util/input_fields.h"
+
+#include <algorithm>
+#include <fstream>
+
+namespace quorvi {
+
+std::vector<InputField> SplitInputFields(const std::vector<std::string>& lines) {
+  std::vector<InputField> fields;
+  for (size_t i = 0; i < lines.size(); ++i) {
+    const std::string& line = lines[i];
+    size_t pos = 0;
+    do {
+      while (pos < line.size() && (line[pos] == ' ' || line[pos] == '\t')) ++pos;
+      std::string text;
+      if (pos < line.size() && line[pos] == '"') {
+        const size_t close = line.find('"', pos + 1);
+        text = line.substr(pos + 1, close == std::string::npos ? std::string::npos : close - pos - 1);
+        pos = close == std::string::npos ? line.size() : close + 1;
+        pos = std::min(line.find(',', pos), line.size());
+      } else {
+        const size_t comma = std::min(line.find(',', pos), line.size());
+        text = line.substr(pos, comma - pos);
+        pos = comma;
+      }
+      fields.push_back({text, i});
+      ++pos;  // past the comma, or past the end of the line
+    } while (pos <= line.size());
+  }
+  return fields;
+}
+
+bool ReadTextLines(const std::string& path, std::vector<std::string>& lines) {
+  std::ifstream file(path, std::ios::binary);
+  if (!file) return false;
+  lines.clear();
+  std::string line;
+  while (std::getline(file, line)) {
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    lines.push_back(line);
+  }
+  return true;
+}
+
+}  // namespace quorvi

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace quorvi {
+
+/// One field of a text read the old comma- or line-delimited way.
+struct InputField {
+  std::string text;
+  size_t line;  // 0-based
+};
+
+/// Splits lines into fields at commas and line ends, leading blanks skipped;
+/// a field that opens with a double quote runs to the closing quote.
+std::vector<InputField> SplitInputFields(const std::vector<std::string>& lines);
+
+/// The lines of a text file without their CR LF or LF; nothing when it cannot be read.
+bool ReadTextLines(const std::string& path, std::vector<std::string>& lines);
+
+}  // namespace quorvi
