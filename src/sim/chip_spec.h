@@ -60,6 +60,8 @@ struct ChipSpec {
   int calibrationLast = -1;
   int bandgapMask = 0;        // factory bits of the configuration word
   Entry entry = Entry::kVddFirst;
+  // How soon after Vdd a quick entry must raise Vpp: about when a part with
+  // its internal oscillator and MCLR as an input starts running its own code.
   int vppWindowUs = 0;
   // Flash behaviour.
   BeginMode begin = BeginMode::kEraseProgramInternal;

@@ -113,37 +113,31 @@ void SerialPicChip::RisingEdge(int64_t nowNs) {
 
 void SerialPicChip::FallingEdge(bool data, int64_t nowNs) {
   switch (phase_) {
-    case Phase::kCommand:
+    case Phase::kCommand: {
       if (data) code_ |= 1 << bitCount_;
       if (++bitCount_ < kCommandBits) return;
+      const int command = code_;
       bitCount_ = 0;
-      {
-        const int code = code_;
-        code_ = 0;
-        clocksInFrame_ = 0;
-        word_ = 0;
-        if (IsLoad(code)) {
-          phase_ = Phase::kLoad;
-          Command(code, nowNs);  // a load is a command too: it ends an open cycle
-        } else if (IsRead(code)) {
-          Command(code, nowNs);
-          readWord_ = Read(code);
-          phase_ = Phase::kRead;
-        } else {
-          Command(code, nowNs);
-        }
-        // Remember the load's code for the end of its frame.
-        if (phase_ == Phase::kLoad) code_ = code;
+      code_ = 0;
+      clocksInFrame_ = 0;
+      word_ = 0;
+      // Loads and reads are commands too: they end whatever cycle is open.
+      Command(command, nowNs);
+      if (IsLoad(command)) {
+        loadCode_ = command;
+        phase_ = Phase::kLoad;
+      } else if (IsRead(command)) {
+        readWord_ = Read(command);
+        phase_ = Phase::kRead;
       }
       return;
+    }
     case Phase::kLoad:
       ++clocksInFrame_;
       if (clocksInFrame_ >= 2 && clocksInFrame_ <= 15 && data) word_ |= 1 << (clocksInFrame_ - 2);
       if (clocksInFrame_ == kFrameClocks) {
-        const int code = code_;
-        code_ = 0;
         phase_ = Phase::kCommand;
-        Load(code, word_, nowNs);
+        Load(loadCode_, word_, nowNs);
       }
       return;
     case Phase::kRead:

@@ -79,7 +79,7 @@ class SerialPicChip : public ChipModel {
   bool powered_ = false;
   bool vpp_ = false;
   bool clock_ = false;
-  bool entryDecided_ = false;
+  bool entryDecided_ = false;  // until Vdd or Vpp drops again
   bool vppRoseWhilePowered_ = false;
   int64_t poweredSinceNs_ = 0;
   int64_t vppSinceNs_ = 0;
@@ -89,6 +89,7 @@ class SerialPicChip : public ChipModel {
   Phase phase_ = Phase::kCommand;
   int bitCount_ = 0;
   int code_ = 0;
+  int loadCode_ = 0;
   int word_ = 0;
   int clocksInFrame_ = 0;
   std::optional<int> readWord_;
