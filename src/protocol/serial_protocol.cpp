@@ -1,0 +1,263 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "protocol/serial_protocol.h"
+
+#include <utility>
+
+#include "hw/delay.h"
+
+namespace quorvi {
+
+namespace {
+
+constexpr int kWordBits = 14;
+constexpr int kCommandBits = 6;
+constexpr int kWordMask = 0x3FFF;
+constexpr int kTopBit = 0x2000;
+constexpr float kLoadProgramSettleMs = 1.0F;
+constexpr float kSupplySettleMs = 100.0F;
+constexpr int kIncrementsToConfigWord = 7;
+
+bool StartsWith(std::string_view text, std::string_view prefix) { return text.substr(0, prefix.size()) == prefix; }
+
+}  // namespace
+
+std::string ToBitText(int value) {
+  std::string text(kWordBits, '0');
+  for (int bit = 0; bit < kWordBits; ++bit) {
+    if ((value >> bit) & 1) text[static_cast<size_t>(kWordBits - 1 - bit)] = '1';
+  }
+  return text;
+}
+
+int CommandCodeFromText(std::string_view text) {
+  int value = 0;
+  for (const char digit : text) value = value * 2 + (digit == '1' ? 1 : 0);
+  return value;
+}
+
+CheckBits CheckBitsFor(int word) {
+  int odd = 0;
+  int even = 0;
+  for (int bit = 0; bit < kWordBits; ++bit) {
+    if (((word >> bit) & 1) == 0) continue;
+    if (bit % 2 == 1) {
+      ++odd;
+    } else {
+      ++even;
+    }
+  }
+  return {.first = odd % 2 == 1, .second = even % 2 == 0};
+}
+
+SerialProtocol::SerialProtocol(PortLink& link, ProtocolTarget target) : link_(link), target_(std::move(target)) {}
+
+void SerialProtocol::Wait(float ms) { DelayMs(link_.clock(), ms); }
+
+void SerialProtocol::SendBit(bool bit) {
+  link_.SetDataLine(bit ? kTrue : kFalse);
+  link_.PulseClock();
+}
+
+void SerialProtocol::SendBits(int value, int count) {
+  // Taken from the bit text from its last character backwards: LSB first.
+  const std::string text = ToBitText(value);
+  for (int i = 0; i < count; ++i) SendBit(text[static_cast<size_t>(kWordBits - 1 - i)] == '1');
+}
+
+void SerialProtocol::SendCommand(int code) { SendBits(code, kCommandBits); }
+
+void SerialProtocol::SendCommandForRead(int code) {
+  SendCommand(code);
+  link_.SetDataLine(kTrue);
+}
+
+void SerialProtocol::SendWord16(uint32_t value) {
+  for (int bit = 0; bit < 16; ++bit) SendBit(((value >> bit) & 1U) != 0);
+  link_.SetDataLine(kFalse);
+}
+
+void SerialProtocol::SendDataFrame(int word, bool withCheckBits) {
+  SendBit(false);  // start bit
+  if (withCheckBits && target_.pairFlag) {
+    const CheckBits check = CheckBitsFor(word & kWordMask);
+    SendBit(check.first);
+    SendBit(check.second);
+  }
+  SendBits(word & kWordMask, kWordBits);
+  SendBit(false);  // stop bit
+  link_.SetDataLine(kFalse);
+}
+
+void SerialProtocol::LoadConfiguration(int word) {
+  SendCommand(cmd::kLoadConfiguration);
+  DelayUnit(link_.clock());
+  SendDataFrame(word, true);
+}
+
+void SerialProtocol::LoadProgramData(int word) {
+  SendCommand(cmd::kLoadDataProgram);
+  Wait(kLoadProgramSettleMs);
+  SendDataFrame(word, true);
+  DelayUnit(link_.clock());
+}
+
+void SerialProtocol::LoadDataMemory(int value) {
+  SendCommand(cmd::kLoadDataData);
+  DelayUnit(link_.clock());
+  SendDataFrame(value, false);
+}
+
+int SerialProtocol::ReadFrame() {
+  link_.SetDataLine(kTrue);  // releases the line for the chip
+  if (target_.family == 4) DelayUnit(link_.clock());
+  link_.PulseClock();  // start bit
+  if (target_.pairFlag) {
+    link_.PulseClock();  // check bits: the chip's, not ours to keep
+    link_.PulseClock();
+  }
+  int word = 0;
+  for (int i = 0; i < kWordBits; ++i) {
+    link_.PulseClock();
+    const bool high = link_.ReadStatus();
+    word >>= 1;
+    if (high) word += kTopBit;
+  }
+  link_.PulseClock();  // stop bit
+  link_.SetDataLine(kFalse);
+  return word;
+}
+
+int SerialProtocol::ReadProgramWord() {
+  SendCommand(cmd::kReadDataProgram);
+  return ReadFrame();
+}
+
+int SerialProtocol::ReadDataMemory() {
+  SendCommand(cmd::kReadDataData);
+  return ReadFrame();
+}
+
+void SerialProtocol::IncrementAddress() { SendCommand(cmd::kIncrementAddress); }
+
+void SerialProtocol::BeginProgramming() {
+  SendCommand(cmd::kBeginProgramming);
+  link_.SetDataLine(kFalse);
+}
+
+void SerialProtocol::EndProgramming() {
+  SendCommand(cmd::kEndProgramming);
+  link_.SetDataLine(kFalse);
+}
+
+void SerialProtocol::EnterProgrammingMode(float offMs) {
+  link_.SetProgrammingVoltage(kFalse, target_.name, target_.pinCount);
+  link_.SetVdd("off");
+  if (offMs > 0.0F) Wait(offMs);
+  link_.SetVdd("on");
+  // Parts that may run their own code at power-up must see Vpp at once.
+  if (!StartsWith(target_.name, "16F81") && !StartsWith(target_.name, "16C55") && target_.pinCount == 18) {
+    Wait(kSupplySettleMs);
+  }
+  link_.SetProgrammingVoltage(kTrue, target_.name, target_.pinCount);
+  Wait(kSupplySettleMs);
+}
+
+void SerialProtocol::LeaveProgrammingMode() {
+  link_.SetProgrammingVoltage(kFalse, target_.name, target_.pinCount);
+  link_.SetVdd("off");
+}
+
+void SerialProtocol::CodeProtectEraseConfigPath() {
+  LoadConfiguration(kWordMask);
+  for (int i = 0; i < kIncrementsToConfigWord; ++i) IncrementAddress();
+  SendCommand(cmd::kEraseSetup1);
+  SendCommand(cmd::kEraseSetup2);
+  SendCommand(cmd::kBeginProgramming);
+  Wait(15.0F);
+  SendCommand(cmd::kEraseSetup1);
+  SendCommand(cmd::kEraseSetup2);
+}
+
+void SerialProtocol::CodeProtectEraseProgramPath() {
+  const auto eraseStep = [this] {
+    LoadProgramData(kWordMask);
+    SendCommand(cmd::kEraseSetup1);
+    SendCommand(cmd::kEraseSetup2);
+    BeginProgramming();
+    Wait(10.0F);
+    SendCommand(cmd::kEraseSetup1);
+    SendCommand(cmd::kEraseSetup2);
+  };
+  const auto cycleVpp1 = [this] {
+    link_.SetVpp1(kFalse);
+    Wait(100.0F);
+    link_.SetVpp1(kTrue);
+    Wait(100.0F);
+  };
+  eraseStep();
+  cycleVpp1();
+  eraseStep();
+  LoadDataMemory(0xFF);
+  BeginProgramming();
+  Wait(10.0F);
+  ReadDataMemory();
+  IncrementAddress();
+  cycleVpp1();
+  link_.SetDataLine(kFalse);
+}
+
+void SerialProtocol::CodeProtectBulkEraseA() {
+  LoadConfiguration(kWordMask);
+  for (int i = 0; i < kIncrementsToConfigWord; ++i) IncrementAddress();
+  SendCommand(cmd::kEraseSetup1);
+  SendCommand(cmd::kEraseSetup2);
+  BeginProgramming();
+  Wait(12.0F);
+  SendCommand(cmd::kEraseSetup1);
+  SendCommand(cmd::kEraseSetup2);
+  EnterProgrammingMode();
+  LoadDataMemory(kWordMask);
+  SendCommand(cmd::kBulkEraseData);
+  BeginProgramming();
+  Wait(10.0F);
+  LoadDataMemory(kWordMask);
+  SendCommand(cmd::kEraseSetup1);
+  SendCommand(cmd::kEraseSetup2);
+  BeginProgramming();
+  Wait(10.0F);
+  EnterProgrammingMode();
+  LoadProgramData(kWordMask);
+  // Begin Programming on both sides of the bulk erase, as the sequence has always been.
+  BeginProgramming();
+  SendCommand(cmd::kBulkEraseProgram);
+  BeginProgramming();
+  Wait(10.0F);
+}
+
+void SerialProtocol::CodeProtectBulkEraseB() {
+  LoadConfiguration(kWordMask);
+  for (int i = 0; i < kIncrementsToConfigWord; ++i) IncrementAddress();
+  LoadProgramData(kWordMask);
+  SendCommand(cmd::kEraseSetup1);
+  SendCommand(cmd::kEraseSetup2);
+  SendCommand(cmd::kBeginProgramming);
+  Wait(12.0F);
+  LoadConfiguration(kWordMask);
+  for (int i = 0; i < kIncrementsToConfigWord; ++i) IncrementAddress();
+  SendCommand(cmd::kEraseSetup1);
+  SendCommand(cmd::kEraseSetup2);
+  Wait(15.0F);
+  EnterProgrammingMode(kEntryOffLongMs);
+  LoadProgramData(kWordMask);
+  SendCommand(cmd::kBulkEraseData);
+  BeginProgramming();
+  Wait(10.0F);
+  EnterProgrammingMode(kEntryOffNone);
+  LoadProgramData(kWordMask);
+  BeginProgramming();
+  SendCommand(cmd::kBulkEraseProgram);
+  BeginProgramming();
+  Wait(10.0F);
+}
+
+}  // namespace quorvi

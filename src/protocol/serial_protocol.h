@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The 12/14-bit core serial programming commands, bit by bit on the lines.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "hw/port_link.h"
+
+namespace quorvi {
+
+/// The six-bit command codes (sent LSB first).
+namespace cmd {
+inline constexpr int kLoadConfiguration = 0;     // 000000
+inline constexpr int kEraseSetup1 = 1;           // 000001
+inline constexpr int kLoadDataProgram = 2;       // 000010
+inline constexpr int kLoadDataData = 3;          // 000011
+inline constexpr int kReadDataProgram = 4;       // 000100
+inline constexpr int kReadDataData = 5;          // 000101
+inline constexpr int kIncrementAddress = 6;      // 000110
+inline constexpr int kEraseSetup2 = 7;           // 000111
+inline constexpr int kBeginProgramming = 8;      // 001000
+inline constexpr int kBulkEraseProgram = 9;      // 001001
+inline constexpr int kBulkEraseData = 11;        // 001011
+inline constexpr int kEndProgramming = 14;       // 001110
+inline constexpr int kEndProgramming2 = 23;      // 010111
+inline constexpr int kBeginProgrammingOnly = 24; // 011000
+inline constexpr int kChipErase = 31;            // 011111
+}  // namespace cmd
+
+/// What the command layer needs to know about the selected device.
+struct ProtocolTarget {
+  std::string name;  // as shown in panelDevice; prefix tests look at it
+  int family = 0;    // 4 = 12-bit core
+  bool pairFlag = false;
+  int pinCount = 0;
+};
+
+/// 14 characters of "1"/"0", bit 13 first.
+std::string ToBitText(int value);
+/// "001000" -> 8: each digit weighted by 2 to its distance from the right end.
+int CommandCodeFromText(std::string_view text);
+/// The two check bits a pairFlag device expects before bit 0 of a word.
+struct CheckBits {
+  bool first;   // odd count of 1s among bits 13, 11, ..., 1
+  bool second;  // even count of 1s among bits 12, 10, ..., 0
+};
+CheckBits CheckBitsFor(int word);
+
+/// Serial programming of 12- and 14-bit core parts over a PortLink. Keeps no
+/// state of its own: the address counter lives in the chip.
+class SerialProtocol {
+ public:
+  /// Supply-off waits of the mode entry: the usual one, the long one of an
+  /// erase sequence, and none.
+  static constexpr float kEntryOffMs = 100.0F;
+  static constexpr float kEntryOffLongMs = 250.0F;
+  static constexpr float kEntryOffNone = 0.0F;
+
+  SerialProtocol(PortLink& link, ProtocolTarget target);
+
+  const ProtocolTarget& target() const { return target_; }
+  PortLink& link() { return link_; }
+
+  void SendCommand(int code);
+  void SendCommandForRead(int code);
+  void SendWord16(uint32_t value);
+  void LoadConfiguration(int word);
+  void LoadProgramData(int word);
+  void LoadDataMemory(int value);
+  int ReadProgramWord();
+  int ReadDataMemory();
+  void IncrementAddress();
+  void BeginProgramming();
+  void EndProgramming();
+  /// Supplies off, wait `offMs`, Vdd on, the 18-pin settle wait, Vpp on, 100 ms.
+  void EnterProgrammingMode(float offMs = kEntryOffMs);
+  void LeaveProgrammingMode();
+
+  /// Erases a code-protected part through the configuration word.
+  void CodeProtectEraseConfigPath();
+  /// Erases a code-protected part through program memory; Vpp on switch 1.
+  void CodeProtectEraseProgramPath();
+  /// Code-protect erase followed by bulk erases of data and program memory.
+  void CodeProtectBulkEraseA();
+  void CodeProtectBulkEraseB();
+
+ private:
+  void SendBit(bool bit);
+  void SendBits(int value, int count);
+  void SendDataFrame(int word, bool withCheckBits);
+  int ReadFrame();
+  void Wait(float ms);
+
+  PortLink& link_;
+  ProtocolTarget target_;
+};
+
+}  // namespace quorvi

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "sim/chip_model.h"
+
+#include "sim/eprom_chip.h"
+#include "sim/flash14_chip.h"
+
+namespace quorvi::sim {
+
+Result<std::unique_ptr<ChipModel>> MakeChip(ChipState state) {
+  const Result<const ChipSpec*> found = FindChipSpec(state.chip);
+  if (!found) return found.status();
+  const ChipSpec& spec = *found.value();
+  if (state.program.size() != static_cast<size_t>(spec.programWords) ||
+      state.data.size() != static_cast<size_t>(spec.dataBytes)) {
+    return Status::Fail("chip state for " + state.chip + " has the wrong memory sizes");
+  }
+  std::unique_ptr<ChipModel> chip;
+  switch (spec.kind) {
+    case ChipClass::kFlash14: chip = std::make_unique<Flash14Chip>(spec, std::move(state)); break;
+    case ChipClass::kOtp14: chip = std::make_unique<Otp14Chip>(spec, std::move(state)); break;
+    case ChipClass::kOtp12: chip = std::make_unique<Otp12Chip>(spec, std::move(state)); break;
+  }
+  return chip;
+}
+
+}  // namespace quorvi::sim

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+#include "sim/chip_spec.h"
+#include "sim/chip_state.h"
+#include "util/result.h"
+
+namespace quorvi::sim {
+
+/// The socket pins as the chip sees them.
+struct SocketPins {
+  bool vdd = false;      // supply switched on
+  double vddVolts = 0.0; // the board's supply level
+  bool vpp = false;      // programming voltage on this chip's MCLR pin
+  bool clock = false;
+  bool data = false;     // DataOut as driven by the board
+};
+
+/// A chip in the simulated socket. The board tells it every change of its
+/// pins with the time; the chip answers with what it drives on the data line.
+class ChipModel {
+ public:
+  virtual ~ChipModel() = default;
+
+  /// The pins after a port write (or unchanged, to let time pass).
+  virtual void Update(const SocketPins& pins, int64_t nowNs) = 0;
+  /// The chip's drive of the data line; nullopt when it leaves it released.
+  virtual std::optional<bool> DataDrive() const = 0;
+  virtual bool inProgrammingMode() const = 0;
+  /// "UV erase" of a windowed EPROM part; flash parts refuse it.
+  virtual Status UvErase() = 0;
+
+  virtual const ChipSpec& spec() const = 0;
+  virtual const ChipState& state() const = 0;
+  virtual ChipState& state() = 0;
+};
+
+/// The model for the chip's class, holding `state`.
+Result<std::unique_ptr<ChipModel>> MakeChip(ChipState state);
+
+}  // namespace quorvi::sim

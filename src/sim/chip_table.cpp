@@ -1,0 +1,189 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <algorithm>
+#include <array>
+#include <string>
+
+#include "sim/chip_spec.h"
+
+namespace quorvi::sim {
+
+namespace {
+
+// Cycle times are the documents' figures; the chip model lets a cycle finish
+// after a fraction of them (the timing margin of the chip state), because
+// silicon is faster than its data sheet promises.
+
+// DS30189 (16C84) and DS30262 (16F83/84/84A): Begin Erase/Programming is
+// internally timed, 10 ms max; bulk erase needs Begin Programming after it and
+// Vdd 4.5 V or more; 000001/000111 + Begin Programming erases a protected part.
+constexpr ChipSpec Classic84(std::string_view name, int words, int cp) {
+  return {.name = name, .kind = ChipClass::kFlash14, .programWords = words, .dataBytes = 64, .pins = 18,
+          .vppSwitch = 1, .cpMask = cp, .begin = BeginMode::kEraseProgramInternal,
+          .bulk = BulkMode::kThenBeginProgramming, .cpDisable = true, .programUs = 10'000, .eraseUs = 10'000,
+          .dataUs = 10'000, .minEraseVdd = 4.5, .document = "DS30262"};
+}
+
+// DS30034 (16F627/628): the classic command set; with the internal oscillator
+// and MCLR as an input the part runs its own code unless Vpp comes first.
+// Begin Erase/Programming 4 ms (TPROG), code-protect erase 10 ms.
+constexpr ChipSpec F62x(std::string_view name, int words, int id) {
+  return {.name = name, .kind = ChipClass::kFlash14, .programWords = words, .dataBytes = 128, .pins = 18,
+          .vppSwitch = 1, .cpMask = 0x3C00, .cpdMask = 0x0100, .deviceId = id,
+          .entry = Entry::kVppFirstOrQuick, .vppWindowUs = 250, .begin = BeginMode::kEraseProgramInternal,
+          .bulk = BulkMode::kThenBeginProgramming, .cpDisable = true, .programUs = 4'000, .eraseUs = 10'000,
+          .dataUs = 4'000, .minEraseVdd = 4.5, .document = "DS30034"};
+}
+
+// DS41191 (12F629/675, 16F630/676): OSCCAL RETLW at 3FFh and band-gap bits
+// 13:12 are erased by Bulk Erase Program Memory with the address in
+// configuration space; bulk erases are self-timed (TERA 8 ms); TPROG 2.5 ms,
+// data TDPROG 6 ms; configuration bits 11:9 read 0.
+constexpr ChipSpec F629(std::string_view name, int pins) {
+  return {.name = name, .kind = ChipClass::kFlash14, .programWords = 1024, .dataBytes = 128, .pins = pins,
+          .vppSwitch = 1, .configBits = 0x31FF, .cpMask = 0x0080, .cpdMask = 0x0100,
+          .calibration = Calibration::kRetlwLastWord, .bandgapMask = 0x3000, .entry = Entry::kVppFirstOrQuick,
+          .vppWindowUs = 250, .begin = BeginMode::kEraseProgramInternal, .bulk = BulkMode::kSelfTimed,
+          .programUs = 2'500, .eraseUs = 8'000, .dataUs = 6'000, .minEraseVdd = 4.5, .document = "DS41191"};
+}
+
+// DS39025 (16F870..877): Begin Erase/Programming 8 ms, Begin Programming Only
+// 4 ms, both internally timed; no bulk erase command: the Bulk Erase Setup
+// pair 000001/000111 + Begin Erase/Programming erases the whole part (8 ms).
+constexpr ChipSpec F87x(std::string_view name, int words, int data, int pins, int id) {
+  return {.name = name, .kind = ChipClass::kFlash14, .programWords = words, .dataBytes = data, .pins = pins,
+          .vppSwitch = 2, .cpMask = 0x3030, .cpdMask = 0x0100, .deviceId = id,
+          .begin = BeginMode::kEraseProgramInternal, .programOnly = ProgramOnlyMode::kInternal,
+          .cpDisable = true, .programUs = 8'000, .programOnlyUs = 4'000, .eraseUs = 8'000, .dataUs = 8'000,
+          .minEraseVdd = 4.5, .document = "DS39025"};
+}
+
+// DS39589 (16F873A..877A): Begin Erase/Programming internally timed 8 ms;
+// Begin Programming Only externally timed, 1 ms minimum, ended by 010111;
+// program memory through eight write latches; Chip Erase 011111 8 ms.
+constexpr ChipSpec F87xA(std::string_view name, int words, int data, int pins, int id) {
+  return {.name = name, .kind = ChipClass::kFlash14, .programWords = words, .dataBytes = data, .pins = pins,
+          .vppSwitch = 2, .cpMask = 0x2000, .cpdMask = 0x0100, .deviceId = id,
+          .begin = BeginMode::kEraseProgramInternal, .programOnly = ProgramOnlyMode::kExternal,
+          .endsWith23 = true, .bulk = BulkMode::kSelfTimed, .chipErase = true, .latchWords = 8,
+          .programUs = 8'000, .programOnlyUs = 1'000, .eraseUs = 8'000, .dataUs = 8'000, .minEraseVdd = 4.5,
+          .document = "DS39589"};
+}
+
+// DS39603 (16F818/819): the 16F87xA command set with four write latches;
+// internal oscillator and MCLR as input make Vpp-first (or at once) entry
+// necessary. End Programming is 010111 in our reading of the document.
+constexpr ChipSpec F81x(std::string_view name, int words, int data, int id) {
+  return {.name = name, .kind = ChipClass::kFlash14, .programWords = words, .dataBytes = data, .pins = 18,
+          .vppSwitch = 1, .cpMask = 0x2000, .cpdMask = 0x0100, .deviceId = id,
+          .entry = Entry::kVppFirstOrQuick, .vppWindowUs = 250, .begin = BeginMode::kEraseProgramInternal,
+          .programOnly = ProgramOnlyMode::kExternal, .endsWith23 = true, .bulk = BulkMode::kSelfTimed,
+          .chipErase = true, .latchWords = 4, .programUs = 8'000, .programOnlyUs = 1'000, .eraseUs = 8'000,
+          .dataUs = 8'000, .minEraseVdd = 4.5, .document = "DS39603"};
+}
+
+// DS30324 (16F72..77): no data EEPROM; two words per externally timed
+// Begin Programming (1 ms minimum) ended by 001110; Bulk Erase Program Memory
+// self-timed 30 ms, clears the configuration word too, Vdd 4.5 V or more.
+constexpr ChipSpec F7x(std::string_view name, int words, int pins) {
+  return {.name = name, .kind = ChipClass::kFlash14, .programWords = words, .pins = pins, .vppSwitch = 2,
+          .cpMask = 0x0010, .begin = BeginMode::kProgramExternal, .endsWith14 = true,
+          .bulk = BulkMode::kSelfTimed, .bulkEraseTakesConfig = true, .latchWords = 2, .programUs = 1'000,
+          .eraseUs = 30'000, .minEraseVdd = 4.5, .document = "DS30324"};
+}
+
+// DS30228 (16C6x/7x EPROM): 100 us programming pulses (Begin Programming ...
+// End Programming), Vdd 4.75..5.25 V while programming; no electrical erase.
+constexpr ChipSpec C6x(std::string_view name, int words, int pins, int cp) {
+  return {.name = name, .kind = ChipClass::kOtp14, .programWords = words, .pins = pins,
+          .vppSwitch = pins <= 18 ? 1 : 2, .cpMask = cp, .programUs = 100, .minWriteVdd = 4.75,
+          .document = "DS30228"};
+}
+
+// 12C5XX programming document (DS40152): the address counter resets to the
+// configuration word (FFFh); 100 us pulses; MOVLW calibration in the last word.
+constexpr ChipSpec C5xx(std::string_view name, int words, int pins, int cp) {
+  return {.name = name, .kind = ChipClass::kOtp12, .programWords = words, .pins = pins, .vppSwitch = 1,
+          .idAddress = words, .configAddress = 0xFFF, .configBits = 0xFFF, .cpMask = cp,
+          .calibration = Calibration::kMovlwLastWord, .programUs = 100, .minWriteVdd = 4.75,
+          .document = "DS40152"};
+}
+
+constexpr std::array kChips = {
+    Classic84("16C84", 1024, 0x0010),
+    Classic84("16F83", 512, 0x3FF0),
+    Classic84("16F84", 1024, 0x3FF0),
+    Classic84("16F84A", 1024, 0x3FF0),
+    F62x("16F627", 1024, 0x07A0),
+    F62x("16F628", 2048, 0x07C0),
+    F629("12F629", 8),
+    F629("12F675", 8),
+    F629("16F630", 14),
+    F629("16F676", 14),
+    F87x("16F870", 2048, 64, 28, 0x0D00),
+    F87x("16F871", 2048, 64, 40, 0x0D20),
+    F87x("16F872", 2048, 64, 28, 0x08E0),
+    F87x("16F873", 4096, 128, 28, 0x0960),
+    F87x("16F874", 4096, 128, 40, 0x0920),
+    F87x("16F876", 8192, 256, 28, 0x09E0),
+    F87x("16F877", 8192, 256, 40, 0x09A0),
+    F87xA("16F873A", 4096, 128, 28, 0x0E40),
+    F87xA("16F874A", 4096, 128, 40, 0x0E60),
+    F87xA("16F876A", 8192, 256, 28, 0x0E00),
+    F87xA("16F877A", 8192, 256, 40, 0x0E20),
+    F81x("16F818", 1024, 128, 0x04C0),
+    F81x("16F819", 2048, 256, 0x04E0),
+    F7x("16F72", 2048, 28),
+    F7x("16F73", 4096, 28),
+    F7x("16F74", 4096, 40),
+    F7x("16F76", 8192, 28),
+    F7x("16F77", 8192, 40),
+    C6x("16C61", 1024, 18, 0x0010),
+    C6x("16C62", 2048, 28, 0x3F30),
+    C6x("16C63", 4096, 28, 0x3F30),
+    C6x("16C64", 2048, 40, 0x3F30),
+    C6x("16C65", 4096, 40, 0x3F30),
+    C6x("16C71", 1024, 18, 0x0010),
+    C6x("16C72", 2048, 28, 0x3F30),
+    C6x("16C73", 4096, 28, 0x3F30),
+    C6x("16C74", 4096, 40, 0x3F30),
+    C6x("16C76", 8192, 28, 0x3F30),
+    C6x("16C77", 8192, 40, 0x3F30),
+    // 16C55x programming document: the 16C6x algorithm on an 18-pin package.
+    C6x("16C554", 512, 18, 0x3F30),
+    C6x("16C556", 1024, 18, 0x3F30),
+    C6x("16C558", 2048, 18, 0x3F30),
+    // PIC14000 programming document: a 28-pin part whose MCLR only Vpp3
+    // reaches; factory calibration block at 0FC0h..0FFFh, kept by the user.
+    ChipSpec{.name = "14000", .kind = ChipClass::kOtp14, .programWords = 4096, .pins = 28, .vppSwitch = 3,
+             .calibration = Calibration::kBlock, .calibrationFirst = 0x0FC0, .calibrationLast = 0x0FFF,
+             .programUs = 100, .minWriteVdd = 4.75, .document = "PIC14000 programming document"},
+    C5xx("12C508", 512, 8, 0x008),
+    C5xx("12C508A", 512, 8, 0x008),
+    C5xx("12C509", 1024, 8, 0x008),
+    C5xx("12C509A", 1024, 8, 0x008),
+    // The 16 bytes of EEPROM on the 12CE51x sit on an internal I2C bus the
+    // programming interface does not reach.
+    C5xx("12CE518", 512, 8, 0x008),
+    C5xx("12CE519", 1024, 8, 0x008),
+    C5xx("16C505", 1024, 14, 0xFD0),
+};
+
+}  // namespace
+
+std::span<const ChipSpec> ChipTable() { return kChips; }
+
+Result<const ChipSpec*> FindChipSpec(std::string_view name) {
+  const auto it = std::find_if(kChips.begin(), kChips.end(), [&](const ChipSpec& s) { return s.name == name; });
+  if (it != kChips.end()) return &*it;
+  // DS30190: the original 16C5x are programmed with twelve data pins in
+  // parallel, which the board's two serial lines cannot drive.
+  for (const std::string_view parallel : {"16C54", "16C55", "16C56", "16C57", "16C58"}) {
+    if (name.substr(0, 5) == parallel && (name.size() == 5 || name[5] == 'A' || name[5] == 'B')) {
+      return Status::Fail("The " + std::string(name) +
+                          " is programmed in parallel mode, which this board cannot do; it is not simulated");
+    }
+  }
+  return Status::Fail("No simulated chip named " + std::string(name));
+}
+
+}  // namespace quorvi::sim

@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "hw/clock.h"
+#include "hw/port_driver.h"
+#include "sim/chip_model.h"
+
+namespace quorvi::sim {
+
+/// The programmer board with a chip in its socket, as a port. It watches
+/// every byte written: DataOut, Clock, Vdd, the three Vpp switches (only the
+/// one wired to the chip's MCLR pin counts) and the Vdd-level counter; and it
+/// answers DataIn with the chip's drive, pulled high when nothing drives it.
+class SimBoard final : public PortDriver {
+ public:
+  /// The counter's step at power-on: mid-scale, 5.0 V.
+  static constexpr int kPowerOnStep = 128;
+  /// A VddStep low level held this long resets the counter to mid-scale.
+  static constexpr int64_t kStepResetNs = 200'000'000;
+
+  explicit SimBoard(Clock& clock, std::unique_ptr<ChipModel> chip = nullptr);
+
+  void WriteData(uint8_t value) override;
+  uint8_t ReadStatus() override;
+  std::string Describe() const override;
+
+  void Insert(std::unique_ptr<ChipModel> chip);
+  std::unique_ptr<ChipModel> Remove();
+  /// The chip in the socket, or null.
+  ChipModel* chip() { return chip_.get(); }
+  /// Lets the chip see the time that passed since the last port access.
+  void Sync();
+
+  int vddStep() const { return step_; }
+  double VddVolts() const;
+  uint8_t lastWrite() const { return output_; }
+
+ private:
+  bool ChipPresent() const { return chip_ && !chip_->state().faults.noChip; }
+  SocketPins Pins() const;
+  void TrackVddStep(uint8_t value, int64_t nowNs);
+
+  Clock& clock_;
+  std::unique_ptr<ChipModel> chip_;
+  // Until the first write the port's lines are taken as the safe idle state.
+  uint8_t output_ = 0x7C;
+  int step_ = kPowerOnStep;
+  int64_t stepLowSinceNs_ = 0;
+  bool stepResetDone_ = false;
+};
+
+/// A board with a chip of `state` in its socket.
+Result<std::unique_ptr<SimBoard>> MakeBoard(Clock& clock, ChipState state);
+
+}  // namespace quorvi::sim

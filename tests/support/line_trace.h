@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Reading recorded port writes back as clocked bits and commands.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "hw/clock.h"
+#include "hw/port_driver.h"
+
+namespace quorvi::test {
+
+/// DataOut at each falling edge of Clock, in order: what a chip latches.
+std::vector<int> FallingEdgeBits(const std::vector<uint8_t>& writes);
+
+/// One command as a chip would take it from the lines, with its data word.
+struct Frame {
+  int code = 0;
+  std::optional<int> word;  // loads only; reads and plain commands have none
+  bool operator==(const Frame&) const = default;
+};
+std::string ToString(const std::vector<Frame>& frames);
+
+/// Splits falling-edge bits into commands: loads (0, 2, 3) and reads (4, 5)
+/// take a 16-clock frame, 18 with `pairFlag` except for data memory.
+std::vector<Frame> DecodeFrames(const std::vector<int>& bits, bool pairFlag);
+
+/// A port that keeps each write with the clock time it happened at.
+class TimedPort final : public PortDriver {
+ public:
+  struct Write {
+    int64_t ns;
+    uint8_t value;
+  };
+  explicit TimedPort(Clock& clock) : clock_(clock) {}
+  void WriteData(uint8_t value) override { writes_.push_back({clock_.Nanoseconds(), value}); }
+  uint8_t ReadStatus() override { return 0x40; }
+  std::string Describe() const override { return "timed test port"; }
+  const std::vector<Write>& writes() const { return writes_; }
+
+ private:
+  Clock& clock_;
+  std::vector<Write> writes_;
+};
+
+}  // namespace quorvi::test
