@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "util/arith.h"
 
+#include <algorithm>
+#include <cctype>
+#include <charconv>
 #include <cmath>
 
 namespace quorvi {
@@ -11,6 +14,79 @@ int64_t RoundHalfEven(double value) {
   auto whole = static_cast<int64_t>(floor);
   if (fraction > 0.5 || (fraction == 0.5 && (whole % 2) != 0)) ++whole;
   return whole;
+}
+
+namespace {
+
+int HexDigitValue(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  return -1;
+}
+
+std::string HexOfUnsigned(uint32_t value) {
+  static constexpr char kDigits[] = "0123456789ABCDEF";
+  char text[8];
+  size_t used = 0;
+  do {
+    text[used++] = kDigits[value & 0xFU];
+    value >>= 4U;
+  } while (value != 0);
+  std::string result(used, '0');
+  for (size_t i = 0; i < used; ++i) result[i] = text[used - 1 - i];
+  return result;
+}
+
+}  // namespace
+
+int32_t HexVal(std::string_view text) {
+  uint32_t value = 0;
+  for (const char c : text) {
+    const int digit = HexDigitValue(c);
+    if (digit < 0) break;
+    value = (value << 4U) | static_cast<uint32_t>(digit);
+  }
+  if (value <= 0xFFFFU) return static_cast<int16_t>(static_cast<uint16_t>(value));
+  return static_cast<int32_t>(value);
+}
+
+std::string HexText(int32_t value) { return HexOfUnsigned(static_cast<uint32_t>(value)); }
+
+std::string HexText16(int16_t value) { return HexOfUnsigned(static_cast<uint16_t>(value)); }
+
+std::string PadLeft(std::string text, size_t width, char fill) {
+  if (text.size() < width) text.insert(0, width - text.size(), fill);
+  return text;
+}
+
+int32_t HalveHalfEven(int32_t value) { return static_cast<int32_t>(RoundHalfEven(value / 2.0)); }
+
+double TruncateTowardZero(double value) { return std::trunc(value); }
+
+std::optional<int32_t> ToInt32(double value) {
+  if (!std::isfinite(value)) return std::nullopt;
+  const double rounded = static_cast<double>(RoundHalfEven(std::clamp(value, -1e12, 1e12)));
+  if (rounded < -2147483648.0 || rounded > 2147483647.0) return std::nullopt;
+  return static_cast<int32_t>(rounded);
+}
+
+std::optional<int16_t> ToInt16(double value) {
+  const auto wide = ToInt32(value);
+  if (!wide || *wide < -32768 || *wide > 32767) return std::nullopt;
+  return static_cast<int16_t>(*wide);
+}
+
+std::optional<double> ParseNumber(std::string_view text) {
+  const auto isBlank = [](char c) { return std::isspace(static_cast<unsigned char>(c)) != 0; };
+  while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
+  while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
+  if (!text.empty() && text.front() == '+') text.remove_prefix(1);
+  if (text.empty()) return std::nullopt;
+  double value = 0.0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(value)) return std::nullopt;
+  return value;
 }
 
 }  // namespace quorvi
