@@ -7,7 +7,7 @@
 
 #include "util/atomic_file.h"
 #include "util/input_fields.h"
-#include "util/vb_val.h"
+#include "util/arith.h"
 
 namespace quorvi {
 
@@ -20,7 +20,6 @@ std::string LastFour(const std::string& text) { return text.size() <= 4 ? text :
 
 long HexAddress(const std::string& text) { return static_cast<long>(HexVal(text)); }
 
-std::string HexText(long value) { return VbHex(static_cast<int32_t>(value)); }
 
 }  // namespace
 
@@ -69,7 +68,7 @@ Result<Settings> LoadSettings(const std::string& path, const std::string& defaul
 }
 
 std::string SettingsText(const Settings& settings, SettingsExtent extent, float vddMin, float vddMax) {
-  const std::string custom = LastFour(HexText(settings.customPort));
+  const std::string custom = LastFour(HexText(static_cast<int32_t>(settings.customPort)));
   std::string text;
   // One port line for each form that is true: a custom address of 378h gives two.
   if (settings.port == kLpt1) text += "LPT1" + custom + "\r\n";

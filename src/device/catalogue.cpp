@@ -4,7 +4,7 @@
 #include <cctype>
 
 #include "util/input_fields.h"
-#include "util/vb_val.h"
+#include "util/arith.h"
 
 namespace quorvi {
 

@@ -4,7 +4,7 @@
 #include <cstdlib>
 
 #include "device/catalogue.h"
-#include "util/vb_val.h"
+#include "util/arith.h"
 
 namespace quorvi {
 
@@ -95,7 +95,7 @@ int OscillatorIndex(int oscList, int32_t word) {
   }
 }
 
-std::string FuseText(int32_t word) { return " Fuse=" + VbHex(word); }
+std::string FuseText(int32_t word) { return " Fuse=" + HexText(word); }
 
 ConfigDisplay ShowConfigWord(const DeviceDescriptor& device, int32_t word, const std::array<int32_t, 5>& idWords,
                              int oscEntries) {
@@ -127,7 +127,7 @@ ConfigDisplay ShowConfigWord(const DeviceDescriptor& device, int32_t word, const
     }
   }
 
-  for (size_t i = 0; i < display.idTexts.size(); ++i) display.idTexts[i] = VbHex(idWords[i]);
+  for (size_t i = 0; i < display.idTexts.size(); ++i) display.idTexts[i] = HexText(idWords[i]);
   return display;
 }
 

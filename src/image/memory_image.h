@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "device/device_descriptor.h"
+
 namespace quorvi {
 
 /// The one in-memory copy of what is, or is to be, inside the chip. The
@@ -33,6 +35,22 @@ inline constexpr int kConfig12 = 0x0FFF;
 inline constexpr int kIdFirst = 0x2000;
 inline constexpr int kConfig14 = 0x2007;
 inline constexpr int kDataFirst = 0x2100;
+/// "Clear Buffer" blanks this many program slots whatever the device.
+inline constexpr int kClearBufferSlots = 32761;
 }  // namespace image_address
+
+/// Blank program word of a family: 0xFF for serial EEPROMs, 0xFFF for the
+/// 12-bit core, 0x3FFF for every other family.
+int32_t BlankWordForFamily(int familyCode);
+
+/// The main window's "Clear Buffer": blanks program slots 0..32760 and every
+/// data byte; the configuration, ID and 18F configuration fields stay.
+void ClearImage(const DeviceDescriptor& device, MemoryImage& image);
+
+/// The reset that selecting a device makes: program words 0..programSize
+/// (inclusive) and the ID words blank (0xF for the 12-bit core), every data
+/// byte 0xFF, the configuration word blank (masked to 0x1FF for fuse map 21).
+/// Selection knows no serial-EEPROM blank: family 5 gets 0x3FFF here.
+void ResetImageOnSelection(const DeviceDescriptor& device, MemoryImage& image);
 
 }  // namespace quorvi

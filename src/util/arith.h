@@ -3,6 +3,9 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
 
 namespace quorvi {
 
@@ -13,5 +16,48 @@ int64_t RoundHalfEven(double value);
 using Flag = int16_t;
 inline constexpr Flag kTrue = -1;
 inline constexpr Flag kFalse = 0;
+
+/// Text read as hexadecimal the old way ("&h" put in front): blanks, tabs
+/// and line feeds are ignored, the leading hex digits count, reading stops at
+/// the first other character, no digits give 0. A value that fits in four hex digits is a signed 16-bit number, so
+/// "8000".."FFFF" come out negative; longer values are signed 32-bit.
+int32_t HexVal(std::string_view text);
+
+/// The numeric value of `text` as the old Val() read it. Blanks, tabs and
+/// line feeds anywhere are ignored. "&H" (or "&O") reads hexadecimal (octal)
+/// as `HexVal` does. Otherwise a decimal number with optional sign, fraction
+/// and exponent (E or D); reading stops at the first character that does not
+/// fit; no number is 0.
+double VbVal(std::string_view text);
+
+/// Upper-case hex text without leading zeros of a 32-bit value; a negative
+/// value shows all eight digits of its two's complement ("FFFFFFFF").
+std::string HexText(int32_t value);
+
+/// The same for a 16-bit value: a negative one shows four digits ("FFFF").
+std::string HexText16(int16_t value);
+
+/// `text` left-padded with `fill` to `width`; longer text is kept whole.
+std::string PadLeft(std::string text, size_t width, char fill = '0');
+
+/// A whole number divided by two, rounded halves to even (1 -> 0, 3 -> 2, 5 -> 2).
+int32_t HalveHalfEven(int32_t value);
+
+/// Drops the fraction, toward zero (-1.7 -> -1).
+double TruncateTowardZero(double value);
+
+/// A number as a 32-bit integer, rounding halves to even; nothing when it
+/// does not fit (the old overflow error).
+std::optional<int32_t> ToInt32(double value);
+
+/// The same for a 16-bit integer.
+std::optional<int16_t> ToInt16(double value);
+
+/// The same for an unsigned byte.
+std::optional<uint8_t> ToByte(double value);
+
+/// A whole text read as a decimal number, blanks around it allowed; nothing
+/// when it is not a number (the old conversion error).
+std::optional<double> ParseNumber(std::string_view text);
 
 }  // namespace quorvi

@@ -2,13 +2,15 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "util/result.h"
 
 namespace quorvi {
 
-/// Writes `content` to a temporary file beside `path` and renames it into
-/// place, so a crash leaves the old file or the new one, never half of one.
-Status WriteFileAtomically(const std::string& path, const std::string& content);
+/// Replaces the file at `path` with `content`: writes a temporary file in the
+/// same folder, then renames it over the old one, so a crash leaves either
+/// the old file or the new one, never half of one.
+Status WriteFileAtomically(const std::string& path, std::string_view content);
 
 }  // namespace quorvi

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "device/device_descriptor.h"
+#include "image/memory_image.h"
+#include "image/user_message.h"
+
+namespace quorvi {
+
+struct LoadOptions {
+  /// An unattended command-line run: a missing file ends the program
+  /// instead of showing a message.
+  bool quiet = false;
+  /// The progress bar, 0..100; only devices above 32,767 words report it.
+  std::function<void(int percent)> progress;
+};
+
+/// What a load did and what the front end must show or do afterwards.
+struct LoadReport {
+  /// The file was read and the image now holds it. When false the image is
+  /// exactly as it was before the call.
+  bool loaded = false;
+  /// Message boxes to show, in order.
+  std::vector<UserMessage> messages;
+  /// The file could not be opened: the progress bar and the "reading..."
+  /// status stay shown until the next operation hides them.
+  bool progressLeftShown = false;
+  /// Quiet mode and the file could not be opened: the caller empties the
+  /// error log (its line goes to a closed channel and is lost) and ends the
+  /// program.
+  bool endProgramWithEmptyErrorLog = false;
+};
+
+/// Reads an Intel HEX (.HEX, .OBJ, any other extension), .BIN or .TIF file
+/// into `image` as the selected `device` places it. `keepBuffer` keeps the
+/// program buffer (no clear) and, for devices of up to 8,192 words,
+/// suppresses the "Configuration missing" check. A file that cannot be
+/// opened, ends before its end record or names a cell beyond the buffers
+/// leaves `image` untouched.
+LoadReport LoadImageFile(const std::string& path, bool keepBuffer, const DeviceDescriptor& device,
+                         MemoryImage& image, const LoadOptions& options = {});
+
+/// The kind of image file, from the path's last three characters.
+enum class ImageFileKind { kHex, kBin, kTif };
+ImageFileKind ImageFileKindOf(const std::string& path);
+
+/// The blank word and the highest slot a load clears, chosen by the device's
+/// name (the loader's own rule, unlike selection's, which goes by family).
+int32_t LoaderBlankWord(const DeviceDescriptor& device);
+int32_t LoaderClearLimit(const DeviceDescriptor& device);
+
+}  // namespace quorvi

@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "image/image_writer.h"
+
+#include <algorithm>
+#include <cctype>
+
+#include "image/image_texts.h"
+#include "image/name_rules.h"
+#include "util/arith.h"
+#include "util/atomic_file.h"
+
+namespace quorvi {
+
+namespace {
+
+constexpr char kLineEnd[] = "\r\n";
+constexpr int32_t kFiveDigitDeviceWords = 32768;
+constexpr int32_t kDataSectionEnd = 0x2200;
+constexpr int32_t kIdRecordPrefixSum = 0x50;
+
+/// A word as written: its hex text padded to four digits, then the last two
+/// digits (low byte) before the first two (high byte). Wider texts are
+/// split the same way, as they stand.
+struct WordDigits {
+  std::string low;
+  std::string high;
+};
+
+WordDigits SplitWord(const std::string& hex) {
+  const std::string text = PadLeft(hex, 4);
+  return {text.substr(text.size() - 2), text.substr(0, 2)};
+}
+
+int32_t ByteValue(const std::string& twoDigits) { return HexVal(twoDigits); }
+
+std::string ChecksumText(int32_t sum) {
+  const int32_t checksum = 256 - (sum % 256);
+  return checksum == 256 ? "00" : PadLeft(HexText(checksum), 2);
+}
+
+void AppendWord(std::string& out, int32_t& sum, const std::string& hex) {
+  const WordDigits digits = SplitWord(hex);
+  out += digits.low;
+  out += digits.high;
+  sum += ByteValue(digits.low) + ByteValue(digits.high);
+}
+
+}  // namespace
+
+bool SaveAsksIdQuestion(const DeviceDescriptor& device, int32_t firstWord) {
+  return firstWord == 0 && device.family != family::kSerialEeprom;
+}
+
+Result<std::string> FormatHexImage(int32_t firstWord, int32_t& endWord, const DeviceDescriptor& device,
+                                   const MemoryImage& image, SaveIdAnswer answer) {
+  if (firstWord < 0 || firstWord > endWord) {
+    return Status::Fail("Cannot save words " + std::to_string(firstWord) + " to " + std::to_string(endWord) +
+                        ": the range is empty or negative");
+  }
+  const size_t addressWidth = device.programSize < kFiveDigitDeviceWords ? 4 : 5;
+  std::string out;
+  out.reserve(static_cast<size_t>(endWord - firstWord) * 5 + 4096);
+
+  out += ':';
+  for (int32_t a = firstWord;;) {
+    const int32_t remaining = endWord - a;
+    const int32_t count = remaining < 7 ? remaining : 8;
+    out += remaining < 7 ? PadLeft(HexText(2 * count), 2) : "10";
+    int32_t sum = 2 * count;
+    const std::string address = PadLeft(HexText(2 * a), addressWidth);
+    sum += ByteValue(address.substr(0, 2)) + ByteValue(address.substr(address.size() - 2));
+    out += address;
+    out += "00";
+    for (int32_t i = 0; i < count; ++i) {
+      const int32_t slot = a + i;
+      if (slot >= MemoryImage::kProgramSlots) {
+        return Status::Fail("Cannot save word address 0x" + HexText(slot) + ": it is beyond the program buffer");
+      }
+      AppendWord(out, sum, HexText(image.programBuffer[static_cast<size_t>(slot)]));
+    }
+    out += ChecksumText(sum);
+    out += kLineEnd;
+    a += count;
+    if (a >= endWord) break;
+    out += ':';
+  }
+
+  const bool dataSection = name_rule::SavesDataSection(device.name);
+  if (dataSection) {
+    for (int32_t a = image_address::kDataFirst; a < kDataSectionEnd; a += 8) {
+      out += ":10";
+      const std::string address = PadLeft(HexText(2 * a), 4);
+      int32_t sum = 0x10 + ByteValue(address.substr(0, 2)) + ByteValue(address.substr(2));
+      out += address;
+      out += "00";
+      for (int32_t i = 0; i < 8; ++i) {
+        const auto slot = static_cast<size_t>(a - image_address::kDataFirst + i);
+        AppendWord(out, sum, HexText16(image.dataBuffer[slot]));
+      }
+      out += ChecksumText(sum);
+      out += kLineEnd;
+    }
+  }
+
+  if (firstWord == 0 && device.family != family::kSerialEeprom && answer == SaveIdAnswer::kYes) {
+    // One prefix sum for all five records: right for the configuration
+    // record only, so the ID records carry checksums 0x0E, 0x0C, 0x0A and
+    // 0x08 too low. Our reader ignores checksums; files stay as they were.
+    static constexpr const char* kPrefixes[] = {":02400000", ":02400200", ":02400400", ":02400600", ":02400E00"};
+    const int32_t values[] = {image.idWords[0], image.idWords[1], image.idWords[2], image.idWords[3],
+                              image.configWord};
+    for (size_t i = 0; i < 5; ++i) {
+      out += kPrefixes[i];
+      int32_t sum = kIdRecordPrefixSum;
+      AppendWord(out, sum, HexText(values[i]));
+      out += ChecksumText(sum);
+      out += kLineEnd;
+    }
+  }
+
+  out += image_text::kEndRecord;
+  out += kLineEnd;
+  if (dataSection) endWord = kDataSectionEnd;
+  return out;
+}
+
+Status SaveImageFile(const std::string& path, int32_t firstWord, int32_t& endWord, const DeviceDescriptor& device,
+                     const MemoryImage& image, SaveIdAnswer answer) {
+  int32_t end = endWord;
+  Result<std::string> text = FormatHexImage(firstWord, end, device, image, answer);
+  if (!text) return text.status();
+  if (Status written = WriteFileAtomically(path, text.value()); !written) return written;
+  endWord = end;
+  return Status::Ok();
+}
+
+std::string WithHexSuffix(std::string path) {
+  std::string last = path.substr(path.size() < 4 ? 0 : path.size() - 4);
+  std::transform(last.begin(), last.end(), last.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+  if (last != image_text::kHexSuffix) path += image_text::kHexSuffix;
+  return path;
+}
+
+std::string LastDirectoryOf(const std::string& path) {
+  const size_t slash = path.find_last_of('/');
+  return slash == std::string::npos ? std::string() : path.substr(0, slash);
+}
+
+std::string FileNameOf(const std::string& path) {
+  const size_t slash = path.find_last_of('/');
+  return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+Result<std::string> SaveHexCommand(const std::string& chosenPath, DeviceDescriptor& device, const MemoryImage& image,
+                                   SaveIdAnswer answer) {
+  const std::string path = WithHexSuffix(chosenPath);
+  const DeviceDescriptor before = device;  // the end value below is the device's own size
+  if (Status saved = SaveImageFile(path, 0, device.programSize, before, image, answer); !saved) return saved;
+  return path;
+}
+
+}  // namespace quorvi

@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "device/device_descriptor.h"
+#include "image/memory_image.h"
+
+namespace quorvi::test {
+
+/// An image as selecting `device` leaves it, with recognisable values in the
+/// slots that a load must not touch.
+MemoryImage SelectedImage(const DeviceDescriptor& device);
+
+/// One Intel HEX record with its correct checksum, e.g.
+/// HexRecord(0x400E, 0, {0xF1, 0x3F}) is ":02400E00F13F80".
+std::string HexRecord(int byteAddress, int type, const std::vector<int>& bytes);
+
+/// Lines joined with `lineEnd` after each.
+std::string JoinLines(const std::vector<std::string>& lines, const std::string& lineEnd = "\n");
+
+/// The lines of a text, without their CR LF or LF ends.
+std::vector<std::string> SplitLines(const std::string& text);
+
+/// Full path of a file in the source tree's examples/ folder.
+std::string ExamplePath(const std::string& name);
+
+/// Full path of a file in tests/data/.
+std::string DataPath(const std::string& name);
+
+}  // namespace quorvi::test
