@@ -7,7 +7,7 @@
 
 #include "device/device_descriptor.h"
 #include "image/memory_image.h"
-#include "image/user_message.h"
+#include "util/message.h"
 
 namespace quorvi {
 

@@ -5,13 +5,13 @@
 
 namespace quorvi {
 
-enum class MessageIcon { kInformation, kExclamation, kCritical, kQuestion };
+enum class MessageIcon { kNone, kInformation, kExclamation, kCritical, kQuestion };
 
 /// A message box as the core asks for it; the front end shows it.
 struct UserMessage {
   std::string text;
   std::string title;
-  MessageIcon icon = MessageIcon::kInformation;
+  MessageIcon icon = MessageIcon::kNone;
   bool operator==(const UserMessage&) const = default;
 };
 
