@@ -169,6 +169,16 @@ TEST(Faults, DataEepromMarginCell) {
   EXPECT_EQ(p.ReadDataMemory() & 0xFF, 0x00);
 }
 
+TEST(ChipFactory, RefusesAStateThatDoesNotFitTheChip) {
+  sim::ChipState state = sim::BlankState(*sim::FindChipSpec("16F84A").value());
+  state.program.resize(512);
+  const auto chip = sim::MakeChip(state);
+  ASSERT_FALSE(chip.ok());
+  EXPECT_NE(chip.message().find("16F84A"), std::string::npos);
+  state.chip = "16C57";
+  EXPECT_FALSE(sim::MakeChip(state).ok());
+}
+
 TEST(ChipTable, NamesAreUniqueAndSocketsMatchThePackages) {
   std::set<std::string_view> names;
   for (const sim::ChipSpec& spec : sim::ChipTable()) {
