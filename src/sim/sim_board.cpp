@@ -15,7 +15,7 @@ Result<std::unique_ptr<SimBoard>> MakeBoard(Clock& clock, ChipState state) {
 
 std::string SimBoard::Describe() const {
   if (!ChipPresent()) return "simulated board (empty socket)";
-  return "simulated board with a " + std::string(chip_->spec().name);
+  return "simulated board with a " + std::string(chip_->info().name);
 }
 
 void SimBoard::Insert(std::unique_ptr<ChipModel> chip) {
@@ -30,7 +30,7 @@ double SimBoard::VddVolts() const { return step_ * kVoltsPerVddStep; }
 SocketPins SimBoard::Pins() const {
   uint8_t vppLine = line::kVpp1;
   if (chip_) {
-    switch (chip_->spec().vppSwitch) {
+    switch (chip_->info().vppSwitch) {
       case 2: vppLine = line::kVpp2; break;
       case 3: vppLine = line::kVpp3; break;
       default: break;
