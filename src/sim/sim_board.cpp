@@ -71,18 +71,23 @@ void SimBoard::WriteData(uint8_t value) {
   if (ChipPresent()) chip_->Update(Pins(), now);
 }
 
+bool SimBoard::DataLineLevel() const {
+  const bool released = (output_ & line::kDataOut) != 0;
+  if (!ChipPresent()) return released;
+  const std::optional<bool> drive = chip_->DataDrive();
+  return released && drive.value_or(true);
+}
+
 uint8_t SimBoard::ReadStatus() {
   Sync();
-  bool level = (output_ & line::kDataOut) != 0;  // the board's pull-up behind DataOut
   if (ChipPresent()) {
     switch (chip_->state().faults.dataIn) {
       case DataInFault::kStuckLow: return 0x00;
       case DataInFault::kStuckHigh: return line::kDataIn;
       case DataInFault::kNone: break;
     }
-    if (const std::optional<bool> drive = chip_->DataDrive()) level = level && *drive;
   }
-  return level ? line::kDataIn : 0x00;
+  return DataLineLevel() ? line::kDataIn : 0x00;
 }
 
 }  // namespace quorvi::sim

@@ -101,6 +101,21 @@ TEST(DataLine, BoardReadsTheWiredAndOfDataOutAndTheChip) {
   EXPECT_TRUE(s.link.ReadStatus());
 }
 
+TEST(DataLine, TheChipPullsTheReleasedLineLowForAZeroBit) {
+  sim::ChipState state = sim::BlankState(*sim::FindChip("16F84A").value());
+  state.program[0] = 0x3FFE;  // bit 0 low
+  SimLink s(state);
+  SerialProtocol p = s.Protocol(1);
+  p.EnterProgrammingMode();
+  p.SendCommandForRead(cmd::kReadDataProgram);
+  s.link.PulseClock();  // start bit: the chip does not drive yet
+  EXPECT_TRUE(s.board->DataLineLevel());
+  s.link.PulseClock();  // bit 0 goes out on this clock's rising edge
+  EXPECT_FALSE(s.board->DataLineLevel());
+  s.link.PulseClock();
+  EXPECT_TRUE(s.board->DataLineLevel());
+}
+
 TEST(Faults, AWordThatNeverPrograms) {
   for (const std::string name : {"16F84A", "16C62"}) {
     sim::ChipState state = sim::BlankState(*sim::FindChip(name).value());
