@@ -67,9 +67,10 @@ void SerialPicChip::TryEntry(const SocketPins& pins, int64_t nowNs) {
 }
 
 void SerialPicChip::Update(const SocketPins& pins, int64_t nowNs) {
+  // A cycle whose time is up finished under the supply it had, before this change.
+  if (inMode_) Settle(nowNs);
   vddVolts_ = pins.vdd ? pins.vddVolts : 0.0;
   const bool powered = pins.vdd && pins.vddVolts >= kMinOperatingVolts;
-  if (inMode_) Settle(nowNs);
 
   if (powered && !powered_) {
     poweredSinceNs_ = nowNs;

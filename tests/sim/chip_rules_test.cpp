@@ -144,6 +144,18 @@ TEST(CycleTiming, PowerLossDuringTheCycleLosesTheWord) {
   EXPECT_EQ(s.state().program[0], 0x3FFF);
 }
 
+TEST(CycleTiming, ACycleThatRanItsTimeSurvivesTheSupplyGoingOffFirst) {
+  SimLink s("12F675");
+  s.state().program[4] = 0x0000;
+  SerialProtocol p = s.Protocol(1);
+  p.EnterProgrammingMode();
+  p.LoadConfiguration(0x3FFF);
+  p.SendCommand(cmd::kBulkEraseProgram);
+  DelayMs(s.clock, 10.0F);
+  s.link.SetVdd("off");  // power before Vpp, as the band-gap erase does
+  EXPECT_EQ(s.state().program[4], 0x3FFF);
+}
+
 TEST(CycleTiming, ExternallyTimedProgramOnlyNeedsItsMinimumBeforeEnd) {
   SimLink s("16F877A");
   SerialProtocol p = s.Protocol(8);
