@@ -7,18 +7,18 @@
 namespace quorvi::sim {
 
 Result<std::unique_ptr<ChipModel>> MakeChip(ChipState state) {
-  const Result<const ChipSpec*> found = FindChipSpec(state.chip);
+  const Result<const ChipInfo*> found = FindChip(state.chip);
   if (!found) return found.status();
-  const ChipSpec& spec = *found.value();
-  if (state.program.size() != static_cast<size_t>(spec.programWords) ||
-      state.data.size() != static_cast<size_t>(spec.dataBytes)) {
+  const ChipInfo& info = *found.value();
+  if (state.program.size() != static_cast<size_t>(info.programWords) ||
+      state.data.size() != static_cast<size_t>(info.dataBytes)) {
     return Status::Fail("chip state for " + state.chip + " has the wrong memory sizes");
   }
   std::unique_ptr<ChipModel> chip;
-  switch (spec.kind) {
-    case ChipClass::kFlash14: chip = std::make_unique<Flash14Chip>(spec, std::move(state)); break;
-    case ChipClass::kOtp14: chip = std::make_unique<Otp14Chip>(spec, std::move(state)); break;
-    case ChipClass::kOtp12: chip = std::make_unique<Otp12Chip>(spec, std::move(state)); break;
+  switch (info.kind) {
+    case ChipClass::kFlash14: chip = std::make_unique<Flash14Chip>(info, std::move(state)); break;
+    case ChipClass::kOtp14: chip = std::make_unique<Otp14Chip>(info, std::move(state)); break;
+    case ChipClass::kOtp12: chip = std::make_unique<Otp12Chip>(info, std::move(state)); break;
   }
   return chip;
 }

@@ -5,7 +5,7 @@
 #include <memory>
 #include <optional>
 
-#include "sim/chip_spec.h"
+#include "sim/chip_info.h"
 #include "sim/chip_state.h"
 #include "util/result.h"
 
@@ -34,7 +34,7 @@ class ChipModel {
   /// "UV erase" of a windowed EPROM part; flash parts refuse it.
   virtual Status UvErase() = 0;
 
-  virtual const ChipSpec& spec() const = 0;
+  virtual const ChipInfo& info() const = 0;
   virtual const ChipState& state() const = 0;
   virtual ChipState& state() = 0;
 };

@@ -119,7 +119,7 @@ Status ReadFaults(const json& root, ChipState& state) {
 
 }  // namespace
 
-int BlankWord(const ChipSpec& spec) { return spec.kind == ChipClass::kOtp12 ? 0xFFF : 0x3FFF; }
+int BlankWord(const ChipInfo& info) { return info.kind == ChipClass::kOtp12 ? 0xFFF : 0x3FFF; }
 
 uint64_t MixSeed(uint64_t seed, uint64_t key) {
   // splitmix64 over the pair: cheap, stable across platforms and runs.
@@ -129,43 +129,43 @@ uint64_t MixSeed(uint64_t seed, uint64_t key) {
   return z ^ (z >> 31);
 }
 
-ChipState BlankState(const ChipSpec& spec) {
+ChipState BlankState(const ChipInfo& info) {
   ChipState state;
-  state.chip = std::string(spec.name);
-  const int blank = BlankWord(spec);
-  state.program.assign(static_cast<size_t>(spec.programWords), blank);
-  state.data.assign(static_cast<size_t>(spec.dataBytes), 0xFF);
+  state.chip = std::string(info.name);
+  const int blank = BlankWord(info);
+  state.program.assign(static_cast<size_t>(info.programWords), blank);
+  state.data.assign(static_cast<size_t>(info.dataBytes), 0xFF);
   state.ids = {blank, blank, blank, blank};
-  state.config = blank & spec.configBits;
+  state.config = blank & info.configBits;
   return state;
 }
 
-ChipState FactoryState(const ChipSpec& spec, uint64_t seed) {
-  ChipState state = BlankState(spec);
+ChipState FactoryState(const ChipInfo& info, uint64_t seed) {
+  ChipState state = BlankState(info);
   state.pulses.seed = seed;
   const auto draw = [&](uint64_t key, uint64_t modulus) { return static_cast<int>(MixSeed(seed, key) % modulus); };
-  const size_t last = static_cast<size_t>(spec.programWords - 1);
-  switch (spec.calibration) {
+  const size_t last = static_cast<size_t>(info.programWords - 1);
+  switch (info.calibration) {
     case Calibration::kRetlwLastWord: state.program[last] = 0x3400 | draw(1, 256); break;
     case Calibration::kMovlwLastWord: state.program[last] = 0x0C00 | draw(1, 256); break;
     case Calibration::kBlock:
-      for (int a = spec.calibrationFirst; a <= spec.calibrationLast; ++a) {
+      for (int a = info.calibrationFirst; a <= info.calibrationLast; ++a) {
         state.program[static_cast<size_t>(a)] = draw(static_cast<uint64_t>(a), 0x4000);
       }
       break;
     case Calibration::kNone: break;
   }
-  if (spec.bandgapMask != 0) {
+  if (info.bandgapMask != 0) {
     // Bits 13:12 hold one of four trim values; 11 is the most common.
     const int trim = draw(2, 4) << 12;
-    state.config = (state.config & ~spec.bandgapMask) | (trim & spec.bandgapMask);
+    state.config = (state.config & ~info.bandgapMask) | (trim & info.bandgapMask);
   }
   return state;
 }
 
-void SetCodeProtection(const ChipSpec& spec, ChipState& state, bool program, bool data) {
-  if (program) state.config &= ~spec.cpMask;
-  if (data) state.config &= ~spec.cpdMask;
+void SetCodeProtection(const ChipInfo& info, ChipState& state, bool program, bool data) {
+  if (program) state.config &= ~info.cpMask;
+  if (data) state.config &= ~info.cpdMask;
 }
 
 std::string ChipStateToJson(const ChipState& state) {
@@ -201,12 +201,12 @@ Result<ChipState> ChipStateFromJson(const std::string& text) {
   }
   if (!root.contains("version") || root.at("version") != kVersion) return Status::Fail("unsupported version");
   if (!root.contains("chip") || !root.at("chip").is_string()) return Status::Fail("chip must name a chip");
-  const Result<const ChipSpec*> found = FindChipSpec(root.at("chip").get<std::string>());
+  const Result<const ChipInfo*> found = FindChip(root.at("chip").get<std::string>());
   if (!found) return found.status();
-  const ChipSpec& spec = *found.value();
+  const ChipInfo& info = *found.value();
 
-  ChipState state = BlankState(spec);
-  const int blank = BlankWord(spec);
+  ChipState state = BlankState(info);
+  const int blank = BlankWord(info);
   if (Status s = ReadWords(root, "program", state.program.size(), blank, blank, state.program); !s) return s;
   if (Status s = ReadWords(root, "data", state.data.size(), 0xFF, 0xFF, state.data); !s) return s;
   std::vector<int> ids;
@@ -214,7 +214,7 @@ Result<ChipState> ChipStateFromJson(const std::string& text) {
   std::copy(ids.begin(), ids.end(), state.ids.begin());
   if (root.contains("config")) {
     if (Status s = ReadInt(root.at("config"), "config", 0, blank, state.config); !s) return s;
-    state.config &= spec.configBits;
+    state.config &= info.configBits;
   }
   if (root.contains("pulses")) {
     const json& p = root.at("pulses");
@@ -241,7 +241,7 @@ Result<ChipState> ChipStateFromJson(const std::string& text) {
   if (Status s = ReadFaults(root, state); !s) return s;
   if (root.contains("codeProtect")) {
     if (!root.at("codeProtect").is_boolean()) return Status::Fail("codeProtect must be true or false");
-    if (root.at("codeProtect").get<bool>()) SetCodeProtection(spec, state, true, true);
+    if (root.at("codeProtect").get<bool>()) SetCodeProtection(info, state, true, true);
   }
   return state;
 }

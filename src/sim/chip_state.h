@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "sim/chip_spec.h"
+#include "sim/chip_info.h"
 #include "util/result.h"
 
 namespace quorvi::sim {
@@ -56,15 +56,15 @@ struct ChipState {
 };
 
 /// Every cell erased: no calibration, no band-gap bits.
-ChipState BlankState(const ChipSpec& spec);
+ChipState BlankState(const ChipInfo& info);
 /// As the factory ships it: calibration word or block and band-gap bits
 /// programmed with values drawn from `seed`.
-ChipState FactoryState(const ChipSpec& spec, uint64_t seed);
+ChipState FactoryState(const ChipInfo& info, uint64_t seed);
 /// Clears the part's code-protect bits in the configuration word (protected).
-void SetCodeProtection(const ChipSpec& spec, ChipState& state, bool program, bool data);
+void SetCodeProtection(const ChipInfo& info, ChipState& state, bool program, bool data);
 
 /// The blank value of a word of this chip (3FFFh or FFFh).
-int BlankWord(const ChipSpec& spec);
+int BlankWord(const ChipInfo& info);
 
 /// A 64-bit mix of a seed and a key; the pulse counts and factory values come from it.
 uint64_t MixSeed(uint64_t seed, uint64_t key);

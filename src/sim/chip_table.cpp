@@ -3,7 +3,7 @@
 #include <array>
 #include <string>
 
-#include "sim/chip_spec.h"
+#include "sim/chip_info.h"
 
 namespace quorvi::sim {
 
@@ -16,7 +16,7 @@ namespace {
 // DS30189 (16C84) and DS30262 (16F83/84/84A): Begin Erase/Programming is
 // internally timed, 10 ms max; bulk erase needs Begin Programming after it and
 // Vdd 4.5 V or more; 000001/000111 + Begin Programming erases a protected part.
-constexpr ChipSpec Classic84(std::string_view name, int words, int cp) {
+constexpr ChipInfo Classic84(std::string_view name, int words, int cp) {
   return {.name = name, .kind = ChipClass::kFlash14, .programWords = words, .dataBytes = 64, .pins = 18,
           .vppSwitch = 1, .cpMask = cp, .begin = BeginMode::kEraseProgramInternal,
           .bulk = BulkMode::kThenBeginProgramming, .cpDisable = true, .programUs = 10'000, .eraseUs = 10'000,
@@ -26,7 +26,7 @@ constexpr ChipSpec Classic84(std::string_view name, int words, int cp) {
 // DS30034 (16F627/628): the classic command set; with the internal oscillator
 // and MCLR as an input the part runs its own code unless Vpp comes first.
 // Begin Erase/Programming 4 ms (TPROG), code-protect erase 10 ms.
-constexpr ChipSpec F62x(std::string_view name, int words, int id) {
+constexpr ChipInfo F62x(std::string_view name, int words, int id) {
   return {.name = name, .kind = ChipClass::kFlash14, .programWords = words, .dataBytes = 128, .pins = 18,
           .vppSwitch = 1, .cpMask = 0x3C00, .cpdMask = 0x0100, .deviceId = id,
           .entry = Entry::kVppFirstOrQuick, .vppWindowUs = 250, .begin = BeginMode::kEraseProgramInternal,
@@ -38,7 +38,7 @@ constexpr ChipSpec F62x(std::string_view name, int words, int id) {
 // 13:12 are erased by Bulk Erase Program Memory with the address in
 // configuration space; bulk erases are self-timed (TERA 8 ms); TPROG 2.5 ms,
 // data TDPROG 6 ms; configuration bits 11:9 read 0.
-constexpr ChipSpec F629(std::string_view name, int pins) {
+constexpr ChipInfo F629(std::string_view name, int pins) {
   return {.name = name, .kind = ChipClass::kFlash14, .programWords = 1024, .dataBytes = 128, .pins = pins,
           .vppSwitch = 1, .configBits = 0x31FF, .cpMask = 0x0080, .cpdMask = 0x0100,
           .calibration = Calibration::kRetlwLastWord, .bandgapMask = 0x3000, .entry = Entry::kVppFirstOrQuick,
@@ -49,7 +49,7 @@ constexpr ChipSpec F629(std::string_view name, int pins) {
 // DS39025 (16F870..877): Begin Erase/Programming 8 ms, Begin Programming Only
 // 4 ms, both internally timed; no bulk erase command: the Bulk Erase Setup
 // pair 000001/000111 + Begin Erase/Programming erases the whole part (8 ms).
-constexpr ChipSpec F87x(std::string_view name, int words, int data, int pins, int id) {
+constexpr ChipInfo F87x(std::string_view name, int words, int data, int pins, int id) {
   return {.name = name, .kind = ChipClass::kFlash14, .programWords = words, .dataBytes = data, .pins = pins,
           .vppSwitch = 2, .cpMask = 0x3030, .cpdMask = 0x0100, .deviceId = id,
           .begin = BeginMode::kEraseProgramInternal, .programOnly = ProgramOnlyMode::kInternal,
@@ -60,7 +60,7 @@ constexpr ChipSpec F87x(std::string_view name, int words, int data, int pins, in
 // DS39589 (16F873A..877A): Begin Erase/Programming internally timed 8 ms;
 // Begin Programming Only externally timed, 1 ms minimum, ended by 010111;
 // program memory through eight write latches; Chip Erase 011111 8 ms.
-constexpr ChipSpec F87xA(std::string_view name, int words, int data, int pins, int id) {
+constexpr ChipInfo F87xA(std::string_view name, int words, int data, int pins, int id) {
   return {.name = name, .kind = ChipClass::kFlash14, .programWords = words, .dataBytes = data, .pins = pins,
           .vppSwitch = 2, .cpMask = 0x2000, .cpdMask = 0x0100, .deviceId = id,
           .begin = BeginMode::kEraseProgramInternal, .programOnly = ProgramOnlyMode::kExternal,
@@ -72,7 +72,7 @@ constexpr ChipSpec F87xA(std::string_view name, int words, int data, int pins, i
 // DS39603 (16F818/819): the 16F87xA command set with four write latches;
 // internal oscillator and MCLR as input make Vpp-first (or at once) entry
 // necessary. End Programming is 010111 in our reading of the document.
-constexpr ChipSpec F81x(std::string_view name, int words, int data, int id) {
+constexpr ChipInfo F81x(std::string_view name, int words, int data, int id) {
   return {.name = name, .kind = ChipClass::kFlash14, .programWords = words, .dataBytes = data, .pins = 18,
           .vppSwitch = 1, .cpMask = 0x2000, .cpdMask = 0x0100, .deviceId = id,
           .entry = Entry::kVppFirstOrQuick, .vppWindowUs = 250, .begin = BeginMode::kEraseProgramInternal,
@@ -84,7 +84,7 @@ constexpr ChipSpec F81x(std::string_view name, int words, int data, int id) {
 // DS30324 (16F72..77): no data EEPROM; two words per externally timed
 // Begin Programming (1 ms minimum) ended by 001110; Bulk Erase Program Memory
 // self-timed 30 ms, clears the configuration word too, Vdd 4.5 V or more.
-constexpr ChipSpec F7x(std::string_view name, int words, int pins) {
+constexpr ChipInfo F7x(std::string_view name, int words, int pins) {
   return {.name = name, .kind = ChipClass::kFlash14, .programWords = words, .pins = pins, .vppSwitch = 2,
           .cpMask = 0x0010, .begin = BeginMode::kProgramExternal, .endsWith14 = true,
           .bulk = BulkMode::kSelfTimed, .bulkEraseTakesConfig = true, .latchWords = 2, .programUs = 1'000,
@@ -93,7 +93,7 @@ constexpr ChipSpec F7x(std::string_view name, int words, int pins) {
 
 // DS30228 (16C6x/7x EPROM): 100 us programming pulses (Begin Programming ...
 // End Programming), Vdd 4.75..5.25 V while programming; no electrical erase.
-constexpr ChipSpec C6x(std::string_view name, int words, int pins, int cp) {
+constexpr ChipInfo C6x(std::string_view name, int words, int pins, int cp) {
   return {.name = name, .kind = ChipClass::kOtp14, .programWords = words, .pins = pins,
           .vppSwitch = pins <= 18 ? 1 : 2, .cpMask = cp, .programUs = 100, .minWriteVdd = 4.75,
           .document = "DS30228"};
@@ -101,7 +101,7 @@ constexpr ChipSpec C6x(std::string_view name, int words, int pins, int cp) {
 
 // 12C5XX programming document (DS40152): the address counter resets to the
 // configuration word (FFFh); 100 us pulses; MOVLW calibration in the last word.
-constexpr ChipSpec C5xx(std::string_view name, int words, int pins, int cp) {
+constexpr ChipInfo C5xx(std::string_view name, int words, int pins, int cp) {
   return {.name = name, .kind = ChipClass::kOtp12, .programWords = words, .pins = pins, .vppSwitch = 1,
           .idAddress = words, .configAddress = 0xFFF, .configBits = 0xFFF, .cpMask = cp,
           .calibration = Calibration::kMovlwLastWord, .programUs = 100, .minWriteVdd = 4.75,
@@ -154,7 +154,7 @@ constexpr std::array kChips = {
     C6x("16C558", 2048, 18, 0x3F30),
     // PIC14000 programming document: a 28-pin part whose MCLR only Vpp3
     // reaches; factory calibration block at 0FC0h..0FFFh, kept by the user.
-    ChipSpec{.name = "14000", .kind = ChipClass::kOtp14, .programWords = 4096, .pins = 28, .vppSwitch = 3,
+    ChipInfo{.name = "14000", .kind = ChipClass::kOtp14, .programWords = 4096, .pins = 28, .vppSwitch = 3,
              .calibration = Calibration::kBlock, .calibrationFirst = 0x0FC0, .calibrationLast = 0x0FFF,
              .programUs = 100, .minWriteVdd = 4.75, .document = "PIC14000 programming document"},
     C5xx("12C508", 512, 8, 0x008),
@@ -170,10 +170,10 @@ constexpr std::array kChips = {
 
 }  // namespace
 
-std::span<const ChipSpec> ChipTable() { return kChips; }
+std::span<const ChipInfo> ChipTable() { return kChips; }
 
-Result<const ChipSpec*> FindChipSpec(std::string_view name) {
-  const auto it = std::find_if(kChips.begin(), kChips.end(), [&](const ChipSpec& s) { return s.name == name; });
+Result<const ChipInfo*> FindChip(std::string_view name) {
+  const auto it = std::find_if(kChips.begin(), kChips.end(), [&](const ChipInfo& s) { return s.name == name; });
   if (it != kChips.end()) return &*it;
   // DS30190: the original 16C5x are programmed with twelve data pins in
   // parallel, which the board's two serial lines cannot drive.

@@ -5,13 +5,13 @@
 
 namespace quorvi::sim {
 
-EpromChip::EpromChip(const ChipSpec& spec, ChipState state) : SerialPicChip(spec, std::move(state)) {}
+EpromChip::EpromChip(const ChipInfo& info, ChipState state) : SerialPicChip(info, std::move(state)) {}
 
 Status EpromChip::UvErase() {
-  const int blank = BlankWord(spec_);
+  const int blank = BlankWord(info_);
   std::fill(state_.program.begin(), state_.program.end(), blank);
   state_.ids.fill(blank);
-  state_.config = blank & spec_.configBits;
+  state_.config = blank & info_.configBits;
   pulses_.clear();
   return Status::Ok();
 }
@@ -31,11 +31,11 @@ void EpromChip::Command(int command, int64_t nowNs) {
     case code::kIncrementAddress: Step(); break;
     case code::kBeginProgramming: pulseStartNs_ = nowNs; break;
     case code::kEndProgramming: {
-      if (!pulse || !Lasted(*pulse, nowNs, spec_.programUs) || vdd() < spec_.minWriteVdd) break;
+      if (!pulse || !Lasted(*pulse, nowNs, info_.programUs) || vdd() < info_.minWriteVdd) break;
       const int address = Address();
       int* cell = Cell(address);
       if (cell == nullptr || NeverPrograms(address)) break;
-      if (address < spec_.programWords && ProgramProtected()) break;
+      if (address < info_.programWords && ProgramProtected()) break;
       const int given = ++pulses_[address];
       if (given >= PulsesNeeded(address)) *cell &= latch_;
       break;
@@ -58,13 +58,13 @@ std::optional<int> EpromChip::Read(int command) {
   int* cell = Cell(address);
   int value = cell != nullptr ? *cell : 0;
   // A protected EPROM reads scrambled; the model reads it as zeros.
-  if (cell != nullptr && address < spec_.programWords && ProgramProtected()) value = 0;
+  if (cell != nullptr && address < info_.programWords && ProgramProtected()) value = 0;
   return WithMarginFaults(address, value);
 }
 
 int* Otp14Chip::Cell(int address) {
   if (address < kConfigSpace) {
-    return address < spec_.programWords ? &state_.program[static_cast<size_t>(address)] : nullptr;
+    return address < info_.programWords ? &state_.program[static_cast<size_t>(address)] : nullptr;
   }
   const int offset = address - kConfigSpace;
   if (offset < 4) return &state_.ids[static_cast<size_t>(offset)];
@@ -77,11 +77,11 @@ void Otp14Chip::Step() {
 }
 
 int* Otp12Chip::Cell(int address) {
-  if (address < spec_.programWords) return &state_.program[static_cast<size_t>(address)];
-  if (address >= spec_.idAddress && address < spec_.idAddress + 4) {
-    return &state_.ids[static_cast<size_t>(address - spec_.idAddress)];
+  if (address < info_.programWords) return &state_.program[static_cast<size_t>(address)];
+  if (address >= info_.idAddress && address < info_.idAddress + 4) {
+    return &state_.ids[static_cast<size_t>(address - info_.idAddress)];
   }
-  if (address == spec_.configAddress) return &state_.config;
+  if (address == info_.configAddress) return &state_.config;
   return nullptr;
 }
 

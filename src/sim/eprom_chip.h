@@ -13,7 +13,7 @@ namespace quorvi::sim {
 /// Programming) before it reads back programmed, and only UV light erases.
 class EpromChip : public SerialPicChip {
  public:
-  EpromChip(const ChipSpec& spec, ChipState state);
+  EpromChip(const ChipInfo& info, ChipState state);
   Status UvErase() final;
   /// The pulses the word at `address` needs before it reads programmed.
   int PulsesNeeded(int address) const;
@@ -27,7 +27,7 @@ class EpromChip : public SerialPicChip {
   virtual void Step() = 0;
   virtual void ToConfigSpace() {}
 
-  bool ProgramProtected() const { return spec_.cpMask != 0 && (state_.config & spec_.cpMask) != spec_.cpMask; }
+  bool ProgramProtected() const { return info_.cpMask != 0 && (state_.config & info_.cpMask) != info_.cpMask; }
 
  private:
   void Abort() final { pulseStartNs_.reset(); }

@@ -18,10 +18,10 @@ int NextAddress(int pc) {
 
 }  // namespace
 
-Flash14Chip::Flash14Chip(const ChipSpec& spec, ChipState state)
-    : SerialPicChip(spec, std::move(state)), latches_(static_cast<size_t>(spec.latchWords)) {}
+Flash14Chip::Flash14Chip(const ChipInfo& info, ChipState state)
+    : SerialPicChip(info, std::move(state)), latches_(static_cast<size_t>(info.latchWords)) {}
 
-Status Flash14Chip::UvErase() { return Status::Fail(std::string(spec_.name) + " is a flash part: no UV erase"); }
+Status Flash14Chip::UvErase() { return Status::Fail(std::string(info_.name) + " is a flash part: no UV erase"); }
 
 void Flash14Chip::Reset() {
   pc_ = 0;
@@ -54,8 +54,8 @@ void Flash14Chip::Start(Op op, int64_t nowNs, int documentUs, bool external) {
 }
 
 bool Flash14Chip::Accepts(int endCode) const {
-  return (endCode == code::kEndProgramming && spec_.endsWith14) ||
-         (endCode == code::kEndProgramming2 && spec_.endsWith23);
+  return (endCode == code::kEndProgramming && info_.endsWith14) ||
+         (endCode == code::kEndProgramming2 && info_.endsWith23);
 }
 
 void Flash14Chip::Command(int command, int64_t nowNs) {
@@ -79,39 +79,39 @@ void Flash14Chip::Command(int command, int64_t nowNs) {
     case code::kLoadConfiguration: pc_ = kConfigSpace; break;
     case code::kIncrementAddress: pc_ = NextAddress(pc_); break;
     case code::kEraseSetup2:
-      cpArmed_ = setup1_ && spec_.cpDisable;
+      cpArmed_ = setup1_ && info_.cpDisable;
       setup1_ = false;
       break;
     case code::kBeginProgramming:
       if (armed) {
-        Start(Op::kEraseAll, nowNs, spec_.eraseUs, false);
+        Start(Op::kEraseAll, nowNs, info_.eraseUs, false);
       } else if (bulk) {
-        Start(*bulk == Target::kData ? Op::kBulkData : Op::kBulkProgram, nowNs, spec_.eraseUs, false);
-      } else if (spec_.begin == BeginMode::kEraseProgramInternal) {
-        Start(Op::kWrite, nowNs, lastLoad_ == Target::kData ? spec_.dataUs : spec_.programUs, false);
+        Start(*bulk == Target::kData ? Op::kBulkData : Op::kBulkProgram, nowNs, info_.eraseUs, false);
+      } else if (info_.begin == BeginMode::kEraseProgramInternal) {
+        Start(Op::kWrite, nowNs, lastLoad_ == Target::kData ? info_.dataUs : info_.programUs, false);
       } else {
-        Start(Op::kProgramOnly, nowNs, spec_.programUs, true);
+        Start(Op::kProgramOnly, nowNs, info_.programUs, true);
       }
       break;
     case code::kBeginProgrammingOnly:
-      if (spec_.programOnly == ProgramOnlyMode::kInternal) {
-        Start(Op::kProgramOnly, nowNs, lastLoad_ == Target::kData ? spec_.dataUs : spec_.programOnlyUs, false);
-      } else if (spec_.programOnly == ProgramOnlyMode::kExternal) {
-        Start(Op::kProgramOnly, nowNs, spec_.programOnlyUs, true);
+      if (info_.programOnly == ProgramOnlyMode::kInternal) {
+        Start(Op::kProgramOnly, nowNs, lastLoad_ == Target::kData ? info_.dataUs : info_.programOnlyUs, false);
+      } else if (info_.programOnly == ProgramOnlyMode::kExternal) {
+        Start(Op::kProgramOnly, nowNs, info_.programOnlyUs, true);
       }
       break;
     case code::kBulkEraseProgram:
     case code::kBulkEraseData: {
       const Target target = command == code::kBulkEraseData ? Target::kData : Target::kProgram;
-      if (spec_.bulk == BulkMode::kThenBeginProgramming) {
+      if (info_.bulk == BulkMode::kThenBeginProgramming) {
         bulkArmed_ = target;
-      } else if (spec_.bulk == BulkMode::kSelfTimed) {
-        Start(target == Target::kData ? Op::kBulkData : Op::kBulkProgram, nowNs, spec_.eraseUs, false);
+      } else if (info_.bulk == BulkMode::kSelfTimed) {
+        Start(target == Target::kData ? Op::kBulkData : Op::kBulkProgram, nowNs, info_.eraseUs, false);
       }
       break;
     }
     case code::kChipErase:
-      if (spec_.chipErase) Start(Op::kEraseAll, nowNs, spec_.eraseUs, false);
+      if (info_.chipErase) Start(Op::kEraseAll, nowNs, info_.eraseUs, false);
       break;
     default: break;  // loads, reads, and codes this part does not know
   }
@@ -128,7 +128,7 @@ void Flash14Chip::Load(int command, int word, int64_t nowNs) {
       if (pc_ >= kConfigSpace) {
         configLatch_ = word & kWordMask;
       } else {
-        latches_[static_cast<size_t>(pc_ % spec_.latchWords)] = word & kWordMask;
+        latches_[static_cast<size_t>(pc_ % info_.latchWords)] = word & kWordMask;
       }
       lastLoad_ = Target::kProgram;
       break;
@@ -142,13 +142,13 @@ void Flash14Chip::Load(int command, int word, int64_t nowNs) {
 
 std::optional<int> Flash14Chip::Read(int command) {
   if (command == code::kReadDataData) {
-    if (spec_.dataBytes == 0) return std::nullopt;
+    if (info_.dataBytes == 0) return std::nullopt;
     const int address = DataAddress();
     const int value = DataProtected() ? 0 : state_.data[static_cast<size_t>(address)];
     return WithMarginFaults(kDataSpace + address, value);
   }
   if (pc_ < kConfigSpace) {
-    const int address = pc_ % spec_.programWords;
+    const int address = pc_ % info_.programWords;
     const int value = ProgramProtected() ? 0 : state_.program[static_cast<size_t>(address)];
     return WithMarginFaults(address, value);
   }
@@ -157,9 +157,9 @@ std::optional<int> Flash14Chip::Read(int command) {
   if (offset < 4) {
     value = state_.ids[static_cast<size_t>(offset)];
   } else if (offset == kDeviceIdOffset) {
-    value = std::max(spec_.deviceId, 0);
+    value = std::max(info_.deviceId, 0);
   } else if (offset == kConfigOffset) {
-    value = state_.config & spec_.configBits;
+    value = state_.config & info_.configBits;
   }
   return WithMarginFaults(kConfigSpace + offset, value);
 }
@@ -168,7 +168,7 @@ void Flash14Chip::EraseProgram(bool withConfig) {
   std::fill(state_.program.begin(), state_.program.end(), kWordMask);
   if (withConfig) {
     state_.ids.fill(kWordMask);
-    state_.config = kWordMask & spec_.configBits;
+    state_.config = kWordMask & info_.configBits;
   }
 }
 
@@ -184,13 +184,13 @@ void Flash14Chip::WriteProgramSpace(const Cycle& cycle, bool programOnly) {
     if (offset < 4) {
       put(state_.ids[static_cast<size_t>(offset)], configLatch_, kConfigSpace + offset);
     } else if (offset == kConfigOffset) {
-      put(state_.config, configLatch_ & spec_.configBits, kConfigSpace + offset);
+      put(state_.config, configLatch_ & info_.configBits, kConfigSpace + offset);
     }
     return;
   }
   if (ProgramProtected()) return;
-  const int words = spec_.latchWords;
-  const int first = (cycle.pc % spec_.programWords) / words * words;
+  const int words = info_.latchWords;
+  const int first = (cycle.pc % info_.programWords) / words * words;
   for (int i = 0; i < words; ++i) {
     const std::optional<int>& latch = latches_[static_cast<size_t>(i)];
     // A latch nobody loaded holds all ones: erased, or left alone by a program-only cycle.
@@ -199,15 +199,15 @@ void Flash14Chip::WriteProgramSpace(const Cycle& cycle, bool programOnly) {
 }
 
 void Flash14Chip::Complete(const Cycle& cycle) {
-  const bool canWrite = vdd() >= spec_.minWriteVdd;
-  const bool canErase = vdd() >= spec_.minEraseVdd;
+  const bool canWrite = vdd() >= info_.minWriteVdd;
+  const bool canErase = vdd() >= info_.minEraseVdd;
   switch (cycle.op) {
     case Op::kWrite:
     case Op::kProgramOnly:
       if (!canWrite) break;
       if (cycle.target == Target::kData) {
-        if (spec_.dataBytes > 0 && !DataProtected()) {
-          const int address = (cycle.pc & 0xFF) % spec_.dataBytes;
+        if (info_.dataBytes > 0 && !DataProtected()) {
+          const int address = (cycle.pc & 0xFF) % info_.dataBytes;
           if (!NeverPrograms(kDataSpace + address)) state_.data[static_cast<size_t>(address)] = dataLatch_;
         }
       } else {
@@ -216,11 +216,11 @@ void Flash14Chip::Complete(const Cycle& cycle) {
       break;
     case Op::kBulkProgram:
       // Armed bulk erases refuse a protected part; that is what the code-protect erase is for.
-      if (!canErase || (spec_.bulk == BulkMode::kThenBeginProgramming && ProgramProtected())) break;
-      EraseProgram(cycle.pc >= kConfigSpace || spec_.bulkEraseTakesConfig);
+      if (!canErase || (info_.bulk == BulkMode::kThenBeginProgramming && ProgramProtected())) break;
+      EraseProgram(cycle.pc >= kConfigSpace || info_.bulkEraseTakesConfig);
       break;
     case Op::kBulkData:
-      if (!canErase || (spec_.bulk == BulkMode::kThenBeginProgramming && DataProtected())) break;
+      if (!canErase || (info_.bulk == BulkMode::kThenBeginProgramming && DataProtected())) break;
       EraseData();
       break;
     case Op::kEraseAll:
@@ -230,7 +230,7 @@ void Flash14Chip::Complete(const Cycle& cycle) {
       break;
   }
   // The latches of a multi-word part are reset to all ones by every write.
-  if (spec_.latchWords > 1) std::fill(latches_.begin(), latches_.end(), std::nullopt);
+  if (info_.latchWords > 1) std::fill(latches_.begin(), latches_.end(), std::nullopt);
 }
 
 }  // namespace quorvi::sim

@@ -12,7 +12,7 @@ namespace quorvi::sim {
 /// 16F87x, 16F87xA, 16F81x and 16F7x, told apart by their table entries.
 class Flash14Chip final : public SerialPicChip {
  public:
-  Flash14Chip(const ChipSpec& spec, ChipState state);
+  Flash14Chip(const ChipInfo& info, ChipState state);
   Status UvErase() override;
 
  private:
@@ -40,9 +40,9 @@ class Flash14Chip final : public SerialPicChip {
   void WriteProgramSpace(const Cycle& cycle, bool programOnly);
   void EraseProgram(bool withConfig);
   void EraseData();
-  bool ProgramProtected() const { return spec_.cpMask != 0 && (state_.config & spec_.cpMask) != spec_.cpMask; }
-  bool DataProtected() const { return spec_.cpdMask != 0 && (state_.config & spec_.cpdMask) != spec_.cpdMask; }
-  int DataAddress() const { return spec_.dataBytes > 0 ? (pc_ & 0xFF) % spec_.dataBytes : 0; }
+  bool ProgramProtected() const { return info_.cpMask != 0 && (state_.config & info_.cpMask) != info_.cpMask; }
+  bool DataProtected() const { return info_.cpdMask != 0 && (state_.config & info_.cpdMask) != info_.cpdMask; }
+  int DataAddress() const { return info_.dataBytes > 0 ? (pc_ & 0xFF) % info_.dataBytes : 0; }
   bool Accepts(int endCode) const;
 
   int pc_ = 0;

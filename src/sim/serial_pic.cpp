@@ -16,7 +16,7 @@ bool IsRead(int code) { return code == 4 || code == 5; }
 
 }  // namespace
 
-SerialPicChip::SerialPicChip(const ChipSpec& spec, ChipState state) : spec_(spec), state_(std::move(state)) {}
+SerialPicChip::SerialPicChip(const ChipInfo& info, ChipState state) : info_(info), state_(std::move(state)) {}
 
 bool SerialPicChip::Lasted(int64_t startNs, int64_t nowNs, int documentUs) const {
   const double needNs = static_cast<double>(documentUs) * 1000.0 * state_.timingMargin;
@@ -51,10 +51,10 @@ void SerialPicChip::TryEntry(const SocketPins& pins, int64_t nowNs) {
   if (inMode_ || entryDecided_ || !powered_ || !vpp_) return;
   entryDecided_ = true;
   bool ordered = false;
-  switch (spec_.entry) {
+  switch (info_.entry) {
     case Entry::kVddFirst: ordered = vppRoseWhilePowered_ && vppSinceNs_ > poweredSinceNs_; break;
     case Entry::kVppFirstOrQuick:
-      ordered = !vppRoseWhilePowered_ || nowNs - poweredSinceNs_ <= int64_t{spec_.vppWindowUs} * 1000;
+      ordered = !vppRoseWhilePowered_ || nowNs - poweredSinceNs_ <= int64_t{info_.vppWindowUs} * 1000;
       break;
   }
   // Clock and data must be low while MCLR rises, or the part starts in another mode.
@@ -67,9 +67,10 @@ void SerialPicChip::TryEntry(const SocketPins& pins, int64_t nowNs) {
 }
 
 void SerialPicChip::Update(const SocketPins& pins, int64_t nowNs) {
+  // A cycle whose time is up finished under the supply it had, before this change.
+  if (inMode_) Settle(nowNs);
   vddVolts_ = pins.vdd ? pins.vddVolts : 0.0;
   const bool powered = pins.vdd && pins.vddVolts >= kMinOperatingVolts;
-  if (inMode_) Settle(nowNs);
 
   if (powered && !powered_) {
     poweredSinceNs_ = nowNs;

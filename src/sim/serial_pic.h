@@ -35,12 +35,12 @@ inline constexpr double kMinOperatingVolts = 2.0;
 
 class SerialPicChip : public ChipModel {
  public:
-  SerialPicChip(const ChipSpec& spec, ChipState state);
+  SerialPicChip(const ChipInfo& info, ChipState state);
 
   void Update(const SocketPins& pins, int64_t nowNs) final;
   std::optional<bool> DataDrive() const final { return drive_; }
   bool inProgrammingMode() const final { return inMode_; }
-  const ChipSpec& spec() const final { return spec_; }
+  const ChipInfo& info() const final { return info_; }
   const ChipState& state() const final { return state_; }
   ChipState& state() final { return state_; }
 
@@ -66,7 +66,7 @@ class SerialPicChip : public ChipModel {
   int WithMarginFaults(int address, int value) const;
   bool NeverPrograms(int address) const;
 
-  const ChipSpec& spec_;
+  const ChipInfo& info_;
   ChipState state_;
 
  private:

@@ -15,7 +15,7 @@ Result<std::unique_ptr<SimBoard>> MakeBoard(Clock& clock, ChipState state) {
 
 std::string SimBoard::Describe() const {
   if (!ChipPresent()) return "simulated board (empty socket)";
-  return "simulated board with a " + std::string(chip_->spec().name);
+  return "simulated board with a " + std::string(chip_->info().name);
 }
 
 void SimBoard::Insert(std::unique_ptr<ChipModel> chip) {
@@ -30,7 +30,7 @@ double SimBoard::VddVolts() const { return step_ * kVoltsPerVddStep; }
 SocketPins SimBoard::Pins() const {
   uint8_t vppLine = line::kVpp1;
   if (chip_) {
-    switch (chip_->spec().vppSwitch) {
+    switch (chip_->info().vppSwitch) {
       case 2: vppLine = line::kVpp2; break;
       case 3: vppLine = line::kVpp3; break;
       default: break;
@@ -71,18 +71,23 @@ void SimBoard::WriteData(uint8_t value) {
   if (ChipPresent()) chip_->Update(Pins(), now);
 }
 
+bool SimBoard::DataLineLevel() const {
+  const bool released = (output_ & line::kDataOut) != 0;
+  if (!ChipPresent()) return released;
+  const std::optional<bool> drive = chip_->DataDrive();
+  return released && drive.value_or(true);
+}
+
 uint8_t SimBoard::ReadStatus() {
   Sync();
-  bool level = (output_ & line::kDataOut) != 0;  // the board's pull-up behind DataOut
   if (ChipPresent()) {
     switch (chip_->state().faults.dataIn) {
       case DataInFault::kStuckLow: return 0x00;
       case DataInFault::kStuckHigh: return line::kDataIn;
       case DataInFault::kNone: break;
     }
-    if (const std::optional<bool> drive = chip_->DataDrive()) level = level && *drive;
   }
-  return level ? line::kDataIn : 0x00;
+  return DataLineLevel() ? line::kDataIn : 0x00;
 }
 
 }  // namespace quorvi::sim

@@ -35,6 +35,10 @@ class SimBoard final : public PortDriver {
   /// Lets the chip see the time that passed since the last port access.
   void Sync();
 
+  /// The data line as a probe on the socket sees it: DataOut (released
+  /// high) and the chip's drive, wired together. Stuck faults are not on it.
+  bool DataLineLevel() const;
+
   int vddStep() const { return step_; }
   double VddVolts() const;
   uint8_t lastWrite() const { return output_; }

@@ -26,57 +26,57 @@ class EveryClass : public ::testing::TestWithParam<std::string> {};
 const std::vector<int> kWords14 = {0x2834, 0x0000, 0x3FFE, 0x1555};
 const std::vector<int> kWords12 = {0xA05, 0x000, 0xFFE, 0x555};
 
-std::vector<int> WordsFor(const sim::ChipSpec& spec) {
-  return spec.kind == sim::ChipClass::kOtp12 ? kWords12 : kWords14;
+std::vector<int> WordsFor(const sim::ChipInfo& info) {
+  return info.kind == sim::ChipClass::kOtp12 ? kWords12 : kWords14;
 }
 
 TEST_P(EveryClass, ProgramsWordsAndReadsThemBack) {
   SimLink s(GetParam());
-  const sim::ChipSpec& spec = s.spec();
-  SerialProtocol p = s.Protocol(test::FamilyOf(spec));
+  const sim::ChipInfo& info = s.info();
+  SerialProtocol p = s.Protocol(test::FamilyOf(info));
   test::Enter(s, p);
   ASSERT_TRUE(s.chip().inProgrammingMode());
-  if (spec.kind == sim::ChipClass::kOtp12) p.IncrementAddress();  // from the configuration word to 0
-  const std::vector<int> words = WordsFor(spec);
+  if (info.kind == sim::ChipClass::kOtp12) p.IncrementAddress();  // from the configuration word to 0
+  const std::vector<int> words = WordsFor(info);
   for (const int w : words) {
-    EXPECT_LE(test::ProgramWord(p, spec, w), 25);
+    EXPECT_LE(test::ProgramWord(p, info, w), 25);
     p.IncrementAddress();
   }
   test::Enter(s, p);
-  if (spec.kind == sim::ChipClass::kOtp12) p.IncrementAddress();
+  if (info.kind == sim::ChipClass::kOtp12) p.IncrementAddress();
   for (size_t i = 0; i < words.size(); ++i) {
     EXPECT_EQ(p.ReadProgramWord(), words[i]) << "address " << i;
     p.IncrementAddress();
   }
-  EXPECT_EQ(p.ReadProgramWord(), sim::BlankWord(spec)) << "the next word stays blank";
+  EXPECT_EQ(p.ReadProgramWord(), sim::BlankWord(info)) << "the next word stays blank";
 }
 
 TEST_P(EveryClass, ConfigurationWordWriteAndRead) {
   SimLink s(GetParam());
-  const sim::ChipSpec& spec = s.spec();
-  SerialProtocol p = s.Protocol(test::FamilyOf(spec));
+  const sim::ChipInfo& info = s.info();
+  SerialProtocol p = s.Protocol(test::FamilyOf(info));
   test::Enter(s, p);
   // Oscillator bits changed, protection left off.
-  const int config = (sim::BlankWord(spec) & spec.configBits) & ~0x0003;
-  EXPECT_LE(test::ProgramConfig(p, spec, config), 25);
+  const int config = (sim::BlankWord(info) & info.configBits) & ~0x0003;
+  EXPECT_LE(test::ProgramConfig(p, info, config), 25);
   test::Enter(s, p);
-  EXPECT_EQ(test::ReadConfig(p, spec), config);
+  EXPECT_EQ(test::ReadConfig(p, info), config);
   EXPECT_EQ(s.state().config, config);
 }
 
 TEST_P(EveryClass, IdWordsSitWhereTheDocumentPutsThem) {
   SimLink s(GetParam());
-  const sim::ChipSpec& spec = s.spec();
-  SerialProtocol p = s.Protocol(test::FamilyOf(spec));
+  const sim::ChipInfo& info = s.info();
+  SerialProtocol p = s.Protocol(test::FamilyOf(info));
   test::Enter(s, p);
-  if (spec.kind == sim::ChipClass::kOtp12) {
-    for (int i = 0; i <= spec.idAddress; ++i) p.IncrementAddress();  // FFFh -> 0 -> ids
+  if (info.kind == sim::ChipClass::kOtp12) {
+    for (int i = 0; i <= info.idAddress; ++i) p.IncrementAddress();  // FFFh -> 0 -> ids
   } else {
     p.LoadConfiguration(0x3FFF);
   }
-  EXPECT_LE(test::ProgramWord(p, spec, 0x0005), 25);
+  EXPECT_LE(test::ProgramWord(p, info, 0x0005), 25);
   p.IncrementAddress();
-  EXPECT_LE(test::ProgramWord(p, spec, 0x000A), 25);
+  EXPECT_LE(test::ProgramWord(p, info, 0x000A), 25);
   s.board->Sync();
   EXPECT_EQ(s.state().ids[0], 0x0005);
   EXPECT_EQ(s.state().ids[1], 0x000A);
@@ -84,23 +84,23 @@ TEST_P(EveryClass, IdWordsSitWhereTheDocumentPutsThem) {
 
 TEST_P(EveryClass, EraseLeavesTheChipBlank) {
   SimLink s(GetParam());
-  const sim::ChipSpec& spec = s.spec();
-  SerialProtocol p = s.Protocol(test::FamilyOf(spec));
+  const sim::ChipInfo& info = s.info();
+  SerialProtocol p = s.Protocol(test::FamilyOf(info));
   test::Enter(s, p);
-  if (spec.kind == sim::ChipClass::kOtp12) p.IncrementAddress();
-  test::ProgramWord(p, spec, 0x0123);
+  if (info.kind == sim::ChipClass::kOtp12) p.IncrementAddress();
+  test::ProgramWord(p, info, 0x0123);
   s.board->Sync();
   ASSERT_EQ(s.state().program[0], 0x0123);
-  if (spec.kind == sim::ChipClass::kFlash14) {
+  if (info.kind == sim::ChipClass::kFlash14) {
     test::Enter(s, p);
-    test::EraseChip(p, spec);
+    test::EraseChip(p, info);
     test::Enter(s, p);
     EXPECT_EQ(p.ReadProgramWord(), 0x3FFF);
   } else {
     EXPECT_TRUE(s.chip().UvErase().ok());
-    EXPECT_EQ(s.state().program[0], sim::BlankWord(spec));
+    EXPECT_EQ(s.state().program[0], sim::BlankWord(info));
   }
-  EXPECT_EQ(s.state().program[0], sim::BlankWord(spec));
+  EXPECT_EQ(s.state().program[0], sim::BlankWord(info));
 }
 
 INSTANTIATE_TEST_SUITE_P(Sim, EveryClass, ::testing::ValuesIn(kOnePerClass),
@@ -110,12 +110,12 @@ class DataEeprom : public ::testing::TestWithParam<std::string> {};
 
 TEST_P(DataEeprom, ByteWriteAndRead) {
   SimLink s(GetParam());
-  const sim::ChipSpec& spec = s.spec();
-  ASSERT_GT(spec.dataBytes, 0);
-  SerialProtocol p = s.Protocol(test::FamilyOf(spec));
+  const sim::ChipInfo& info = s.info();
+  ASSERT_GT(info.dataBytes, 0);
+  SerialProtocol p = s.Protocol(test::FamilyOf(info));
   test::Enter(s, p);
   for (const int byte : {0x5A, 0x00, 0xC3}) {
-    test::ProgramDataByte(p, spec, byte);
+    test::ProgramDataByte(p, info, byte);
     p.IncrementAddress();
   }
   test::Enter(s, p);
@@ -132,7 +132,7 @@ INSTANTIATE_TEST_SUITE_P(Sim, DataEeprom, ::testing::Values("16F84A", "16F628", 
                          [](const ::testing::TestParamInfo<std::string>& param) { return "PIC" + param.param; });
 
 TEST(TwelveBitCore, AddressCounterStartsOnTheConfigurationWord) {
-  sim::ChipState state = sim::FactoryState(*sim::FindChipSpec("12C508A").value(), 7);
+  sim::ChipState state = sim::FactoryState(*sim::FindChip("12C508A").value(), 7);
   state.config = 0xFEA;
   state.ids = {1, 2, 3, 4};
   SimLink s(state);
@@ -156,7 +156,7 @@ TEST(OneTimeProgrammable, EachWordTakesItsDrawnNumberOfPulses) {
   p.EnterProgrammingMode();
   std::vector<int> pulses;
   for (int a = 0; a < 8; ++a) {
-    pulses.push_back(test::ProgramWord(p, s.spec(), 0x0000));
+    pulses.push_back(test::ProgramWord(p, s.info(), 0x0000));
     EXPECT_EQ(pulses.back(), chip.PulsesNeeded(a)) << "address " << a;
     EXPECT_GE(pulses.back(), 1);
     EXPECT_LE(pulses.back(), 8);
@@ -169,22 +169,22 @@ TEST(OneTimeProgrammable, CellsOnlyGoFromOneToZero) {
   SimLink s("16C61");
   SerialProtocol p = s.Protocol(2);
   p.EnterProgrammingMode();
-  test::ProgramWord(p, s.spec(), 0x00FF);
-  EXPECT_EQ(test::ProgramWord(p, s.spec(), 0x0F0F), 26) << "never reads back as asked";
+  test::ProgramWord(p, s.info(), 0x00FF);
+  EXPECT_EQ(test::ProgramWord(p, s.info(), 0x0F0F), 26) << "never reads back as asked";
   EXPECT_EQ(p.ReadProgramWord(), 0x000F);
 }
 
 TEST(OneTimeProgrammable, PulseCountRangeComesFromTheState) {
-  sim::ChipState state = sim::BlankState(*sim::FindChipSpec("16C74").value());
+  sim::ChipState state = sim::BlankState(*sim::FindChip("16C74").value());
   state.pulses = {.seed = 99, .minPulses = 3, .maxPulses = 3};
   SimLink s(state);
   SerialProtocol p = s.Protocol(2);
   p.EnterProgrammingMode();
-  EXPECT_EQ(test::ProgramWord(p, s.spec(), 0x1234), 3);
+  EXPECT_EQ(test::ProgramWord(p, s.info(), 0x1234), 3);
 }
 
 TEST(OneTimeProgrammable, The14000SitsOnVpp3AndKeepsItsCalibrationBlock) {
-  sim::ChipState state = sim::FactoryState(*sim::FindChipSpec("14000").value(), 5);
+  sim::ChipState state = sim::FactoryState(*sim::FindChip("14000").value(), 5);
   SimLink s(state);
   SerialProtocol p = s.Protocol(2);
   p.EnterProgrammingMode();
@@ -204,29 +204,29 @@ TEST(OneTimeProgrammable, UvEraseIsOnlyForEpromParts) {
 }
 
 TEST(BandGapParts, BulkEraseLosesCalibrationUnlessWrittenBack) {
-  const sim::ChipSpec& spec = *sim::FindChipSpec("12F675").value();
-  const sim::ChipState factory = sim::FactoryState(spec, 11);
+  const sim::ChipInfo& info = *sim::FindChip("12F675").value();
+  const sim::ChipState factory = sim::FactoryState(info, 11);
   SimLink s(factory);
   SerialProtocol p = s.Protocol(1);
   p.EnterProgrammingMode();
   for (int i = 0; i < 0x3FF; ++i) p.IncrementAddress();
   const int calibration = p.ReadProgramWord();
   EXPECT_EQ(calibration & 0x3F00, 0x3400) << "RETLW";
-  const int bandgap = test::ReadConfig(p, spec) & 0x3000;
+  const int bandgap = test::ReadConfig(p, info) & 0x3000;
   EXPECT_EQ(bandgap, factory.config & 0x3000);
 
   p.EnterProgrammingMode();
-  test::EraseChip(p, spec);
+  test::EraseChip(p, info);
   p.EnterProgrammingMode();
   for (int i = 0; i < 0x3FF; ++i) p.IncrementAddress();
   EXPECT_EQ(p.ReadProgramWord(), 0x3FFF) << "the erase took the calibration word";
-  EXPECT_EQ(test::ReadConfig(p, spec), 0x31FF) << "and set the band-gap bits; 11..9 read 0";
+  EXPECT_EQ(test::ReadConfig(p, info), 0x31FF) << "and set the band-gap bits; 11..9 read 0";
 
   p.EnterProgrammingMode();
   for (int i = 0; i < 0x3FF; ++i) p.IncrementAddress();
-  test::ProgramWord(p, spec, calibration);
+  test::ProgramWord(p, info, calibration);
   p.EnterProgrammingMode();
-  test::ProgramConfig(p, spec, 0x01FF | bandgap);
+  test::ProgramConfig(p, info, 0x01FF | bandgap);
   s.board->Sync();
   EXPECT_EQ(s.state().program[0x3FF], calibration);
   EXPECT_EQ(s.state().config & 0x3000, bandgap);

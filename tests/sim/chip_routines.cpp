@@ -11,17 +11,17 @@ using sim::Entry;
 using sim::ProgramOnlyMode;
 
 void Enter(SimLink& s, SerialProtocol& p) {
-  if (s.spec().entry == Entry::kVppFirstOrQuick && s.spec().pins == 18 &&
-      std::string_view(s.spec().name).substr(0, 5) != "16F81") {
+  if (s.info().entry == Entry::kVppFirstOrQuick && s.info().pins == 18 &&
+      std::string_view(s.info().name).substr(0, 5) != "16F81") {
     s.EnterVppFirst();
   } else {
     p.EnterProgrammingMode();
   }
 }
 
-int ProgramWord(SerialProtocol& p, const sim::ChipSpec& spec, int word) {
+int ProgramWord(SerialProtocol& p, const sim::ChipInfo& info, int word) {
   Clock& clock = p.link().clock();
-  if (spec.kind != ChipClass::kFlash14) {
+  if (info.kind != ChipClass::kFlash14) {
     for (int pulses = 1; pulses <= 25; ++pulses) {
       p.LoadProgramData(word);
       p.BeginProgramming();
@@ -32,11 +32,11 @@ int ProgramWord(SerialProtocol& p, const sim::ChipSpec& spec, int word) {
     return 26;
   }
   p.LoadProgramData(word);
-  if (spec.programOnly == ProgramOnlyMode::kExternal) {
+  if (info.programOnly == ProgramOnlyMode::kExternal) {
     p.SendCommand(cmd::kBeginProgrammingOnly);
     DelayMs(clock, 1.0F);
-    p.SendCommand(spec.endsWith23 ? cmd::kEndProgramming2 : cmd::kEndProgramming);
-  } else if (spec.begin == BeginMode::kProgramExternal) {
+    p.SendCommand(info.endsWith23 ? cmd::kEndProgramming2 : cmd::kEndProgramming);
+  } else if (info.begin == BeginMode::kProgramExternal) {
     p.BeginProgramming();
     DelayMs(clock, 1.0F);
     p.EndProgramming();
@@ -47,9 +47,9 @@ int ProgramWord(SerialProtocol& p, const sim::ChipSpec& spec, int word) {
   return 1;
 }
 
-void ProgramDataByte(SerialProtocol& p, const sim::ChipSpec& spec, int byte) {
+void ProgramDataByte(SerialProtocol& p, const sim::ChipInfo& info, int byte) {
   p.LoadDataMemory(byte);
-  if (spec.programOnly == ProgramOnlyMode::kExternal) {
+  if (info.programOnly == ProgramOnlyMode::kExternal) {
     p.SendCommand(cmd::kBeginProgrammingOnly);
     DelayMs(p.link().clock(), 1.0F);
     p.SendCommand(cmd::kEndProgramming2);
@@ -59,36 +59,36 @@ void ProgramDataByte(SerialProtocol& p, const sim::ChipSpec& spec, int byte) {
   DelayMs(p.link().clock(), 10.0F);
 }
 
-int ProgramConfig(SerialProtocol& p, const sim::ChipSpec& spec, int word) {
-  if (spec.kind != ChipClass::kOtp12) {
+int ProgramConfig(SerialProtocol& p, const sim::ChipInfo& info, int word) {
+  if (info.kind != ChipClass::kOtp12) {
     p.LoadConfiguration(0x3FFF);
     for (int i = 0; i < 7; ++i) p.IncrementAddress();
   }
-  return ProgramWord(p, spec, word);
+  return ProgramWord(p, info, word);
 }
 
-int ReadConfig(SerialProtocol& p, const sim::ChipSpec& spec) {
-  if (spec.kind != ChipClass::kOtp12) {
+int ReadConfig(SerialProtocol& p, const sim::ChipInfo& info) {
+  if (info.kind != ChipClass::kOtp12) {
     p.LoadConfiguration(0x3FFF);
     for (int i = 0; i < 7; ++i) p.IncrementAddress();
   }
   return p.ReadProgramWord();
 }
 
-void EraseChip(SerialProtocol& p, const sim::ChipSpec& spec) {
+void EraseChip(SerialProtocol& p, const sim::ChipInfo& info) {
   Clock& clock = p.link().clock();
-  if (spec.chipErase) {
+  if (info.chipErase) {
     p.LoadConfiguration(0x3FFF);
     p.SendCommand(cmd::kChipErase);
     DelayMs(clock, 10.0F);
-  } else if (spec.cpDisable) {
+  } else if (info.cpDisable) {
     p.CodeProtectEraseConfigPath();
     p.LoadDataMemory(0x3FFF);
     p.SendCommand(cmd::kEraseSetup1);
     p.SendCommand(cmd::kEraseSetup2);
     p.SendCommand(cmd::kBeginProgramming);
     DelayMs(clock, 15.0F);
-  } else if (spec.begin == BeginMode::kProgramExternal) {
+  } else if (info.begin == BeginMode::kProgramExternal) {
     p.SendCommand(cmd::kBulkEraseProgram);
     DelayMs(clock, 40.0F);
   } else {

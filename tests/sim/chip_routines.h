@@ -4,7 +4,7 @@
 #pragma once
 
 #include "protocol/serial_protocol.h"
-#include "sim/chip_spec.h"
+#include "sim/chip_info.h"
 #include "support/sim_link.h"
 
 namespace quorvi::test {
@@ -13,14 +13,14 @@ namespace quorvi::test {
 void Enter(SimLink& s, SerialProtocol& p);
 /// Programs `word` at the address counter; returns the cycles it took
 /// (EPROM parts: pulses until it reads back, at most 25).
-int ProgramWord(SerialProtocol& p, const sim::ChipSpec& spec, int word);
+int ProgramWord(SerialProtocol& p, const sim::ChipInfo& info, int word);
 /// Writes one data EEPROM byte at the address counter.
-void ProgramDataByte(SerialProtocol& p, const sim::ChipSpec& spec, int byte);
+void ProgramDataByte(SerialProtocol& p, const sim::ChipInfo& info, int byte);
 /// Walks to the configuration word and programs it (12-bit: right after entry).
-int ProgramConfig(SerialProtocol& p, const sim::ChipSpec& spec, int word);
+int ProgramConfig(SerialProtocol& p, const sim::ChipInfo& info, int word);
 /// Reads the configuration word (12-bit: right after entry).
-int ReadConfig(SerialProtocol& p, const sim::ChipSpec& spec);
+int ReadConfig(SerialProtocol& p, const sim::ChipInfo& info);
 /// The whole-chip erase of the chip's document (flash parts only).
-void EraseChip(SerialProtocol& p, const sim::ChipSpec& spec);
+void EraseChip(SerialProtocol& p, const sim::ChipInfo& info);
 
 }  // namespace quorvi::test

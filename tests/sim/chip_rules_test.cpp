@@ -27,7 +27,7 @@ TEST(ModeEntry, VddFirstPartRefusesVppBeforeVdd) {
   s.EnterVppFirst();
   EXPECT_FALSE(s.chip().inProgrammingMode());
   SerialProtocol p = s.Protocol(1);
-  test::ProgramWord(p, s.spec(), 0x0000);
+  test::ProgramWord(p, s.info(), 0x0000);
   s.board->Sync();
   EXPECT_EQ(s.state().program[0], 0x3FFF) << "nothing is programmed outside programming mode";
 }
@@ -37,7 +37,7 @@ TEST(ModeEntry, SixteenF628NeedsVppFirst) {
   SerialProtocol p = late.Protocol(1);
   p.EnterProgrammingMode();  // 18 pins: Vpp 100 ms after Vdd
   EXPECT_FALSE(late.chip().inProgrammingMode());
-  test::ProgramWord(p, late.spec(), 0x0000);
+  test::ProgramWord(p, late.info(), 0x0000);
   late.board->Sync();
   EXPECT_EQ(late.state().program[0], 0x3FFF);
 
@@ -80,7 +80,7 @@ TEST(ModeEntry, WrongVppSwitchLeavesTheChipAlone) {
   SerialProtocol wrong(s.link, {.name = "16F877", .family = 1, .pairFlag = false, .pinCount = 18});
   wrong.EnterProgrammingMode();
   EXPECT_FALSE(s.chip().inProgrammingMode());
-  test::ProgramWord(wrong, s.spec(), 0x0000);
+  test::ProgramWord(wrong, s.info(), 0x0000);
   EXPECT_EQ(wrong.ReadProgramWord(), 0x3FFF) << "the pull-up answers";
   EXPECT_EQ(s.state().program[0], 0x3FFF);
 
@@ -144,6 +144,18 @@ TEST(CycleTiming, PowerLossDuringTheCycleLosesTheWord) {
   EXPECT_EQ(s.state().program[0], 0x3FFF);
 }
 
+TEST(CycleTiming, ACycleThatRanItsTimeSurvivesTheSupplyGoingOffFirst) {
+  SimLink s("12F675");
+  s.state().program[4] = 0x0000;
+  SerialProtocol p = s.Protocol(1);
+  p.EnterProgrammingMode();
+  p.LoadConfiguration(0x3FFF);
+  p.SendCommand(cmd::kBulkEraseProgram);
+  DelayMs(s.clock, 10.0F);
+  s.link.SetVdd("off");  // power before Vpp, as the band-gap erase does
+  EXPECT_EQ(s.state().program[4], 0x3FFF);
+}
+
 TEST(CycleTiming, ExternallyTimedProgramOnlyNeedsItsMinimumBeforeEnd) {
   SimLink s("16F877A");
   SerialProtocol p = s.Protocol(8);
@@ -153,7 +165,7 @@ TEST(CycleTiming, ExternallyTimedProgramOnlyNeedsItsMinimumBeforeEnd) {
   p.SendCommand(cmd::kEndProgramming2);  // at once
   EXPECT_EQ(s.state().program[0], 0x3FFF);
   p.IncrementAddress();
-  EXPECT_EQ(test::ProgramWord(p, s.spec(), 0x1234), 1);
+  EXPECT_EQ(test::ProgramWord(p, s.info(), 0x1234), 1);
   EXPECT_EQ(s.state().program[1], 0x1234);
 }
 
@@ -205,12 +217,12 @@ TEST(CycleTiming, StrictMarginHoldsTheHostToTheDocumentedTimes) {
   // A 10 ms request spins 99 units, 8.25 ms: enough at the default margin,
   // not when the chip insists on the full 10 ms of DS30262.
   for (const double margin : {0.5, 1.0}) {
-    sim::ChipState state = sim::BlankState(*sim::FindChipSpec("16F84A").value());
+    sim::ChipState state = sim::BlankState(*sim::FindChip("16F84A").value());
     state.timingMargin = margin;
     SimLink s(state);
     SerialProtocol p = s.Protocol(1);
     p.EnterProgrammingMode();
-    test::ProgramWord(p, s.spec(), 0x0042);
+    test::ProgramWord(p, s.info(), 0x0042);
     p.IncrementAddress();
     EXPECT_EQ(s.state().program[0], margin < 1.0 ? 0x0042 : 0x3FFF) << "margin " << margin;
   }
@@ -226,12 +238,12 @@ TEST(SupplyLevel, EraseNeedsFourAndAHalfVolts) {
   ASSERT_TRUE(s.link.SetVddLevel(4.0F).ok());
   EXPECT_NEAR(s.board->VddVolts(), 4.0, 0.02);
   p.EnterProgrammingMode();
-  test::EraseChip(p, s.spec());
+  test::EraseChip(p, s.info());
   p.EnterProgrammingMode();
   EXPECT_EQ(p.ReadProgramWord(), 0x0000) << "no erase at 4.0 V";
   ASSERT_TRUE(s.link.SetVddLevel(5.0F).ok());
   p.EnterProgrammingMode();
-  test::EraseChip(p, s.spec());
+  test::EraseChip(p, s.info());
   p.EnterProgrammingMode();
   EXPECT_EQ(p.ReadProgramWord(), 0x3FFF);
 }
@@ -250,9 +262,9 @@ TEST(SupplyLevel, BelowTwoVoltsTheChipIsDead) {
 // --- code protection --------------------------------------------------------
 
 TEST(CodeProtection, ProtectedPartReadsZerosUntilTheProtectEraseSequence) {
-  sim::ChipState state = sim::BlankState(*sim::FindChipSpec("16F84").value());
+  sim::ChipState state = sim::BlankState(*sim::FindChip("16F84").value());
   state.program[0] = 0x2805;
-  sim::SetCodeProtection(*sim::FindChipSpec("16F84").value(), state, true, true);
+  sim::SetCodeProtection(*sim::FindChip("16F84").value(), state, true, true);
   SimLink s(state);
   SerialProtocol p = s.Protocol(1);
   p.EnterProgrammingMode();
@@ -269,24 +281,24 @@ TEST(CodeProtection, ProtectedPartReadsZerosUntilTheProtectEraseSequence) {
   p.CodeProtectEraseConfigPath();
   p.EnterProgrammingMode();
   EXPECT_EQ(p.ReadProgramWord(), 0x3FFF);
-  EXPECT_EQ(test::ReadConfig(p, s.spec()), 0x3FFF);
+  EXPECT_EQ(test::ReadConfig(p, s.info()), 0x3FFF);
 }
 
 TEST(CodeProtection, ChipEraseClearsA16F877A) {
-  const sim::ChipSpec& spec = *sim::FindChipSpec("16F877A").value();
-  sim::ChipState state = sim::BlankState(spec);
+  const sim::ChipInfo& info = *sim::FindChip("16F877A").value();
+  sim::ChipState state = sim::BlankState(info);
   state.program[1] = 0x0001;
   state.data[0] = 0x11;
-  sim::SetCodeProtection(spec, state, true, true);
+  sim::SetCodeProtection(info, state, true, true);
   SimLink s(state);
   SerialProtocol p = s.Protocol(8);
   p.EnterProgrammingMode();
   p.IncrementAddress();
   EXPECT_EQ(p.ReadProgramWord(), 0);
-  test::ProgramWord(p, spec, 0x0000);
+  test::ProgramWord(p, info, 0x0000);
   EXPECT_EQ(s.state().program[1], 0x0001) << "a protected part takes no writes";
   p.EnterProgrammingMode();
-  test::EraseChip(p, spec);
+  test::EraseChip(p, info);
   p.EnterProgrammingMode();
   p.IncrementAddress();
   EXPECT_EQ(p.ReadProgramWord(), 0x3FFF);
@@ -296,25 +308,25 @@ TEST(CodeProtection, ChipEraseClearsA16F877A) {
 // --- the fixed sequences of the command layer against the chips -------------
 
 TEST(FixedSequencesOnChips, ConfigPathErasesAProtected16F84) {
-  const sim::ChipSpec& spec = *sim::FindChipSpec("16F84").value();
-  sim::ChipState state = sim::BlankState(spec);
+  const sim::ChipInfo& info = *sim::FindChip("16F84").value();
+  sim::ChipState state = sim::BlankState(info);
   state.program[0] = 0x0000;
   state.data[0] = 0x00;
   state.ids[0] = 0x0001;
-  SetCodeProtection(spec, state, true, false);
+  SetCodeProtection(info, state, true, false);
   SimLink s(state);
   SerialProtocol p = s.Protocol(1);
   p.EnterProgrammingMode();
   p.CodeProtectEraseConfigPath();
   s.board->Sync();
-  EXPECT_EQ(s.state(), sim::BlankState(spec));
+  EXPECT_EQ(s.state(), sim::BlankState(info));
 }
 
 TEST(FixedSequencesOnChips, ProgramPathErasesA16C84) {
-  const sim::ChipSpec& spec = *sim::FindChipSpec("16C84").value();
-  sim::ChipState state = sim::BlankState(spec);
+  const sim::ChipInfo& info = *sim::FindChip("16C84").value();
+  sim::ChipState state = sim::BlankState(info);
   state.program[9] = 0x0000;
-  SetCodeProtection(spec, state, true, false);
+  SetCodeProtection(info, state, true, false);
   SimLink s(state);
   SerialProtocol p = s.Protocol(1);
   p.EnterProgrammingMode();
@@ -326,11 +338,11 @@ TEST(FixedSequencesOnChips, ProgramPathErasesA16C84) {
 
 TEST(FixedSequencesOnChips, BulkEraseVariantsEraseA16F84A) {
   for (const int variant : {0, 1}) {
-    const sim::ChipSpec& spec = *sim::FindChipSpec("16F84A").value();
-    sim::ChipState state = sim::BlankState(spec);
+    const sim::ChipInfo& info = *sim::FindChip("16F84A").value();
+    sim::ChipState state = sim::BlankState(info);
     state.program[0] = 0x0000;
     state.data[3] = 0x00;
-    SetCodeProtection(spec, state, true, false);
+    SetCodeProtection(info, state, true, false);
     SimLink s(state);
     SerialProtocol p = s.Protocol(1);
     p.EnterProgrammingMode();
@@ -340,7 +352,7 @@ TEST(FixedSequencesOnChips, BulkEraseVariantsEraseA16F84A) {
       p.CodeProtectBulkEraseB();
     }
     s.board->Sync();
-    EXPECT_EQ(s.state(), sim::BlankState(spec)) << "variant " << (variant == 0 ? "A" : "B");
+    EXPECT_EQ(s.state(), sim::BlankState(info)) << "variant " << (variant == 0 ? "A" : "B");
   }
 }
 

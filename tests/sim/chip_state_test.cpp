@@ -16,31 +16,31 @@ namespace {
 
 using test::SimLink;
 
-const sim::ChipSpec& Spec(const char* name) { return *sim::FindChipSpec(name).value(); }
+const sim::ChipInfo& Info(const char* name) { return *sim::FindChip(name).value(); }
 
 std::string TempPath(const std::string& leaf) {
   return (std::filesystem::temp_directory_path() / ("quorvi-" + std::to_string(::getpid()) + "-" + leaf)).string();
 }
 
 TEST(ChipState, BlankAndFactory) {
-  const sim::ChipState blank = sim::BlankState(Spec("12F629"));
+  const sim::ChipState blank = sim::BlankState(Info("12F629"));
   EXPECT_EQ(blank.program.size(), 1024U);
   EXPECT_EQ(blank.data.size(), 128U);
   EXPECT_EQ(blank.program[0x3FF], 0x3FFF);
   EXPECT_EQ(blank.config, 0x31FF);
 
-  const sim::ChipState factory = sim::FactoryState(Spec("12F629"), 3);
+  const sim::ChipState factory = sim::FactoryState(Info("12F629"), 3);
   EXPECT_EQ(factory.program[0x3FF] & 0x3F00, 0x3400);
   EXPECT_EQ(factory.config & 0x01FF, 0x01FF);
-  EXPECT_EQ(sim::FactoryState(Spec("12F629"), 3), factory) << "the seed decides";
+  EXPECT_EQ(sim::FactoryState(Info("12F629"), 3), factory) << "the seed decides";
 
-  const sim::ChipState c508 = sim::FactoryState(Spec("12C508"), 3);
+  const sim::ChipState c508 = sim::FactoryState(Info("12C508"), 3);
   EXPECT_EQ(c508.program[0x1FF] & 0xF00, 0xC00);
   EXPECT_EQ(c508.config, 0xFFF);
 }
 
 TEST(ChipState, JsonRoundTripKeepsEverything) {
-  sim::ChipState state = sim::FactoryState(Spec("16F877A"), 42);
+  sim::ChipState state = sim::FactoryState(Info("16F877A"), 42);
   state.program[17] = 0x2817;
   state.data[3] = 0x5A;
   state.ids = {1, 2, 3, 4};
@@ -62,7 +62,7 @@ TEST(ChipState, AWriteInOneRunIsReadInTheNext) {
     SimLink first("16F84A");
     SerialProtocol p = first.Protocol(1);
     p.EnterProgrammingMode();
-    test::ProgramWord(p, first.spec(), 0x3055);
+    test::ProgramWord(p, first.info(), 0x3055);
     p.LeaveProgrammingMode();
     ASSERT_TRUE(sim::SaveChipState(first.state(), path).ok());
   }
@@ -141,7 +141,7 @@ TEST(ChipState, SaveReplacesTheFileWhole) {
     std::ofstream old(path);
     old << "old content that is longer than nothing";
   }
-  sim::ChipState state = sim::BlankState(Spec("12CE519"));
+  sim::ChipState state = sim::BlankState(Info("12CE519"));
   ASSERT_TRUE(sim::SaveChipState(state, path).ok());
   const auto back = sim::LoadChipState(path);
   ASSERT_TRUE(back.ok()) << back.message();

@@ -144,10 +144,10 @@ class FamilySequences : public ::testing::TestWithParam<FamilyCase> {};
 
 TEST_P(FamilySequences, EraseWriteAndConfigureAProgrammedPart) {
   const FamilyCase c = GetParam();
-  const sim::ChipSpec& spec = *sim::FindChipSpec(c.chip).value();
-  sim::ChipState state = sim::BlankState(spec);
+  const sim::ChipInfo& info = *sim::FindChip(c.chip).value();
+  sim::ChipState state = sim::BlankState(info);
   std::fill(state.program.begin(), state.program.end(), 0x0000);
-  state.config = 0x0000 & spec.configBits;
+  state.config = 0x0000 & info.configBits;
   SimLink s(state);
   SerialProtocol p = s.Protocol(c.family);
 
@@ -179,7 +179,7 @@ TEST_P(FamilySequences, EraseWriteAndConfigureAProgrammedPart) {
   PowerDown(p);
 
   PowerUp(s, p);
-  const int config = 0x3FFF & spec.configBits & ~0x0004;  // watchdog off
+  const int config = 0x3FFF & info.configBits & ~0x0004;  // watchdog off
   EXPECT_TRUE(ConfigWrite(p, c.family, config));
   PowerDown(p);
 
@@ -188,7 +188,7 @@ TEST_P(FamilySequences, EraseWriteAndConfigureAProgrammedPart) {
     EXPECT_EQ(p.ReadProgramWord(), 0x1000 + i) << "address " << i;
     p.IncrementAddress();
   }
-  EXPECT_EQ(test::ReadConfig(p, spec), config);
+  EXPECT_EQ(test::ReadConfig(p, info), config);
   PowerDown(p);
 }
 
@@ -204,8 +204,8 @@ INSTANTIATE_TEST_SUITE_P(Sim, FamilySequences,
                          });
 
 TEST(FamilySequences, BandGapPartEraseKeepsCalibrationWhenWrittenBack) {
-  const sim::ChipSpec& spec = *sim::FindChipSpec("12F675").value();
-  const sim::ChipState factory = sim::FactoryState(spec, 21);
+  const sim::ChipInfo& info = *sim::FindChip("12F675").value();
+  const sim::ChipState factory = sim::FactoryState(info, 21);
   sim::ChipState state = factory;
   state.program[0] = 0x0000;
   SimLink s(state);

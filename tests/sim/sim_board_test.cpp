@@ -57,7 +57,7 @@ TEST(VddCounter, ShortLowPulsesDoNotReset) {
 }
 
 TEST(EmptySocket, ReadsTheBoardsPullUp) {
-  sim::ChipState state = sim::BlankState(*sim::FindChipSpec("16F84A").value());
+  sim::ChipState state = sim::BlankState(*sim::FindChip("16F84A").value());
   state.program[0] = 0x0000;
   state.faults.noChip = true;
   SimLink s(state);
@@ -83,7 +83,7 @@ TEST(EmptySocket, ABoardWithNoChipAtAll) {
 
 TEST(DataInFaults, StuckLowAndStuckHigh) {
   for (const auto fault : {sim::DataInFault::kStuckLow, sim::DataInFault::kStuckHigh}) {
-    sim::ChipState state = sim::BlankState(*sim::FindChipSpec("16F877A").value());
+    sim::ChipState state = sim::BlankState(*sim::FindChip("16F877A").value());
     state.program[0] = 0x1555;
     state.faults.dataIn = fault;
     SimLink s(state);
@@ -101,29 +101,44 @@ TEST(DataLine, BoardReadsTheWiredAndOfDataOutAndTheChip) {
   EXPECT_TRUE(s.link.ReadStatus());
 }
 
+TEST(DataLine, TheChipPullsTheReleasedLineLowForAZeroBit) {
+  sim::ChipState state = sim::BlankState(*sim::FindChip("16F84A").value());
+  state.program[0] = 0x3FFE;  // bit 0 low
+  SimLink s(state);
+  SerialProtocol p = s.Protocol(1);
+  p.EnterProgrammingMode();
+  p.SendCommandForRead(cmd::kReadDataProgram);
+  s.link.PulseClock();  // start bit: the chip does not drive yet
+  EXPECT_TRUE(s.board->DataLineLevel());
+  s.link.PulseClock();  // bit 0 goes out on this clock's rising edge
+  EXPECT_FALSE(s.board->DataLineLevel());
+  s.link.PulseClock();
+  EXPECT_TRUE(s.board->DataLineLevel());
+}
+
 TEST(Faults, AWordThatNeverPrograms) {
   for (const std::string name : {"16F84A", "16C62"}) {
-    sim::ChipState state = sim::BlankState(*sim::FindChipSpec(name).value());
+    sim::ChipState state = sim::BlankState(*sim::FindChip(name).value());
     state.faults.neverProgram = {1};
     SimLink s(state);
-    SerialProtocol p = s.Protocol(test::FamilyOf(s.spec()));
+    SerialProtocol p = s.Protocol(test::FamilyOf(s.info()));
     p.EnterProgrammingMode();
-    EXPECT_LE(test::ProgramWord(p, s.spec(), 0x0000), 25);
+    EXPECT_LE(test::ProgramWord(p, s.info(), 0x0000), 25);
     p.IncrementAddress();
-    const int cycles = test::ProgramWord(p, s.spec(), 0x0000);
+    const int cycles = test::ProgramWord(p, s.info(), 0x0000);
     p.IncrementAddress();
     p.EnterProgrammingMode();
     EXPECT_EQ(p.ReadProgramWord(), 0x0000) << name;
     p.IncrementAddress();
     EXPECT_EQ(p.ReadProgramWord(), 0x3FFF) << name;
-    if (s.spec().kind != sim::ChipClass::kFlash14) {
+    if (s.info().kind != sim::ChipClass::kFlash14) {
       EXPECT_EQ(cycles, 26) << name;
     }
   }
 }
 
 TEST(Faults, CellReadsWrongOnlyBelowItsVdd) {
-  sim::ChipState state = sim::BlankState(*sim::FindChipSpec("16F628").value());
+  sim::ChipState state = sim::BlankState(*sim::FindChip("16F628").value());
   state.program[2] = 0x0100;
   state.faults.marginCells = {{.address = 2, .belowVolts = 4.6, .aboveVolts = std::nullopt, .xorMask = 0x0004}};
   SimLink s(state);
@@ -143,7 +158,7 @@ TEST(Faults, CellReadsWrongOnlyBelowItsVdd) {
 }
 
 TEST(Faults, CellReadsWrongOnlyAboveItsVdd) {
-  sim::ChipState state = sim::BlankState(*sim::FindChipSpec("12C509A").value());
+  sim::ChipState state = sim::BlankState(*sim::FindChip("12C509A").value());
   state.config = 0xFEA;
   state.faults.marginCells = {{.address = 0xFFF, .belowVolts = std::nullopt, .aboveVolts = 5.3, .xorMask = 0x0010}};
   SimLink s(state);
@@ -157,7 +172,7 @@ TEST(Faults, CellReadsWrongOnlyAboveItsVdd) {
 }
 
 TEST(Faults, DataEepromMarginCell) {
-  sim::ChipState state = sim::BlankState(*sim::FindChipSpec("16F84A").value());
+  sim::ChipState state = sim::BlankState(*sim::FindChip("16F84A").value());
   state.data[0] = 0x80;
   state.faults.marginCells = {{.address = sim::kDataSpace, .belowVolts = 4.8, .aboveVolts = std::nullopt,
                                .xorMask = 0x80}};
@@ -169,28 +184,38 @@ TEST(Faults, DataEepromMarginCell) {
   EXPECT_EQ(p.ReadDataMemory() & 0xFF, 0x00);
 }
 
+TEST(ChipFactory, RefusesAStateThatDoesNotFitTheChip) {
+  sim::ChipState state = sim::BlankState(*sim::FindChip("16F84A").value());
+  state.program.resize(512);
+  const auto chip = sim::MakeChip(state);
+  ASSERT_FALSE(chip.ok());
+  EXPECT_NE(chip.message().find("16F84A"), std::string::npos);
+  state.chip = "16C57";
+  EXPECT_FALSE(sim::MakeChip(state).ok());
+}
+
 TEST(ChipTable, NamesAreUniqueAndSocketsMatchThePackages) {
   std::set<std::string_view> names;
-  for (const sim::ChipSpec& spec : sim::ChipTable()) {
-    EXPECT_TRUE(names.insert(spec.name).second) << spec.name;
-    const int expected = spec.name == "14000" ? 3 : (spec.pins <= 18 ? 1 : 2);
-    EXPECT_EQ(spec.vppSwitch, expected) << spec.name;
-    EXPECT_FALSE(spec.document.empty()) << spec.name;
-    EXPECT_GT(spec.programUs, 0) << spec.name;
-    if (spec.kind == sim::ChipClass::kOtp12) {
-      EXPECT_EQ(spec.idAddress, spec.programWords) << spec.name;
+  for (const sim::ChipInfo& info : sim::ChipTable()) {
+    EXPECT_TRUE(names.insert(info.name).second) << info.name;
+    const int expected = info.name == "14000" ? 3 : (info.pins <= 18 ? 1 : 2);
+    EXPECT_EQ(info.vppSwitch, expected) << info.name;
+    EXPECT_FALSE(info.document.empty()) << info.name;
+    EXPECT_GT(info.programUs, 0) << info.name;
+    if (info.kind == sim::ChipClass::kOtp12) {
+      EXPECT_EQ(info.idAddress, info.programWords) << info.name;
     }
   }
 }
 
 TEST(ChipTable, TheParallelProgrammed16C5xAreNotPretended) {
   for (const char* name : {"16C54", "16C55", "16C56", "16C57", "16C58", "16C57A"}) {
-    const auto found = sim::FindChipSpec(name);
+    const auto found = sim::FindChip(name);
     ASSERT_FALSE(found.ok()) << name;
     EXPECT_NE(found.message().find("parallel"), std::string::npos) << name;
   }
-  EXPECT_TRUE(sim::FindChipSpec("16C558").ok());
-  EXPECT_FALSE(sim::FindChipSpec("16F999").ok());
+  EXPECT_TRUE(sim::FindChip("16C558").ok());
+  EXPECT_FALSE(sim::FindChip("16F999").ok());
 }
 
 }  // namespace

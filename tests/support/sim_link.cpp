@@ -22,12 +22,12 @@ std::unique_ptr<sim::SimBoard> MakeBoardOrFail(Clock& clock, sim::ChipState stat
 }
 
 sim::ChipState BlankOf(const std::string& name) {
-  auto spec = sim::FindChipSpec(name);
-  if (!spec) {
-    ADD_FAILURE() << spec.message();
+  auto info = sim::FindChip(name);
+  if (!info) {
+    ADD_FAILURE() << info.message();
     return {};
   }
-  return sim::BlankState(*spec.value());
+  return sim::BlankState(*info.value());
 }
 
 }  // namespace
@@ -36,29 +36,29 @@ SimLink::SimLink(sim::ChipState state) : board(nullptr), link(MakeBoardOrFail(cl
 
 SimLink::SimLink(const std::string& chipName) : SimLink(BlankOf(chipName)) {}
 
-int FamilyOf(const sim::ChipSpec& spec) {
-  switch (spec.kind) {
+int FamilyOf(const sim::ChipInfo& info) {
+  switch (info.kind) {
     case sim::ChipClass::kOtp12: return 4;
     case sim::ChipClass::kOtp14: return 2;
     case sim::ChipClass::kFlash14: break;
   }
-  if (spec.chipErase && spec.latchWords == 8) return 8;
-  if (spec.chipErase) return 9;
-  if (spec.begin == sim::BeginMode::kProgramExternal) return 6;
+  if (info.chipErase && info.latchWords == 8) return 8;
+  if (info.chipErase) return 9;
+  if (info.begin == sim::BeginMode::kProgramExternal) return 6;
   return 1;
 }
 
 SerialProtocol SimLink::Protocol(int family) {
-  return SerialProtocol(link, {.name = std::string(spec().name), .family = family, .pairFlag = false,
-                               .pinCount = spec().pins});
+  return SerialProtocol(link, {.name = std::string(info().name), .family = family, .pairFlag = false,
+                               .pinCount = info().pins});
 }
 
 void SimLink::EnterVppFirst() {
-  const std::string name(spec().name);
-  link.SetProgrammingVoltage(kFalse, name, spec().pins);
+  const std::string name(info().name);
+  link.SetProgrammingVoltage(kFalse, name, info().pins);
   link.SetVdd("off");
   Wait(100.0F);
-  link.SetProgrammingVoltage(kTrue, name, spec().pins);
+  link.SetProgrammingVoltage(kTrue, name, info().pins);
   link.SetVdd("on");
   Wait(100.0F);
 }

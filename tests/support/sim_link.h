@@ -25,7 +25,7 @@ struct SimLink {
   PortLink link;
 
   sim::ChipModel& chip() { return *board->chip(); }
-  const sim::ChipSpec& spec() { return chip().spec(); }
+  const sim::ChipInfo& info() { return chip().info(); }
   sim::ChipState& state() { return chip().state(); }
   /// The command layer for the chip in the socket, with its catalogue family.
   SerialProtocol Protocol(int family);
@@ -36,6 +36,6 @@ struct SimLink {
 };
 
 /// The catalogue family the host would give this chip.
-int FamilyOf(const sim::ChipSpec& spec);
+int FamilyOf(const sim::ChipInfo& info);
 
 }  // namespace quorvi::test

@@ -42,7 +42,7 @@ enum class BulkMode {
 /// Where the factory calibration lives.
 enum class Calibration { kNone, kRetlwLastWord, kMovlwLastWord, kBlock };
 
-struct ChipSpec {
+struct ChipInfo {
   std::string_view name;
   ChipClass kind = ChipClass::kFlash14;
   int programWords = 0;
@@ -84,9 +84,9 @@ struct ChipSpec {
 };
 
 /// Every chip the simulator can put in its socket.
-std::span<const ChipSpec> ChipTable();
+std::span<const ChipInfo> ChipTable();
 /// The chip of that name (upper case, as in the catalogue), or why there is none.
-Result<const ChipSpec*> FindChipSpec(std::string_view name);
+Result<const ChipInfo*> FindChip(std::string_view name);
 
 /// Socket addresses outside program memory: the 14-bit configuration space
 /// and data EEPROM, as the HEX files map them.
