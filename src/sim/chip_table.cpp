@@ -34,6 +34,22 @@ constexpr ChipInfo F62x(std::string_view name, int words, int id) {
           .dataUs = 4'000, .minEraseVdd = 4.5, .document = "DS30034"};
 }
 
+// DS41196 (16F627A/628A/648A): the classic set without the code-protect
+// erase pair: Bulk Erase Program Memory after Load Configuration clears the
+// protection and the configuration word, self-timed (TERA 6 ms); Begin
+// Programming internally timed, TPROG 4 ms; bits 12:9 are not implemented.
+// Vpp-first entry matters only once a program runs on the internal
+// oscillator with MCLR off; the host raises Vpp first only for names that
+// start "16F62", so the 648A is taken as entered Vdd-first, as a blank or
+// MCLR-enabled part is.
+constexpr ChipInfo F62xA(std::string_view name, int words, int data, int id, Entry entry) {
+  return {.name = name, .kind = ChipClass::kFlash14, .programWords = words, .dataBytes = data, .pins = 18,
+          .vppSwitch = 1, .configBits = 0x21FF, .cpMask = 0x2000, .cpdMask = 0x0100, .deviceId = id,
+          .entry = entry, .vppWindowUs = 250, .begin = BeginMode::kEraseProgramInternal,
+          .bulk = BulkMode::kSelfTimed, .programUs = 4'000, .eraseUs = 6'000, .dataUs = 6'000,
+          .minEraseVdd = 4.5, .document = "DS41196"};
+}
+
 // DS41191 (12F629/675, 16F630/676): OSCCAL RETLW at 3FFh and band-gap bits
 // 13:12 are erased by Bulk Erase Program Memory with the address in
 // configuration space; bulk erases are self-timed (TERA 8 ms); TPROG 2.5 ms,
@@ -115,6 +131,9 @@ constexpr std::array kChips = {
     Classic84("16F84A", 1024, 0x3FF0),
     F62x("16F627", 1024, 0x07A0),
     F62x("16F628", 2048, 0x07C0),
+    F62xA("16F627A", 1024, 128, 0x1040, Entry::kVppFirstOrQuick),
+    F62xA("16F628A", 2048, 128, 0x1060, Entry::kVppFirstOrQuick),
+    F62xA("16F648A", 4096, 256, 0x1100, Entry::kVddFirst),
     F629("12F629", 8),
     F629("12F675", 8),
     F629("16F630", 14),
@@ -137,15 +156,17 @@ constexpr std::array kChips = {
     F7x("16F74", 4096, 40),
     F7x("16F76", 8192, 28),
     F7x("16F77", 8192, 40),
+    // The original 16C62/64/65/73/74 protect with bits 5:4 only; the parts
+    // that came with brown-out reset repeat the pair up to bit 13.
     C6x("16C61", 1024, 18, 0x0010),
-    C6x("16C62", 2048, 28, 0x3F30),
+    C6x("16C62", 2048, 28, 0x0030),
     C6x("16C63", 4096, 28, 0x3F30),
-    C6x("16C64", 2048, 40, 0x3F30),
-    C6x("16C65", 4096, 40, 0x3F30),
+    C6x("16C64", 2048, 40, 0x0030),
+    C6x("16C65", 4096, 40, 0x0030),
     C6x("16C71", 1024, 18, 0x0010),
     C6x("16C72", 2048, 28, 0x3F30),
-    C6x("16C73", 4096, 28, 0x3F30),
-    C6x("16C74", 4096, 40, 0x3F30),
+    C6x("16C73", 4096, 28, 0x0030),
+    C6x("16C74", 4096, 40, 0x0030),
     C6x("16C76", 8192, 28, 0x3F30),
     C6x("16C77", 8192, 40, 0x3F30),
     // 16C55x programming document: the 16C6x algorithm on an 18-pin package.

@@ -194,7 +194,8 @@ TEST_P(FamilySequences, EraseWriteAndConfigureAProgrammedPart) {
 
 INSTANTIATE_TEST_SUITE_P(Sim, FamilySequences,
                          ::testing::Values(FamilyCase{"16F84A", 1}, FamilyCase{"16F84", 1}, FamilyCase{"16C84", 1},
-                                           FamilyCase{"16F628", 1}, FamilyCase{"16F877", 1},
+                                           FamilyCase{"16F628", 1}, FamilyCase{"16F628A", 1},
+                                           FamilyCase{"16F648A", 1}, FamilyCase{"16F877", 1},
                                            FamilyCase{"16F873", 1}, FamilyCase{"16F77", 6}, FamilyCase{"16F72", 6},
                                            FamilyCase{"16F877A", 8}, FamilyCase{"16F873A", 8},
                                            FamilyCase{"16F818", 9}, FamilyCase{"16F819", 9}),

@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The shipped catalogue and the simulator's own chip table are written apart,
+// from the data sheets and the programming documents; each checks the other.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "device/catalogue.h"
+#include "hw/port_link.h"
+#include "sim/chip_info.h"
+#include "support/recorded_link.h"
+#include "support/sim_link.h"
+
+namespace quorvi {
+namespace {
+
+const std::string kCatalogue = std::string(QUORVI_DATA_DIR) + "/device.ini";
+
+int Bits(const DeviceDescriptor& d, const char* fuse) { return std::abs(int{FuseMask(d, fuse)}); }
+
+// The Vpp switch the host's line layer picks for this device.
+int HostVppSwitch(const DeviceDescriptor& d) {
+  test::RecordedLink r;
+  r.link.SetVdd("off");
+  r.link.SetProgrammingVoltage(kFalse, d.name, d.pinCount);
+  r.TakeWrites();
+  r.link.SetProgrammingVoltage(kTrue, d.name, d.pinCount);
+  const uint8_t on = static_cast<uint8_t>(~r.link.outputShadow());
+  if (on & line::kVpp1) return 1;
+  if (on & line::kVpp2) return 2;
+  if (on & line::kVpp3) return 3;
+  return 0;
+}
+
+TEST(CatalogueAndSimulator, AgreeOnEveryProgrammablePicDevice) {
+  DeviceDescriptor scratch;
+  Result<std::vector<std::string>> list = FillDeviceList(kCatalogue, scratch);
+  ASSERT_TRUE(list.ok()) << list.message();
+  int checked = 0;
+  for (std::string name : list.value()) {
+    name.pop_back();  // the list entry's blank
+    SCOPED_TRACE(name);
+    DeviceDescriptor d;
+    ASSERT_TRUE(LoadDeviceRecord(kCatalogue, name, d).ok());
+    ASSERT_TRUE(LoadFuseMap(kCatalogue, d.fuseMap, d).ok());
+    Result<const sim::ChipInfo*> found = sim::FindChip(name);
+    if (d.family == family::kFuture) {
+      EXPECT_FALSE(found.ok()) << "a future product the simulator can program";
+      continue;
+    }
+    if (d.family == family::kSerialEeprom || d.family == family::kPic18) continue;
+    ASSERT_TRUE(found.ok()) << found.message();
+    const sim::ChipInfo& chip = *found.value();
+    ++checked;
+
+    EXPECT_EQ(d.programSize + 1, chip.programWords);
+    EXPECT_EQ(d.dataBytes, chip.dataBytes);
+    EXPECT_EQ(d.pinCount, chip.pins);
+    EXPECT_EQ(HostVppSwitch(d), chip.vppSwitch);
+    switch (chip.kind) {
+      case sim::ChipClass::kOtp12: EXPECT_EQ(d.family, family::kCore12); break;
+      case sim::ChipClass::kOtp14: EXPECT_TRUE(d.family == 2 || d.family == 3) << d.family; break;
+      case sim::ChipClass::kFlash14: EXPECT_EQ(d.family, test::FamilyOf(chip)); break;
+    }
+
+    const bool lastWordCalibration = d.oscList == 2 || d.oscList == 3 || d.oscList == 7;
+    EXPECT_EQ(lastWordCalibration, chip.calibration == sim::Calibration::kRetlwLastWord ||
+                                       chip.calibration == sim::Calibration::kMovlwLastWord);
+    EXPECT_EQ(name == "14000", chip.calibration == sim::Calibration::kBlock);
+    EXPECT_EQ(d.fuseMap == 21, chip.bandgapMask == 0x3000);
+    if (d.fuseMap == 21) {
+      EXPECT_EQ(Bits(d, "BG1") | Bits(d, "BG0"), 0x3000);
+    }
+
+    EXPECT_EQ(Bits(d, "CP0") | Bits(d, "CP1"), chip.cpMask);
+    EXPECT_EQ(Bits(d, "CPD"), chip.cpdMask);
+    int named = 0;
+    for (int bit = 0; bit < 14; ++bit) {
+      const std::string& fuse = d.fuseNames[static_cast<size_t>(bit)];
+      if (!fuse.empty() && fuse != "-") named |= 1 << bit;
+    }
+    EXPECT_EQ(named & ~chip.configBits, 0) << "a fuse named on a bit the chip does not have";
+  }
+  EXPECT_GT(checked, 40);
+}
+
+}  // namespace
+}  // namespace quorvi
