@@ -77,6 +77,34 @@ std::optional<int16_t> ToInt16(double value) {
   return static_cast<int16_t>(*wide);
 }
 
+double DecimalVal(std::string_view text) {
+  size_t i = 0;
+  const auto digitAt = [&](size_t at) { return at < text.size() && text[at] >= '0' && text[at] <= '9'; };
+  while (i < text.size() && (text[i] == ' ' || text[i] == '\t')) ++i;
+  const size_t start = i;
+  if (i < text.size() && (text[i] == '+' || text[i] == '-')) ++i;
+  size_t end = i;
+  while (digitAt(end)) ++end;
+  if (end < text.size() && text[end] == '.') {
+    ++end;
+    while (digitAt(end)) ++end;
+  }
+  if (end < text.size() && (text[end] == 'e' || text[end] == 'E')) {
+    size_t exponent = end + 1;
+    if (exponent < text.size() && (text[exponent] == '+' || text[exponent] == '-')) ++exponent;
+    if (digitAt(exponent)) {
+      while (digitAt(exponent)) ++exponent;
+      end = exponent;
+    }
+  }
+  std::string number(text.substr(start, end - start));
+  if (!number.empty() && number.front() == '+') number.erase(0, 1);
+  double value = 0.0;
+  const auto [stop, error] = std::from_chars(number.data(), number.data() + number.size(), value);
+  (void)stop;
+  return error == std::errc() && std::isfinite(value) ? value : 0.0;
+}
+
 std::optional<double> ParseNumber(std::string_view text) {
   const auto isBlank = [](char c) { return std::isspace(static_cast<unsigned char>(c)) != 0; };
   while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);

@@ -46,6 +46,11 @@ std::optional<int32_t> ToInt32(double value);
 /// The same for a 16-bit integer.
 std::optional<int16_t> ToInt16(double value);
 
+/// The leading decimal number of a text the old way: blanks before it are
+/// skipped, reading stops at the first character that cannot continue the
+/// number, no number gives 0 ("12abc" reads 12, "abc" reads 0).
+double DecimalVal(std::string_view text);
+
 /// A whole text read as a decimal number, blanks around it allowed; nothing
 /// when it is not a number (the old conversion error).
 std::optional<double> ParseNumber(std::string_view text);
