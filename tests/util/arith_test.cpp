@@ -17,6 +17,69 @@ TEST(RoundHalfEven, HalvesGoToTheEvenNeighbour) {
   }
 }
 
+TEST(HexVal, ReadsLikeTheOldAmpersandHConversion) {
+  struct Case {
+    const char* text;
+    int32_t value;
+  };
+  for (const Case c : {Case{"0", 0}, {"7FFF", 0x7FFF}, {"8000", -32768}, {"FFFF", -1}, {"ffff", -1},
+                       {"0FFFF", -1}, {"10000", 0x10000}, {"FFFFFFFF", -1}, {"12ZZ", 0x12}, {"ZZ12", 0},
+                       {"", 0}, {"3F", 0x3F}, {" 1", 1}, {"3 F", 0x3F}}) {  // blanks are skipped
+    EXPECT_EQ(HexVal(c.text), c.value) << c.text;
+  }
+}
+
+TEST(HexText, ShowsTheValueAsItsWidthHoldsIt) {
+  EXPECT_EQ(HexText(0), "0");
+  EXPECT_EQ(HexText(0x3FFF), "3FFF");
+  EXPECT_EQ(HexText(-1), "FFFFFFFF");
+  EXPECT_EQ(HexText(0x12345), "12345");
+  EXPECT_EQ(HexText16(-1), "FFFF");
+  EXPECT_EQ(HexText16(0xAB), "AB");
+  EXPECT_EQ(PadLeft("AB", 4), "00AB");
+  EXPECT_EQ(PadLeft("12345", 4), "12345");
+  EXPECT_EQ(PadLeft("7", 3, ' '), "  7");
+}
+
+TEST(HalveHalfEven, RoundsHalvesToEven) {
+  for (const auto& [in, out] : {std::pair{0, 0}, {1, 0}, {2, 1}, {3, 2}, {5, 2}, {7, 4}, {-1, 0}, {-3, -2},
+                                {-32768, -16384}, {-2, -1}}) {
+    EXPECT_EQ(HalveHalfEven(in), out) << in;
+  }
+}
+
+TEST(ToInt32, RoundsHalvesToEvenAndRefusesOverflow) {
+  EXPECT_EQ(ToInt32(2.5), 2);
+  EXPECT_EQ(ToInt32(3.5), 4);
+  EXPECT_EQ(ToInt32(2147483647.0), 2147483647);
+  EXPECT_EQ(ToInt32(2147483647.5), std::nullopt);
+  EXPECT_EQ(ToInt32(2147483648.0), std::nullopt);
+  EXPECT_EQ(ToInt32(-2147483648.0), -2147483647 - 1);
+  EXPECT_EQ(ToInt32(1e300), std::nullopt);
+  EXPECT_EQ(ToInt16(32767.0), 32767);
+  EXPECT_EQ(ToInt16(32767.5), std::nullopt);
+  EXPECT_EQ(ToInt16(-32768.4), -32768);
+}
+
+TEST(VbVal, ReadsTheLeadingNumber) {
+  EXPECT_EQ(VbVal("12abc"), 12.0);
+  EXPECT_EQ(VbVal("  -3.5e2x"), -350.0);
+  EXPECT_EQ(VbVal("abc"), 0.0);
+  EXPECT_EQ(VbVal(""), 0.0);
+  EXPECT_EQ(VbVal("+7"), 7.0);
+  EXPECT_EQ(VbVal("1e"), 1.0);
+}
+
+TEST(ParseNumber, NeedsTheWholeTextToBeANumber) {
+  EXPECT_EQ(ParseNumber(" 42 "), 42.0);
+  EXPECT_EQ(ParseNumber("1193046"), 1193046.0);
+  EXPECT_EQ(ParseNumber("-2.5"), -2.5);
+  EXPECT_EQ(ParseNumber("+3"), 3.0);
+  EXPECT_EQ(ParseNumber("12abc"), std::nullopt);
+  EXPECT_EQ(ParseNumber(""), std::nullopt);
+  EXPECT_EQ(ParseNumber("inf"), std::nullopt);
+}
+
 }  // namespace
 }  // namespace quorvi
 

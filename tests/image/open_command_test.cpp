@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "image/open_command.h"
+
+#include <gtest/gtest.h>
+
+#include "image/image_test_util.h"
+#include "support/devices.h"
+#include "support/temp_dir.h"
+
+namespace quorvi {
+namespace {
+
+TEST(OpenImageCommand, LoadsAndPicksUpTheCompanionFile) {
+  test::TempDir dir;
+  const std::string path = dir.Write("board.hex", ":020000003412B8\n:02400E00F13F80\n:00000001FF\n");
+  dir.Write("board.SQT", "41\n1020\n4\n1\n");
+  const DeviceDescriptor device = test::Pic16F84();
+  MemoryImage image = test::SelectedImage(device);
+  SerialState serial;
+  const OpenedImage opened = OpenImageCommand(path, device, image, serial);
+  ASSERT_TRUE(opened.load.loaded);
+  EXPECT_EQ(image.programBuffer[0], 0x1234);
+  EXPECT_EQ(opened.fileName, "board.hex");
+  EXPECT_EQ(opened.lastDirectory, dir.path().string());
+  ASSERT_TRUE(opened.timeStamp.has_value());
+  EXPECT_EQ(opened.timeStamp, FileTimeStamp(path));
+  ASSERT_TRUE(opened.serial.has_value());
+  EXPECT_EQ(opened.serial->colour, kSerialOnColour);
+  EXPECT_EQ(opened.serial->indicator, "0041");
+  EXPECT_TRUE(serial.switchedOn);
+  EXPECT_EQ(serial.startAddress, 1020);
+}
+
+TEST(OpenImageCommand, WithoutCompanionTheSwitchGoesOff) {
+  test::TempDir dir;
+  const std::string path = dir.Write("board.hex", ":02400E00F13F80\n:00000001FF\n");
+  const DeviceDescriptor device = test::Pic16F84();
+  MemoryImage image = test::SelectedImage(device);
+  SerialState serial;
+  serial.switchedOn = true;
+  const OpenedImage opened = OpenImageCommand(path, device, image, serial);
+  ASSERT_TRUE(opened.serial.has_value());
+  EXPECT_EQ(opened.serial->colour, kSerialOffColour);
+  EXPECT_FALSE(serial.switchedOn);
+}
+
+TEST(OpenImageCommand, AMissingFileKeepsTheNameButNothingElse) {
+  const DeviceDescriptor device = test::Pic16F84();
+  MemoryImage image = test::SelectedImage(device);
+  SerialState serial;
+  serial.switchedOn = true;
+  const OpenedImage opened = OpenImageCommand("/nonexistent/a.hex", device, image, serial);
+  EXPECT_FALSE(opened.load.loaded);
+  EXPECT_EQ(opened.path, "/nonexistent/a.hex");
+  EXPECT_EQ(opened.fileName, "a.hex");
+  EXPECT_FALSE(opened.timeStamp.has_value());
+  EXPECT_FALSE(opened.serial.has_value());
+  EXPECT_TRUE(serial.switchedOn);
+  EXPECT_FALSE(FileTimeStamp("/nonexistent/a.hex").has_value());
+}
+
+}  // namespace
+}  // namespace quorvi
