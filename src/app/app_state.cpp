@@ -1,0 +1,9 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/app_state.h"
+
+namespace quorvi {
+
+AppState::AppState(AppPaths appPaths, std::unique_ptr<Clock> ownClock, std::unique_ptr<PortDriver> driver)
+    : paths(std::move(appPaths)), clock(std::move(ownClock)), link(std::move(driver), *clock) {}
+
+}  // namespace quorvi

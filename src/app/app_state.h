@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "app/command_line.h"
+#include "app/home.h"
+#include "app/settings.h"
+#include "device/device_descriptor.h"
+#include "hw/clock.h"
+#include "hw/port_driver.h"
+#include "hw/port_link.h"
+#include "image/memory_image.h"
+#include "image/serial_numbering.h"
+#include "util/arith.h"
+
+namespace quorvi {
+
+/// The options of the main window that operations read.
+struct WindowOptions {
+  bool chkICSP = false;
+  std::string cmbICSP = "0";  // milliseconds, as the box shows them
+  bool chkTestBlank = false;
+  bool chkErase = false;
+  bool chkSound = true;
+  bool chkTurbo = false;
+  bool opEEdata = true;
+};
+
+/// The one application-wide state: everything the window owns for the
+/// whole run. Operations are functions of it and of a `UiHost`.
+struct AppState {
+  AppState(AppPaths appPaths, std::unique_ptr<Clock> ownClock, std::unique_ptr<PortDriver> driver);
+
+  AppPaths paths;
+  std::unique_ptr<Clock> clock;
+  PortLink link;
+
+  Settings settings;
+  LegacyOptions commandLine;
+  WindowOptions options;
+  /// The supply the adjustable regulator is set to before a production-mode
+  /// power-up (the voltage dialog's level).
+  float workingVdd = 5.0F;
+
+  /// The selected device; its name is what `panelDevice` shows.
+  DeviceDescriptor device;
+  int32_t blankWord = 0x3FFF;
+  MemoryImage image;
+
+  /// The image file the window opened, and its time stamp then.
+  std::string imagePath;
+  std::optional<std::filesystem::file_time_type> imageTimeStamp;
+  SerialState serial;
+
+  /// Programming cycles each word of the last write needed.
+  std::vector<int16_t> cycleTable = std::vector<int16_t>(MemoryImage::kProgramSlots, 0);
+  /// What the erase of a band-gap part saves before it erases.
+  int16_t savedCalibration = 0;
+  int16_t savedBandgap = 0;
+  /// Set by a failed compare; the write reads it after its verify.
+  Flag operationFailed = kFalse;
+
+  bool quiet() const { return commandLine.quiet; }
+  bool productionMode() const { return settings.mode == "PROD"; }
+};
+
+}  // namespace quorvi
