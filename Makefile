@@ -7,7 +7,7 @@ BUILD      ?= build
 ASAN_BUILD ?= build-asan
 GENERATOR  := $(shell command -v ninja >/dev/null 2>&1 && echo Ninja || echo "Unix Makefiles")
 JOBS       ?= $(shell nproc)
-CLI        := $(BUILD)/src/cli/quorvi2-cli
+CLI        := $(BUILD)/bin/quorvi2-cli
 
 .PHONY: all deps build build-asan test test-asan run bench clean
 
@@ -33,7 +33,7 @@ run: build
 	$(CLI) --port record --clock virtual --trace $(BUILD)/run-trace.vcd power-cycle --device 16F84 --pins 18
 
 bench: build
-	$(BUILD)/bench/quorvi_bench --benchmark_out=$(BUILD)/bench.json --benchmark_out_format=json
+	$(BUILD)/bin/quorvi_bench --benchmark_out=$(BUILD)/bench.json --benchmark_out_format=json
 
 clean:
 	rm -rf $(BUILD) $(ASAN_BUILD)
