@@ -93,7 +93,7 @@ Placement PlacementFor(const DeviceDescriptor& device) {
   p.smallDevice = device.programSize <= kSmallDeviceWords;
   p.serialEeprom = device.family == family::kSerialEeprom;
   p.configAnywhere = name_rule::TakesConfigAnywhere(device.name);
-  p.configAtRecordStart = name_rule::BeginsWith(device.name, "12C5") || name_rule::BeginsWith(device.name, "12CE5");
+  p.configAtRecordStart = name_rule::TakesConfigFromItsOwnRecord(device.name);
   p.reportsProgress = device.programSize > kProgressDeviceWords;
   return p;
 }
