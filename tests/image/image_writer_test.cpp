@@ -358,5 +358,31 @@ TEST(SaveImageFile, SrecordReadsTheSameContentAsGpasmWrote) {
   EXPECT_NE(strict.out.find("checksum"), std::string::npos) << strict.out;
 }
 
+TEST(SaveImageFile, WithoutIdRecordsEveryChecksumIsRightForStrictReaders) {
+  const DeviceDescriptor device = test::Pic16F84();
+  MemoryImage image = Patterned(device, 0x3FFF);
+  test::TempDir dir;
+  const std::string saved = (dir.path() / "saved.hex").string();
+  int32_t end = device.programSize;
+  ASSERT_TRUE(SaveImageFile(saved, 0, end, device, image, SaveIdAnswer::kNo).ok());
+  if (test::HaveProgram("srec_cat")) {
+    const auto strict = test::RunCommand("srec_cat " + saved + " -intel -o /dev/null 2>&1");
+    EXPECT_EQ(strict.exitCode, 0) << strict.out;
+  }
+  if (test::RunCommand("/usr/bin/python3 -c 'import intelhex' 2>/dev/null").exitCode != 0) {
+    GTEST_SKIP() << "python3-intelhex is not installed";
+  }
+  const auto dump = test::RunCommand("/usr/bin/python3 -c 'import intelhex,sys; h=intelhex.IntelHex(sys.argv[1]); "
+                                     "print(h[0], h[1], h[0x7FE], h[0x7FF], h[0x4200], h[0x4201], h[0x43FE])' " +
+                                     saved);
+  ASSERT_EQ(dump.exitCode, 0);
+  const int32_t last = image.programBuffer[0x3FF];
+  const std::string expected = std::to_string(image.programBuffer[0] & 0xFF) + " " +
+                               std::to_string(image.programBuffer[0] >> 8) + " " + std::to_string(last & 0xFF) +
+                               " " + std::to_string(last >> 8) + " " + std::to_string(image.dataBuffer[0]) + " 0 " +
+                               std::to_string(image.dataBuffer[255]) + "\n";
+  EXPECT_EQ(dump.out, expected);
+}
+
 }  // namespace
 }  // namespace quorvi
