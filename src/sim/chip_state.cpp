@@ -94,6 +94,21 @@ Status ReadFaults(const json& root, ChipState& state) {
       state.faults.neverProgram.push_back(address);
     }
   }
+  if (f.contains("nackBytes")) {
+    const json& list = f.at("nackBytes");
+    if (!list.is_array()) return Status::Fail("faults.nackBytes must be an array of addresses");
+    for (size_t i = 0; i < list.size(); ++i) {
+      int address = 0;
+      if (Status s = ReadInt(list[i], "faults.nackBytes[" + std::to_string(i) + "]", 0, 0xFFFF, address); !s) {
+        return s;
+      }
+      state.faults.nackBytes.push_back(address);
+    }
+  }
+  if (f.contains("endlessWrite")) {
+    if (!f.at("endlessWrite").is_boolean()) return Status::Fail("faults.endlessWrite must be true or false");
+    state.faults.endlessWrite = f.at("endlessWrite").get<bool>();
+  }
   if (f.contains("marginCells")) {
     const json& list = f.at("marginCells");
     if (!list.is_array()) return Status::Fail("faults.marginCells must be an array");
@@ -119,7 +134,15 @@ Status ReadFaults(const json& root, ChipState& state) {
 
 }  // namespace
 
-int BlankWord(const ChipInfo& info) { return info.kind == ChipClass::kOtp12 ? 0xFFF : 0x3FFF; }
+int BlankWord(const ChipInfo& info) {
+  switch (info.kind) {
+    case ChipClass::kOtp12: return 0xFFF;
+    case ChipClass::kEeprom24: return 0xFF;
+    case ChipClass::kFlash14:
+    case ChipClass::kOtp14: break;
+  }
+  return 0x3FFF;
+}
 
 uint64_t MixSeed(uint64_t seed, uint64_t key) {
   // splitmix64 over the pair: cheap, stable across platforms and runs.
@@ -172,6 +195,8 @@ std::string ChipStateToJson(const ChipState& state) {
   json faults = {{"noChip", state.faults.noChip},
                  {"dataIn", DataInName(state.faults.dataIn)},
                  {"neverProgram", state.faults.neverProgram},
+                 {"nackBytes", state.faults.nackBytes},
+                 {"endlessWrite", state.faults.endlessWrite},
                  {"marginCells", json::array()}};
   for (const MarginCell& c : state.faults.marginCells) {
     json cell = {{"address", c.address}, {"xor", c.xorMask}};

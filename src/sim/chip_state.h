@@ -30,6 +30,8 @@ struct Faults {
   DataInFault dataIn = DataInFault::kNone;
   std::vector<int> neverProgram;     // socket addresses whose cells never change
   std::vector<MarginCell> marginCells;
+  std::vector<int> nackBytes;        // serial EEPROM: data bytes for these addresses are not acknowledged
+  bool endlessWrite = false;         // serial EEPROM: a write cycle that never ends
   bool operator==(const Faults&) const = default;
 };
 
