@@ -16,6 +16,7 @@ enum class ChipClass {
   kOtp14,    // EPROM / one-time-programmable 14-bit core
   kOtp12,    // EPROM / one-time-programmable 12-bit core
   kEeprom24, // 24Cxx two-wire serial EEPROM
+  kPic18,    // PIC18 four-bit command interface
 };
 
 /// What a part needs before it takes the programming voltage as mode entry.
@@ -87,6 +88,8 @@ struct ChipInfo {
   int blockMask = 0;         // control bits 3..1 that carry address bits
   int blockShift = 0;        // where those bits land in the address
   bool rollWithinBlock = false;  // sequential reads wrap inside a 32 KB block
+  // 18F: CCP2MX implemented in 300005h (not on the 258/458).
+  bool hasCcp2mx = false;
   double minWriteVdd = 2.0;
   double minEraseVdd = 2.0;
   std::string_view document;
@@ -96,6 +99,8 @@ struct ChipInfo {
 std::span<const ChipInfo> ChipTable();
 /// The 24Cxx serial EEPROMs it can put there.
 std::span<const ChipInfo> SerialEepromTable();
+/// The 18F parts.
+std::span<const ChipInfo> Pic18Table();
 /// The chip of that name (upper case, as in the catalogue), or why there is none.
 Result<const ChipInfo*> FindChip(std::string_view name);
 

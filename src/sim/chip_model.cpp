@@ -3,6 +3,7 @@
 
 #include "sim/eeprom24_chip.h"
 #include "sim/eprom_chip.h"
+#include "sim/pic18_chip.h"
 #include "sim/flash14_chip.h"
 
 namespace quorvi::sim {
@@ -21,6 +22,7 @@ Result<std::unique_ptr<ChipModel>> MakeChip(ChipState state) {
     case ChipClass::kOtp14: chip = std::make_unique<Otp14Chip>(info, std::move(state)); break;
     case ChipClass::kOtp12: chip = std::make_unique<Otp12Chip>(info, std::move(state)); break;
     case ChipClass::kEeprom24: chip = std::make_unique<Eeprom24Chip>(info, std::move(state)); break;
+    case ChipClass::kPic18: chip = std::make_unique<Pic18Chip>(info, std::move(state)); break;
   }
   return chip;
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "sim/chip_state.h"
 
+#include "sim/pic18_chip.h"
+
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -138,6 +140,7 @@ int BlankWord(const ChipInfo& info) {
   switch (info.kind) {
     case ChipClass::kOtp12: return 0xFFF;
     case ChipClass::kEeprom24: return 0xFF;
+    case ChipClass::kPic18: return 0xFFFF;
     case ChipClass::kFlash14:
     case ChipClass::kOtp14: break;
   }
@@ -158,6 +161,9 @@ ChipState BlankState(const ChipInfo& info) {
   const int blank = BlankWord(info);
   state.program.assign(static_cast<size_t>(info.programWords), blank);
   state.data.assign(static_cast<size_t>(info.dataBytes), 0xFF);
+  if (info.kind == ChipClass::kPic18) {
+    for (int i = 0; i < kConfig18Bytes; ++i) state.configBytes.push_back(Config18Mask(info, i));
+  }
   state.ids = {blank, blank, blank, blank};
   state.config = blank & info.configBits;
   return state;
@@ -211,6 +217,7 @@ std::string ChipStateToJson(const ChipState& state) {
                      {"data", state.data},
                      {"ids", state.ids},
                      {"config", state.config},
+                     {"configBytes", state.configBytes},
                      {"pulses",
                       {{"seed", state.pulses.seed}, {"min", state.pulses.minPulses}, {"max", state.pulses.maxPulses}}},
                      {"timingMargin", state.timingMargin},
@@ -237,6 +244,10 @@ Result<ChipState> ChipStateFromJson(const std::string& text) {
   std::vector<int> ids;
   if (Status s = ReadWords(root, "ids", 4, blank, blank, ids); !s) return s;
   std::copy(ids.begin(), ids.end(), state.ids.begin());
+  if (Status s = ReadWords(root, "configBytes", state.configBytes.size(), 0xFF, 0xFF, state.configBytes); !s) {
+    return s;
+  }
+  for (size_t i = 0; i < state.configBytes.size(); ++i) state.configBytes[i] &= Config18Mask(info, static_cast<int>(i));
   if (root.contains("config")) {
     if (Status s = ReadInt(root.at("config"), "config", 0, blank, state.config); !s) return s;
     state.config &= info.configBits;

@@ -50,6 +50,7 @@ struct ChipState {
   std::vector<int> data;             // dataBytes bytes
   std::array<int, 4> ids{};
   int config = 0;
+  std::vector<int> configBytes;      // 18F: 300000h..30000Dh; empty for other parts
   PulseModel pulses;
   /// Fraction of a document's cycle time after which a cycle completes.
   double timingMargin = 0.5;

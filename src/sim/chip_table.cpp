@@ -226,9 +226,27 @@ constexpr std::array kSerialEeproms = {
              .minWriteVdd = 2.5, .document = "DS21673 (24LC515)"},
 };
 
+// DS39576 (PIC18FXX2/XX8 Flash programming): 16K words, 256 bytes of data
+// EEPROM, 8-byte panel write buffers, 4 panels of 8 KB. Device IDs from its
+// device ID table (DEVID2:DEVID1, revision bits 4:0 as 0). MCLR on Vpp2 in
+// the 28- and 40-pin sockets.
+constexpr ChipInfo Pic18(std::string_view name, int pins, int id, bool ccp2mx) {
+  return {.name = name, .kind = ChipClass::kPic18, .programWords = 16384, .dataBytes = 256, .pins = pins,
+          .vppSwitch = 2, .configBits = 0, .deviceId = id, .programUs = 1'000, .eraseUs = 5'000,
+          .hasCcp2mx = ccp2mx, .minWriteVdd = 4.5, .minEraseVdd = 4.5, .document = "DS39576"};
+}
+
+constexpr std::array kPic18Chips = {
+    Pic18("18F252", 28, 0x0400, true),
+    Pic18("18F452", 40, 0x0420, true),
+    Pic18("18F258", 28, 0x0840, false),
+    Pic18("18F458", 40, 0x0860, false),
+};
+
 }  // namespace
 
 std::span<const ChipInfo> ChipTable() { return kChips; }
+std::span<const ChipInfo> Pic18Table() { return kPic18Chips; }
 std::span<const ChipInfo> SerialEepromTable() { return kSerialEeproms; }
 
 Result<const ChipInfo*> FindChip(std::string_view name) {
@@ -237,6 +255,9 @@ Result<const ChipInfo*> FindChip(std::string_view name) {
   const auto eeprom =
       std::find_if(kSerialEeproms.begin(), kSerialEeproms.end(), [&](const ChipInfo& s) { return s.name == name; });
   if (eeprom != kSerialEeproms.end()) return &*eeprom;
+  const auto pic18 =
+      std::find_if(kPic18Chips.begin(), kPic18Chips.end(), [&](const ChipInfo& s) { return s.name == name; });
+  if (pic18 != kPic18Chips.end()) return &*pic18;
   // DS30190: the original 16C5x are programmed with twelve data pins in
   // parallel, which the board's two serial lines cannot drive.
   for (const std::string_view parallel : {"16C54", "16C55", "16C56", "16C57", "16C58"}) {

@@ -33,6 +33,33 @@ int HostVppSwitch(const DeviceDescriptor& d) {
   return 0;
 }
 
+TEST(CatalogueAndSimulator, AgreeOnEvery18F) {
+  DeviceDescriptor scratch;
+  Result<std::vector<std::string>> list = FillDeviceList(kCatalogue, scratch);
+  ASSERT_TRUE(list.ok()) << list.message();
+  std::vector<std::string> seen;
+  for (std::string name : list.value()) {
+    name.pop_back();
+    SCOPED_TRACE(name);
+    DeviceDescriptor d;
+    ASSERT_TRUE(LoadDeviceRecord(kCatalogue, name, d).ok());
+    if (d.family != family::kPic18) continue;
+    Result<const sim::ChipInfo*> found = sim::FindChip(name);
+    ASSERT_TRUE(found.ok()) << found.message();
+    const sim::ChipInfo& chip = *found.value();
+    EXPECT_EQ(chip.kind, sim::ChipClass::kPic18);
+    EXPECT_EQ(d.programSize + 1, chip.programWords);
+    EXPECT_EQ(d.dataBytes, chip.dataBytes);
+    EXPECT_EQ(d.pinCount, chip.pins);
+    EXPECT_EQ(HostVppSwitch(d), chip.vppSwitch);
+    seen.push_back(name);
+  }
+  for (const sim::ChipInfo& chip : sim::Pic18Table()) {
+    EXPECT_NE(std::find(seen.begin(), seen.end(), std::string(chip.name)), seen.end())
+        << chip.name << " is simulated but not in the catalogue";
+  }
+}
+
 TEST(CatalogueAndSimulator, AgreeOnEverySerialEeprom) {
   DeviceDescriptor scratch;
   Result<std::vector<std::string>> list = FillDeviceList(kCatalogue, scratch);
@@ -96,7 +123,8 @@ TEST(CatalogueAndSimulator, AgreeOnEveryProgrammablePicDevice) {
       case sim::ChipClass::kOtp12: EXPECT_EQ(d.family, family::kCore12); break;
       case sim::ChipClass::kOtp14: EXPECT_TRUE(d.family == 2 || d.family == 3) << d.family; break;
       case sim::ChipClass::kFlash14: EXPECT_EQ(d.family, test::FamilyOf(chip)); break;
-      case sim::ChipClass::kEeprom24: ADD_FAILURE() << "a serial EEPROM among the PIC lines"; break;
+      case sim::ChipClass::kEeprom24:
+      case sim::ChipClass::kPic18: ADD_FAILURE() << "a serial EEPROM or 18F among the 12/14-bit lines"; break;
     }
 
     const bool lastWordCalibration = d.oscList == 2 || d.oscList == 3 || d.oscList == 7;
