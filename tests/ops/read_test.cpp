@@ -155,15 +155,5 @@ TEST(Read, Pic18IsReportedAsNotYetAvailableAndPowersDown) {
   EXPECT_TRUE(sim.PoweredDown());
 }
 
-TEST(Read, SerialEepromHandsOverWithoutPoweringTheSocket) {
-  test::SimApp sim(test::BlankChip("16F84A"), "24C16");
-  test::RecordingUi ui;
-  const OpResult result = cmdRead(sim.state(), ui, read_mode::kFull);
-  EXPECT_EQ(result.outcome, OpOutcome::kUnavailable);
-  ASSERT_EQ(ui.messages.size(), 1U);
-  EXPECT_EQ(ui.messages[0].text, op_text::kSerialEepromUnavailable);
-  EXPECT_TRUE(sim.PoweredDown());
-}
-
 }  // namespace
 }  // namespace quorvi
