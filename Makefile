@@ -30,7 +30,7 @@ test: build build-asan
 	  ctest --test-dir $(ASAN_BUILD) --output-on-failure -j $(JOBS)
 
 run: build
-	$(CLI) --port record --clock virtual --trace $(BUILD)/run-trace.vcd power-cycle --device 16F84 --pins 18
+	$(CLI) --home $(BUILD)/run-home --port sim --clock virtual --device 16F84A --trace $(BUILD)/run-trace.vcd power-cycle
 
 bench: build
 	$(BUILD)/bin/quorvi_bench --benchmark_out=$(BUILD)/bench.json --benchmark_out_format=json

@@ -23,12 +23,17 @@ std::string AppPaths::Sound() const { return (fs::path(data) / "ok.wav").string(
 std::string AppPaths::Help() const { return (fs::path(data) / "help").string(); }
 
 AppPaths ResolveAppPaths(const HomeSources& sources) {
-  if (sources.option && !sources.option->empty()) return {*sources.option, *sources.option};
-  if (sources.environment && !sources.environment->empty()) return {*sources.environment, *sources.environment};
   std::error_code ec;
-  if (fs::exists(fs::path(sources.executableFolder) / kCatalogueFileName, ec)) {
-    return {sources.executableFolder, sources.executableFolder};
+  const auto hasCatalogue = [&ec](const std::string& folder) {
+    return fs::exists(fs::path(folder) / kCatalogueFileName, ec);
+  };
+  // What ships is read from the chosen home when it has its own catalogue,
+  // else from beside the program, else from where it was installed.
+  const std::string shipped = hasCatalogue(sources.executableFolder) ? sources.executableFolder : sources.installedData;
+  for (const auto& chosen : {sources.option, sources.environment}) {
+    if (chosen && !chosen->empty()) return {*chosen, hasCatalogue(*chosen) ? *chosen : shipped};
   }
+  if (hasCatalogue(sources.executableFolder)) return {sources.executableFolder, sources.executableFolder};
   std::string config;
   if (sources.xdgConfigHome && !sources.xdgConfigHome->empty()) {
     config = (fs::path(*sources.xdgConfigHome) / "quorvi").string();

@@ -34,7 +34,8 @@ struct HomeSources {
 /// `--home`, else QUORVI_HOME, else the executable's folder when the
 /// catalogue is there (a build tree or portable install), else the XDG
 /// configuration folder for what is written and the installed data folder
-/// for what is only read.
+/// for what is only read. A chosen home without its own catalogue reads the
+/// shipped files from beside the program or from the installed folder.
 AppPaths ResolveAppPaths(const HomeSources& sources);
 
 /// The sources of this process.

@@ -7,6 +7,9 @@
 
 #include "hw/port_address.h"
 #include "hw/recording_port.h"
+#include "sim/chip_info.h"
+#include "sim/chip_state.h"
+#include "sim/sim_board.h"
 
 namespace quorvi {
 
@@ -18,6 +21,12 @@ std::string Lower(std::string_view text) {
   std::string lower(text);
   for (char& ch : lower) ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
   return lower;
+}
+
+std::string Upper(std::string_view text) {
+  std::string upper(text);
+  for (char& ch : upper) ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
+  return upper;
 }
 
 bool AcceptsAddress(std::string_view port) { return ParsePortAddress(port).has_value(); }
@@ -44,6 +53,22 @@ Result<std::unique_ptr<PortDriver>> OpenRaw(std::string_view port, const PortEnv
   return OpenRawPort(*ParsePortAddress(port.substr(kRawPrefix.size())), *env.privileges);
 }
 
+bool AcceptsSim(std::string_view port) { return Lower(port) == "sim" || Lower(port.substr(0, 4)) == "sim:"; }
+
+Result<std::unique_ptr<PortDriver>> OpenSim(std::string_view port, const PortEnvironment& env) {
+  if (env.clock == nullptr) return Status::Fail("The simulated board needs a clock");
+  auto board = std::make_unique<sim::SimBoard>(*env.clock);
+  if (port.size() > 4) {
+    const std::string chip(port.substr(4));
+    Result<sim::ChipState> state = chip.ends_with(".json") ? sim::LoadChipState(chip) : NewSimChip(chip);
+    if (!state) return state.status();
+    Result<std::unique_ptr<sim::ChipModel>> model = sim::MakeChip(std::move(state).value());
+    if (!model) return model.status();
+    board->Insert(std::move(model).value());
+  }
+  return std::unique_ptr<PortDriver>(std::move(board));
+}
+
 Result<std::unique_ptr<PortDriver>> OpenRecord(std::string_view, const PortEnvironment&) {
   return std::unique_ptr<PortDriver>(std::make_unique<RecordingPort>());
 }
@@ -55,11 +80,20 @@ constexpr std::array kBackends{
                 AcceptsDevicePath, OpenDevicePath},
     PortBackend{"raw", "raw:lpt1 | raw:lpt2 | raw:0xADDR", "direct port I/O (x86, needs root, drops it afterwards)",
                 AcceptsRaw, OpenRaw},
+    PortBackend{"sim", "sim | sim:CHIP | sim:FILE.json",
+                "the simulated programmer board with a simulated chip in its socket", AcceptsSim, OpenSim},
     PortBackend{"record", "record", "no hardware: keeps the lines written; the chip's data line reads high",
                 AcceptsRecord, OpenRecord},
 };
 
 }  // namespace
+
+Result<sim::ChipState> NewSimChip(std::string_view name) {
+  Result<const sim::ChipInfo*> info = sim::FindChip(Upper(name));
+  if (!info) return info.status();
+  // As a new part arrives: factory calibration in place, everything else blank.
+  return sim::FactoryState(*info.value(), 1);
+}
 
 std::optional<long> ParsePortAddress(std::string_view port) {
   const std::string name = Lower(port);

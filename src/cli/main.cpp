@@ -1,131 +1,109 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// quorvi2-cli: the programmer without a window.
+// quorvi2-cli: the programmer without a window, for servers and production
+// scripts. Takes the legacy options (/D: /F: /W /Q) and modern commands.
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
-#include <memory>
 #include <string>
+#include <vector>
 
-#include "app/port_registry.h"
-#include "hw/clock.h"
-#include "hw/delay.h"
-#include "hw/port_link.h"
-#include "hw/vcd_trace.h"
+#include "app/home.h"
+#include "cli/cli_session.h"
+#include "cli/commands.h"
 
-namespace quorvi {
 namespace {
 
-struct GlobalOptions {
-  std::string port = "record";
-  std::string clock = "real";
-  std::string trace;
-};
-
-std::string DescribeLines(uint8_t shadow) {
-  auto supply = [&](uint8_t mask) { return (shadow & mask) == 0 ? "on " : "off"; };
-  auto level = [&](uint8_t mask) { return (shadow & mask) != 0 ? '1' : '0'; };
-  char text[96];
-  std::snprintf(text, sizeof text, "Vdd %s  Vpp1 %s  Vpp2 %s  Vpp3 %s  Clock %c  DataOut %c", supply(line::kVdd),
-                supply(line::kVpp1), supply(line::kVpp2), supply(line::kVpp3), level(line::kClock),
-                level(line::kDataOut));
-  return text;
-}
-
-int Fail(const std::string& message) {
-  std::fprintf(stderr, "quorvi2-cli: %s\n", message.c_str());
-  return 1;
-}
-
-// Opens the port the options name, traced if asked, on the clock they name.
-struct Session {
-  std::unique_ptr<Clock> clock;
-  std::unique_ptr<PortLink> link;
-};
-
-Result<Session> OpenSession(const GlobalOptions& options) {
-  const bool hardware = options.port != "record";
-  if (options.clock == "virtual" && hardware) {
-    return Status::Fail("the virtual clock is only for ports without hardware (record)");
-  }
-  Session session;
-  if (options.clock == "virtual") {
-    session.clock = std::make_unique<VirtualClock>();
-  } else {
-    session.clock = std::make_unique<RealClock>();
-  }
-  Result<std::unique_ptr<PortDriver>> driver = OpenPort(options.port);
-  if (!driver) return driver.status();
-  std::unique_ptr<PortDriver> port = std::move(driver).value();
-  if (!options.trace.empty()) {
-    Result<std::unique_ptr<VcdTracePort>> traced = VcdTracePort::Open(std::move(port), *session.clock, options.trace);
-    if (!traced) return traced.status();
-    port = std::move(traced).value();
-  }
-  session.link = std::make_unique<PortLink>(std::move(port), *session.clock);
-  return session;
-}
-
-// Powers a target up in the usual order and down again: a first check of a
-// board with a meter, or of the lines in a trace.
-int PowerCycle(const GlobalOptions& options, const std::string& device, int pins) {
-  Result<Session> opened = OpenSession(options);
-  if (!opened) return Fail(opened.message());
-  Session& s = opened.value();
-  PortLink& link = *s.link;
-  std::printf("Power cycle of %s (%d pins) on %s, %s clock\n", device.c_str(), pins, link.driver().Describe().c_str(),
-              options.clock.c_str());
-  auto step = [&](const char* what) {
-    std::printf("%10.3f ms  %-22s %s\n", static_cast<double>(s.clock->Nanoseconds()) / 1e6, what,
-                DescribeLines(link.outputShadow()).c_str());
-  };
-  link.SetProgrammingVoltage(kFalse, device, pins);
-  link.SetVdd("off");
-  step("supplies off");
-  link.SetDataLine(kFalse);
-  link.SetVdd("on");
-  step("Vdd on");
-  DelayMs(*s.clock, 100.0F);
-  link.SetProgrammingVoltage(kTrue, device, pins);
-  step("Vpp on");
-  DelayMs(*s.clock, 100.0F);
-  link.SetProgrammingVoltage(kFalse, device, pins);
-  link.SetVdd("off");
-  step("target powered down");
-  if (!options.trace.empty()) std::printf("Trace written to %s\n", options.trace.c_str());
-  return 0;
-}
-
-int ListPorts() {
-  for (const PortBackend& backend : PortBackends()) {
-    std::printf("%-34s %s\n", std::string(backend.usage).c_str(), std::string(backend.description).c_str());
-  }
-  return 0;
+bool IsLegacyOption(const std::string& arg) {
+  if (arg.size() < 2 || arg[0] != '/') return false;
+  const char kind = static_cast<char>(std::toupper(static_cast<unsigned char>(arg[1])));
+  return ((kind == 'Q' || kind == 'W') && arg.size() == 2) ||
+         ((kind == 'D' || kind == 'F') && arg.size() >= 3 && arg[2] == ':');
 }
 
 }  // namespace
-}  // namespace quorvi
 
 int main(int argc, char** argv) {
   using namespace quorvi;
-  CLI::App app{"Quorvi device programmer for PIC microcontrollers and 24Cxx EEPROMs"};
-  app.require_subcommand(1);
+  using namespace quorvi::cli;
+
+  // The legacy options are one command line, as another program passes it.
+  std::string legacyLine;
+  std::vector<std::string> modern;
+  for (int i = 1; i < argc; ++i) {
+    const std::string arg = argv[i];
+    if (IsLegacyOption(arg)) {
+      legacyLine += (legacyLine.empty() ? "" : " ") + arg;
+    } else {
+      modern.push_back(arg);
+    }
+  }
+
+  CLI::App app{"Quorvi device programmer for PIC microcontrollers and 24Cxx serial EEPROMs.\n"
+               "Legacy options, as another program passes them: /D:DEVICE /F:FILE /W /Q"};
+  app.name("quorvi2-cli");
   GlobalOptions options;
-  app.add_option("--port", options.port, "Port: lpt1, lpt2, 0xADDR, /dev/parportN, raw:ADDR or record")
-      ->capture_default_str();
-  app.add_option("--clock", options.clock, "real, or virtual (no hardware only)")
+  std::string clockChoice = "real";
+  app.add_option("--home", options.home, "Folder of quorvi2.ini, device.ini and quorvi2.err");
+  app.add_option("--port", options.port,
+                 "lpt1, lpt2, 0xADDR, /dev/parportN, raw:ADDR, sim, sim:CHIP, sim:FILE.json or record "
+                 "(default: the settings file's port)");
+  app.add_option("--chip", options.chip,
+                 "Chip-state file of the simulated board: created for the device when missing, saved at the end");
+  app.add_option("--clock", options.clock, "real, or virtual (simulated board and record port only)")
       ->check(CLI::IsMember({"real", "virtual"}))
       ->capture_default_str();
   app.add_option("--trace", options.trace, "Write every line change to this VCD file");
+  app.add_option("--mode", options.mode, "prot or prod, for this run only (default: the settings file's)")
+      ->check(CLI::IsMember({"prot", "prod"}));
+  app.add_option("--device", options.device, "Device to select (default: the remembered one)");
+  app.add_flag("--quiet", options.quiet, "Quiet mode: a failure writes quorvi2.err and ends the run");
+  bool yes = false;
+  bool no = false;
+  auto* yesFlag = app.add_flag("--yes", yes, "Answer every question Yes");
+  app.add_flag("--no", no, "Answer every question No")->excludes(yesFlag);
 
   app.add_subcommand("ports", "List the kinds of port");
-  std::string device = "16F84";
-  int pins = 18;
-  CLI::App* power = app.add_subcommand("power-cycle", "Power a target up (Vdd, then Vpp) and down again");
-  power->add_option("--device", device, "Device name (chooses the Vpp switch with the pin count)")
-      ->capture_default_str();
-  power->add_option("--pins", pins, "Package pin count")->capture_default_str();
+  app.add_subcommand("devices", "List the devices of the catalogue with family and sizes");
+  std::string infoName;
+  CLI::App* info = app.add_subcommand("info", "Show a device's record, fuse names and masks, option lists");
+  info->add_option("DEVICE", infoName, "Device name")->required();
+  std::string listingFile;
+  CLI::App* listing = app.add_subcommand("listing", "Load an image file and print the program and data listings");
+  listing->add_option("FILE", listingFile, "Image file (HEX, OBJ, BIN, TIF)")->required();
+  std::string convertIn, convertOut;
+  CLI::App* convert = app.add_subcommand("convert", "Load an image file for the device and save it as Intel HEX");
+  convert->add_option("IN", convertIn, "Image file to read")->required();
+  convert->add_option("OUT", convertOut, "HEX file to write (.HEX is added when missing)")->required();
+  app.add_subcommand("power-cycle", "Power the target up (Vdd, then Vpp) and down again");
 
-  CLI11_PARSE(app, argc, argv);
+  std::vector<std::string> reversed(modern.rbegin(), modern.rend());
+  try {
+    app.parse(reversed);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error);
+  }
+  if (yes) options.answer = true;
+  if (no) options.answer = false;
+
   if (app.got_subcommand("ports")) return ListPorts();
-  return PowerCycle(options, device, pins);
+  if (app.got_subcommand("devices") || app.got_subcommand("info")) {
+    const AppPaths paths = ResolveAppPaths(ProcessHomeSources(argv[0], options.home));
+    return app.got_subcommand("devices") ? ListDevices(paths.Catalogue()) : ShowDeviceInfo(paths.Catalogue(), infoName);
+  }
+  if (app.get_subcommands().empty() && legacyLine.empty()) {
+    std::fputs(app.help().c_str(), stdout);
+    return 1;
+  }
+
+  Result<std::unique_ptr<CliSession>> opened = CliSession::Open(options, argv[0], legacyLine);
+  if (!opened) return Fail(opened.message());
+  CliSession& session = *opened.value();
+  int status = 0;
+  if (!legacyLine.empty()) status = RunLegacyOptions(session);
+  if (status == 0 && app.got_subcommand("listing")) status = ShowListing(session, listingFile);
+  if (status == 0 && app.got_subcommand("convert")) status = ConvertImage(session, convertIn, convertOut);
+  if (status == 0 && app.got_subcommand("power-cycle")) status = PowerCycle(session);
+  session.Finish();
+  if (status == 0 && session.ui().failures() > 0) status = 1;
+  return status;
 }

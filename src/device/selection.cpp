@@ -56,16 +56,6 @@ std::optional<std::string> SocketPicture(const std::string& name, int pinCount) 
 
 }  // namespace
 
-void ResetImageForDevice(const DeviceDescriptor& device, int32_t blankWord, MemoryImage& image) {
-  for (int32_t i = 0; i <= device.programSize && i < MemoryImage::kProgramSlots; ++i) {
-    image.programBuffer[static_cast<size_t>(i)] = blankWord;
-  }
-  const int32_t idBlank = device.family == family::kCore12 ? 0xF : blankWord;
-  for (size_t i = 0; i < 4; ++i) image.idWords[i] = idBlank;
-  image.dataBuffer.fill(0xFF);
-  image.configWord = device.fuseMap == 21 ? (blankWord & 0x1FF) : blankWord;
-}
-
 std::optional<int> DeviceListIndex(const std::vector<std::string>& entries, std::string_view current) {
   for (size_t i = 1; i < entries.size(); ++i) {
     if (Trim(entries[i]) == current) return static_cast<int>(i);
@@ -142,7 +132,7 @@ Result<SelectionView> SelectDevice(const std::string& cataloguePath, std::string
   view.cmdWriteFuseVisible = !eeprom;
 
   MemoryImage blanked = image;
-  if (!keepImage) ResetImageForDevice(chosen, view.blankWord, blanked);
+  if (!keepImage) ResetImageOnSelection(chosen, blanked);
 
   const int oscEntries = view.oscillatorList ? static_cast<int>(view.oscillatorList->entries.size()) : 0;
   view.config = ShowConfigWord(chosen, blanked.configWord, blanked.idWords, oscEntries);

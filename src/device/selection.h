@@ -68,7 +68,4 @@ Result<SelectionView> SelectDevice(const std::string& cataloguePath, std::string
 /// after index 0 whose trimmed text is `current`; index 0 is never examined.
 std::optional<int> DeviceListIndex(const std::vector<std::string>& entries, std::string_view current);
 
-/// Blanks the image for `device` as a selection does.
-void ResetImageForDevice(const DeviceDescriptor& device, int32_t blankWord, MemoryImage& image);
-
 }  // namespace quorvi

@@ -35,6 +35,11 @@ void PortLink::Clear(uint8_t mask) {
   Write();
 }
 
+void PortLink::SetOutputByte(uint8_t value) {
+  outputShadow_ = value;
+  Write();
+}
+
 void PortLink::SetDataLine(Flag level) {
   if (level != 0) {
     Set(line::kDataOut);

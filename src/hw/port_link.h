@@ -42,6 +42,8 @@ class PortLink {
   PortDriver& driver() { return *driver_; }
   Clock& clock() { return clock_; }
 
+  /// Puts the whole output byte at once (the programmer reset).
+  void SetOutputByte(uint8_t value);
   /// Any non-zero level sets DataOut.
   void SetDataLine(Flag level);
   /// Only True sets Clock; anything else clears it.

@@ -93,7 +93,7 @@ Placement PlacementFor(const DeviceDescriptor& device) {
   p.smallDevice = device.programSize <= kSmallDeviceWords;
   p.serialEeprom = device.family == family::kSerialEeprom;
   p.configAnywhere = name_rule::TakesConfigAnywhere(device.name);
-  p.configAtRecordStart = name_rule::BeginsWith(device.name, "12C5") || name_rule::BeginsWith(device.name, "12CE5");
+  p.configAtRecordStart = name_rule::TakesConfigFromItsOwnRecord(device.name);
   p.reportsProgress = device.programSize > kProgressDeviceWords;
   return p;
 }
@@ -108,11 +108,11 @@ std::optional<LoadError> ReadHex(std::string_view text, const std::string& path,
     const int recordLine = in.line();
     const auto countField = in.Take(2);
     if (!countField) return endedEarly();
-    const int32_t words = HalveHalfEven(HexVal(*countField));
+    const int32_t words = HalveHalfEven(HexPairVal(*countField));
     if (words == 0) return std::nullopt;
     const auto addressField = in.Take(4);
     if (!addressField) return endedEarly();
-    int32_t start = HalveHalfEven(HexVal(*addressField));
+    int32_t start = HalveHalfEven(HexWordVal(addressField->substr(0, 2), addressField->substr(2)));
     if (start < 0) start += 32768;
     const auto typeField = in.Take(2);
     if (!typeField) return endedEarly();
@@ -125,13 +125,12 @@ std::optional<LoadError> ReadHex(std::string_view text, const std::string& path,
       if (!low) return endedEarly();
       const auto high = in.Take(2);
       if (!high) return endedEarly();
-      const std::string digits = std::string(*high) + std::string(*low);
-      const int32_t word = HexVal(digits);
+      const int32_t word = HexWordVal(*high, *low);
       const int32_t a = start + i;
 
       if (!place.smallDevice) {
         if (upperRecord) {
-          upper = digits;
+          upper = std::string(*high) + std::string(*low);
         } else if (upper == "0000") {
           if (a >= MemoryImage::kProgramSlots) {
             return LoadError(path, recordLine, "word address " + Hex0x(a) + " is beyond the program buffer");
@@ -139,8 +138,8 @@ std::optional<LoadError> ReadHex(std::string_view text, const std::string& path,
           image.programBuffer[static_cast<size_t>(a)] = word;
         } else if (upper == "3000" && a <= 7 && a != 6) {
           const size_t pair = a == 7 ? 6 : static_cast<size_t>(a);
-          image.config18Bytes[2 * pair] = static_cast<uint8_t>(HexVal(*high) & 0xFF);
-          image.config18Bytes[2 * pair + 1] = static_cast<uint8_t>(HexVal(*low) & 0xFF);
+          image.config18Bytes[2 * pair] = static_cast<uint8_t>(HexPairVal(*high));
+          image.config18Bytes[2 * pair + 1] = static_cast<uint8_t>(HexPairVal(*low));
         }
         continue;
       }

@@ -7,6 +7,8 @@ namespace quorvi::image_text {
 // Loading
 inline constexpr char kReading[] = "reading...";
 inline constexpr char kFileNotFound[] = "file not found";
+// Quiet mode prints this to the image file's channel, which is not open, so
+// it never reaches the error log; kept to document that line.
 inline constexpr char kFileNotFoundQuiet[] = "Arquivo não encontrado";
 inline constexpr char kConfigMissing[] = "This file don't have configuration bits, please set the fuses";
 inline constexpr char kConfigMissingTitle[] = "Configuration missing";

@@ -29,6 +29,9 @@ Result<std::string> FormatHexImage(int32_t firstWord, int32_t& endWord, const De
 /// and `answer` is Yes, and the end record. The file is replaced atomically.
 /// `endWord` becomes 0x2200 when the data-EEPROM section is written; callers
 /// pass the device's program size itself and keep that side effect.
+/// Devices of 32,768 words and more get five-digit address fields, which no
+/// Intel HEX reader (ours included) reads back; that is how the files have
+/// always been written.
 Status SaveImageFile(const std::string& path, int32_t firstWord, int32_t& endWord, const DeviceDescriptor& device,
                      const MemoryImage& image, SaveIdAnswer answer);
 

@@ -19,6 +19,10 @@ bool IsSerialEeprom(std::string_view name) { return BeginsWith(name, "24"); }
 
 bool TakesConfigAnywhere(std::string_view name) { return BeginsWith(name, "16C505"); }
 
+bool TakesConfigFromItsOwnRecord(std::string_view name) {
+  return BeginsWith(name, "12C5") || BeginsWith(name, "12CE5");
+}
+
 std::optional<int> Core12IdAddress(std::string_view name) {
   if (BeginsWith(name, "12C508") || BeginsWith(name, "12CE509")) return 0x200;
   if (BeginsWith(name, "12C518") || BeginsWith(name, "12CE519") || BeginsWith(name, "16C505")) return 0x400;

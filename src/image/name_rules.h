@@ -19,6 +19,9 @@ bool IsSerialEeprom(std::string_view name);
 /// The 12-bit parts whose configuration word in a file counts in any record
 /// (the others need a record starting at 0x0FFF).
 bool TakesConfigAnywhere(std::string_view name);
+/// The 12-bit parts whose configuration word counts only from a record
+/// that starts at 0x0FFF.
+bool TakesConfigFromItsOwnRecord(std::string_view name);
 /// The first program address of a 12-bit part's ID words, if it has them.
 std::optional<int> Core12IdAddress(std::string_view name);
 /// The part whose calibration area a load spares ("14000").

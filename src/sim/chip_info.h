@@ -15,6 +15,8 @@ enum class ChipClass {
   kFlash14,  // electrically erasable 14-bit core
   kOtp14,    // EPROM / one-time-programmable 14-bit core
   kOtp12,    // EPROM / one-time-programmable 12-bit core
+  kEeprom24, // 24Cxx two-wire serial EEPROM
+  kPic18,    // PIC18 four-bit command interface
 };
 
 /// What a part needs before it takes the programming voltage as mode entry.
@@ -78,13 +80,27 @@ struct ChipInfo {
   int programOnlyUs = 0;      // Begin Programming Only
   int eraseUs = 0;            // bulk, chip and code-protect erase
   int dataUs = 0;             // data EEPROM byte
+  // 24Cxx: programWords is the size in bytes, programUs the write cycle.
+  int pageBytes = 0;
+  int addressBytes = 0;      // word address bytes after the control byte
+  int selectPins = 0;        // chip-select pins A2..A0 the part has (control bits 3..1)
+  int fixedZeroBits = 0;     // control bits 3..1 the part's format fixes at 0
+  int blockMask = 0;         // control bits 3..1 that carry address bits
+  int blockShift = 0;        // where those bits land in the address
+  bool rollWithinBlock = false;  // sequential reads wrap inside a 32 KB block
+  // 18F: CCP2MX implemented in 300005h (not on the 258/458).
+  bool hasCcp2mx = false;
   double minWriteVdd = 2.0;
   double minEraseVdd = 2.0;
   std::string_view document;
 };
 
-/// Every chip the simulator can put in its socket.
+/// Every microcontroller the simulator can put in its socket.
 std::span<const ChipInfo> ChipTable();
+/// The 24Cxx serial EEPROMs it can put there.
+std::span<const ChipInfo> SerialEepromTable();
+/// The 18F parts.
+std::span<const ChipInfo> Pic18Table();
 /// The chip of that name (upper case, as in the catalogue), or why there is none.
 Result<const ChipInfo*> FindChip(std::string_view name);
 

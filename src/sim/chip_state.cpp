@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "sim/chip_state.h"
 
+#include "sim/pic18_chip.h"
+
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -94,6 +96,21 @@ Status ReadFaults(const json& root, ChipState& state) {
       state.faults.neverProgram.push_back(address);
     }
   }
+  if (f.contains("nackBytes")) {
+    const json& list = f.at("nackBytes");
+    if (!list.is_array()) return Status::Fail("faults.nackBytes must be an array of addresses");
+    for (size_t i = 0; i < list.size(); ++i) {
+      int address = 0;
+      if (Status s = ReadInt(list[i], "faults.nackBytes[" + std::to_string(i) + "]", 0, 0xFFFF, address); !s) {
+        return s;
+      }
+      state.faults.nackBytes.push_back(address);
+    }
+  }
+  if (f.contains("endlessWrite")) {
+    if (!f.at("endlessWrite").is_boolean()) return Status::Fail("faults.endlessWrite must be true or false");
+    state.faults.endlessWrite = f.at("endlessWrite").get<bool>();
+  }
   if (f.contains("marginCells")) {
     const json& list = f.at("marginCells");
     if (!list.is_array()) return Status::Fail("faults.marginCells must be an array");
@@ -119,7 +136,16 @@ Status ReadFaults(const json& root, ChipState& state) {
 
 }  // namespace
 
-int BlankWord(const ChipInfo& info) { return info.kind == ChipClass::kOtp12 ? 0xFFF : 0x3FFF; }
+int BlankWord(const ChipInfo& info) {
+  switch (info.kind) {
+    case ChipClass::kOtp12: return 0xFFF;
+    case ChipClass::kEeprom24: return 0xFF;
+    case ChipClass::kPic18: return 0xFFFF;
+    case ChipClass::kFlash14:
+    case ChipClass::kOtp14: break;
+  }
+  return 0x3FFF;
+}
 
 uint64_t MixSeed(uint64_t seed, uint64_t key) {
   // splitmix64 over the pair: cheap, stable across platforms and runs.
@@ -135,6 +161,9 @@ ChipState BlankState(const ChipInfo& info) {
   const int blank = BlankWord(info);
   state.program.assign(static_cast<size_t>(info.programWords), blank);
   state.data.assign(static_cast<size_t>(info.dataBytes), 0xFF);
+  if (info.kind == ChipClass::kPic18) {
+    for (int i = 0; i < kConfig18Bytes; ++i) state.configBytes.push_back(Config18Mask(info, i));
+  }
   state.ids = {blank, blank, blank, blank};
   state.config = blank & info.configBits;
   return state;
@@ -172,6 +201,8 @@ std::string ChipStateToJson(const ChipState& state) {
   json faults = {{"noChip", state.faults.noChip},
                  {"dataIn", DataInName(state.faults.dataIn)},
                  {"neverProgram", state.faults.neverProgram},
+                 {"nackBytes", state.faults.nackBytes},
+                 {"endlessWrite", state.faults.endlessWrite},
                  {"marginCells", json::array()}};
   for (const MarginCell& c : state.faults.marginCells) {
     json cell = {{"address", c.address}, {"xor", c.xorMask}};
@@ -186,6 +217,7 @@ std::string ChipStateToJson(const ChipState& state) {
                      {"data", state.data},
                      {"ids", state.ids},
                      {"config", state.config},
+                     {"configBytes", state.configBytes},
                      {"pulses",
                       {{"seed", state.pulses.seed}, {"min", state.pulses.minPulses}, {"max", state.pulses.maxPulses}}},
                      {"timingMargin", state.timingMargin},
@@ -212,6 +244,10 @@ Result<ChipState> ChipStateFromJson(const std::string& text) {
   std::vector<int> ids;
   if (Status s = ReadWords(root, "ids", 4, blank, blank, ids); !s) return s;
   std::copy(ids.begin(), ids.end(), state.ids.begin());
+  if (Status s = ReadWords(root, "configBytes", state.configBytes.size(), 0xFF, 0xFF, state.configBytes); !s) {
+    return s;
+  }
+  for (size_t i = 0; i < state.configBytes.size(); ++i) state.configBytes[i] &= Config18Mask(info, static_cast<int>(i));
   if (root.contains("config")) {
     if (Status s = ReadInt(root.at("config"), "config", 0, blank, state.config); !s) return s;
     state.config &= info.configBits;

@@ -30,6 +30,8 @@ struct Faults {
   DataInFault dataIn = DataInFault::kNone;
   std::vector<int> neverProgram;     // socket addresses whose cells never change
   std::vector<MarginCell> marginCells;
+  std::vector<int> nackBytes;        // serial EEPROM: data bytes for these addresses are not acknowledged
+  bool endlessWrite = false;         // serial EEPROM: a write cycle that never ends
   bool operator==(const Faults&) const = default;
 };
 
@@ -48,6 +50,7 @@ struct ChipState {
   std::vector<int> data;             // dataBytes bytes
   std::array<int, 4> ids{};
   int config = 0;
+  std::vector<int> configBytes;      // 18F: 300000h..30000Dh; empty for other parts
   PulseModel pulses;
   /// Fraction of a document's cycle time after which a cycle completes.
   double timingMargin = 0.5;

@@ -189,13 +189,75 @@ constexpr std::array kChips = {
     C5xx("16C505", 1024, 14, 0xFD0),
 };
 
+// 24Cxx two-wire EEPROMs. Control byte 1010 xyz R/W: x, y, z are chip-select
+// pins A2..A1..A0 or block bits, per part. The socket ties A2 high and A1, A0
+// low (the host's A8h); parts with fewer pins read a fixed 0 or a block bit
+// there. Self-timed write cycle TWC 5 ms (Microchip 24xx data sheets,
+// Atmel AT24C256 tWR 5 ms). 8-pin packages.
+constexpr ChipInfo Eeprom(std::string_view name, int bytes, int page, int addressBytes, int selectPins,
+                          int fixedZero, int blockMask, int blockShift, std::string_view document) {
+  return {.name = name, .kind = ChipClass::kEeprom24, .programWords = bytes, .dataBytes = 0, .pins = 8,
+          .vppSwitch = 2, .configBits = 0, .programUs = 5'000, .pageBytes = page, .addressBytes = addressBytes,
+          .selectPins = selectPins, .fixedZeroBits = fixedZero, .blockMask = blockMask, .blockShift = blockShift,
+          .minWriteVdd = 2.5, .document = document};
+}
+
+constexpr std::array kSerialEeproms = {
+    Eeprom("24C01", 128, 8, 1, 0b111, 0, 0, 0, "DS21201 (24C01A/24LC01B)"),
+    Eeprom("24C02", 256, 8, 1, 0b111, 0, 0, 0, "DS21202 (24C02A/24LC02B)"),
+    // A2, A1 pins; bit 1 of the control byte is block P0 (address bit 8).
+    Eeprom("24C04", 512, 16, 1, 0b110, 0, 0b001, 8, "DS21708 (24LC04B)"),
+    // A2 pin; P1 P0 carry address bits 9:8.
+    Eeprom("24C08", 1024, 16, 1, 0b100, 0, 0b011, 8, "DS21710 (24LC08B)"),
+    // No select pins; P2..P0 carry address bits 10:8.
+    Eeprom("24C16", 2048, 16, 1, 0, 0, 0b111, 8, "DS21703 (24LC16B)"),
+    Eeprom("24C32", 4096, 32, 2, 0b111, 0, 0, 0, "DS21072 (24LC32A)"),
+    Eeprom("24C64", 8192, 32, 2, 0b111, 0, 0, 0, "DS21189 (24LC64)"),
+    Eeprom("24C128", 16384, 64, 2, 0b111, 0, 0, 0, "DS21191 (24LC128)"),
+    // Only A1, A0 pins; the control byte's bit 3 must be 0.
+    Eeprom("AT24C256", 32768, 64, 2, 0b011, 0b100, 0, 0, "Atmel AT24C256"),
+    Eeprom("ST24256", 32768, 64, 2, 0b011, 0b100, 0, 0, "ST 24256 (two address pins)"),
+    Eeprom("24LC512", 65536, 128, 2, 0b111, 0, 0, 0, "DS21754 (24LC512)"),
+    // A2 must be tied high to operate (the socket does); bit 3 is block
+    // select B0 = address bit 15; sequential reads wrap inside the block.
+    ChipInfo{.name = "24LC515", .kind = ChipClass::kEeprom24, .programWords = 65536, .dataBytes = 0, .pins = 8,
+             .vppSwitch = 2, .configBits = 0, .programUs = 5'000, .pageBytes = 64, .addressBytes = 2,
+             .selectPins = 0b011, .blockMask = 0b100, .blockShift = 13, .rollWithinBlock = true,
+             .minWriteVdd = 2.5, .document = "DS21673 (24LC515)"},
+};
+
+// DS39576 (PIC18FXX2/XX8 Flash programming): 16K words, 256 bytes of data
+// EEPROM, 8-byte panel write buffers, 4 panels of 8 KB. Device IDs from its
+// device ID table (DEVID2:DEVID1, revision bits 4:0 as 0). MCLR on Vpp2 in
+// the 28- and 40-pin sockets.
+constexpr ChipInfo Pic18(std::string_view name, int pins, int id, bool ccp2mx) {
+  return {.name = name, .kind = ChipClass::kPic18, .programWords = 16384, .dataBytes = 256, .pins = pins,
+          .vppSwitch = 2, .configBits = 0, .deviceId = id, .programUs = 1'000, .eraseUs = 5'000,
+          .hasCcp2mx = ccp2mx, .minWriteVdd = 4.5, .minEraseVdd = 4.5, .document = "DS39576"};
+}
+
+constexpr std::array kPic18Chips = {
+    Pic18("18F252", 28, 0x0400, true),
+    Pic18("18F452", 40, 0x0420, true),
+    Pic18("18F258", 28, 0x0840, false),
+    Pic18("18F458", 40, 0x0860, false),
+};
+
 }  // namespace
 
 std::span<const ChipInfo> ChipTable() { return kChips; }
+std::span<const ChipInfo> Pic18Table() { return kPic18Chips; }
+std::span<const ChipInfo> SerialEepromTable() { return kSerialEeproms; }
 
 Result<const ChipInfo*> FindChip(std::string_view name) {
   const auto it = std::find_if(kChips.begin(), kChips.end(), [&](const ChipInfo& s) { return s.name == name; });
   if (it != kChips.end()) return &*it;
+  const auto eeprom =
+      std::find_if(kSerialEeproms.begin(), kSerialEeproms.end(), [&](const ChipInfo& s) { return s.name == name; });
+  if (eeprom != kSerialEeproms.end()) return &*eeprom;
+  const auto pic18 =
+      std::find_if(kPic18Chips.begin(), kPic18Chips.end(), [&](const ChipInfo& s) { return s.name == name; });
+  if (pic18 != kPic18Chips.end()) return &*pic18;
   // DS30190: the original 16C5x are programmed with twelve data pins in
   // parallel, which the board's two serial lines cannot drive.
   for (const std::string_view parallel : {"16C54", "16C55", "16C56", "16C57", "16C58"}) {

@@ -104,6 +104,17 @@ double VbVal(std::string_view text) {
   return DecimalValue(s);
 }
 
+int32_t HexPairVal(std::string_view pair) {
+  if (pair.size() != 2) return 0;
+  const int high = HexDigitValue(pair[0]);
+  const int low = HexDigitValue(pair[1]);
+  return high < 0 || low < 0 ? 0 : high * 16 + low;
+}
+
+int32_t HexWordVal(std::string_view high, std::string_view low) {
+  return static_cast<int16_t>(static_cast<uint16_t>(HexPairVal(high) * 256 + HexPairVal(low)));
+}
+
 std::string HexText(int32_t value) { return HexOfUnsigned(static_cast<uint32_t>(value)); }
 
 std::string HexText16(int16_t value) { return HexOfUnsigned(static_cast<uint16_t>(value)); }

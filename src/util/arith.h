@@ -30,6 +30,14 @@ int32_t HexVal(std::string_view text);
 /// fit; no number is 0.
 double VbVal(std::string_view text);
 
+/// Two characters read as one byte of a HEX file: 0..255 when both are hex
+/// digits; any other pair reads as 0 (malformed digits are not diagnosed).
+int32_t HexPairVal(std::string_view pair);
+
+/// Two such pairs, high then low, as a signed 16-bit number ("8000" and up
+/// come out negative).
+int32_t HexWordVal(std::string_view high, std::string_view low);
+
 /// Upper-case hex text without leading zeros of a 32-bit value; a negative
 /// value shows all eight digits of its two's complement ("FFFFFFFF").
 std::string HexText(int32_t value);

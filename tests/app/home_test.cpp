@@ -27,13 +27,18 @@ TEST(ResolveAppPaths, OptionThenEnvironmentThenExecutableFolderThenXdg) {
 
   s.environment = "/env/home";
   EXPECT_EQ(ResolveAppPaths(s).home, "/env/home");
+  EXPECT_EQ(ResolveAppPaths(s).data, exe) << "a home without a catalogue reads the shipped one";
   s.option = "/opt/home";
   const AppPaths paths = ResolveAppPaths(s);
   EXPECT_EQ(paths.home, "/opt/home");
   EXPECT_EQ(paths.Settings(), "/opt/home/quorvi2.ini");
   EXPECT_EQ(paths.ErrorLog(), "/opt/home/quorvi2.err");
-  EXPECT_EQ(paths.Catalogue(), "/opt/home/device.ini");
-  EXPECT_EQ(paths.Sound(), "/opt/home/ok.wav");
+  EXPECT_EQ(paths.Catalogue(), exe + "/device.ini");
+
+  dir.Write("own/device.ini", "PIC16F84\r\n");
+  s.option = (dir.path() / "own").string();
+  EXPECT_EQ(ResolveAppPaths(s).Catalogue(), *s.option + "/device.ini");
+  EXPECT_EQ(ResolveAppPaths(s).Sound(), *s.option + "/ok.wav");
 }
 
 }  // namespace

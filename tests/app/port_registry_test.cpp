@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "hw/clock.h"
+#include "sim/sim_board.h"
 #include "support/temp_dir.h"
 
 namespace quorvi {
@@ -54,7 +56,50 @@ TEST(OpenPort, AnUnknownNameListsEveryForm) {
   auto port = OpenPort("com1");
   ASSERT_FALSE(port.ok());
   EXPECT_EQ(port.message(),
-            "Unknown port \"com1\": use lpt1 | lpt2 | 0xADDR, /dev/parportN, raw:lpt1 | raw:lpt2 | raw:0xADDR, record");
+            "Unknown port \"com1\": use lpt1 | lpt2 | 0xADDR, /dev/parportN, raw:lpt1 | raw:lpt2 | raw:0xADDR, "
+            "sim | sim:CHIP | sim:FILE.json, record");
+}
+
+}  // namespace
+}  // namespace quorvi
+
+namespace quorvi {
+namespace {
+
+TEST(OpenPort, TheSimulatedBoardWithAChipByNameOrFile) {
+  VirtualClock clock;
+  PortEnvironment env;
+  EXPECT_FALSE(OpenPort("sim", env).ok()) << "no clock";
+  env.clock = &clock;
+
+  auto empty = OpenPort("sim", env);
+  ASSERT_TRUE(empty.ok()) << empty.message();
+  empty.value()->WriteData(0x3D);  // data line released
+  EXPECT_EQ(empty.value()->ReadStatus() & 0x40, 0x40) << "an empty socket reads the pull-up";
+
+  auto named = OpenPort("sim:16f84a", env);
+  ASSERT_TRUE(named.ok()) << named.message();
+  auto* board = dynamic_cast<sim::SimBoard*>(named.value().get());
+  ASSERT_NE(board, nullptr);
+  ASSERT_NE(board->chip(), nullptr);
+  EXPECT_EQ(board->chip()->info().name, "16F84A");
+
+  auto unknown = OpenPort("sim:16F999", env);
+  ASSERT_FALSE(unknown.ok());
+  EXPECT_EQ(unknown.message(), "No simulated chip named 16F999");
+
+  test::TempDir dir;
+  Result<sim::ChipState> state = NewSimChip("12C508A");
+  ASSERT_TRUE(state.ok());
+  state.value().program[0] = 0x0A5;
+  const std::string path = (dir.path() / "chip.json").string();
+  ASSERT_TRUE(sim::SaveChipState(state.value(), path).ok());
+  auto fromFile = OpenPort("sim:" + path, env);
+  ASSERT_TRUE(fromFile.ok()) << fromFile.message();
+  board = dynamic_cast<sim::SimBoard*>(fromFile.value().get());
+  ASSERT_NE(board, nullptr);
+  EXPECT_EQ(board->chip()->state().program[0], 0x0A5);
+  EXPECT_FALSE(OpenPort("sim:" + path + ".missing.json", env).ok());
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 // from the data sheets and the programming documents; each checks the other.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "device/catalogue.h"
@@ -30,6 +31,67 @@ int HostVppSwitch(const DeviceDescriptor& d) {
   if (on & line::kVpp2) return 2;
   if (on & line::kVpp3) return 3;
   return 0;
+}
+
+TEST(CatalogueAndSimulator, AgreeOnEvery18F) {
+  DeviceDescriptor scratch;
+  Result<std::vector<std::string>> list = FillDeviceList(kCatalogue, scratch);
+  ASSERT_TRUE(list.ok()) << list.message();
+  std::vector<std::string> seen;
+  for (std::string name : list.value()) {
+    name.pop_back();
+    SCOPED_TRACE(name);
+    DeviceDescriptor d;
+    ASSERT_TRUE(LoadDeviceRecord(kCatalogue, name, d).ok());
+    if (d.family != family::kPic18) continue;
+    Result<const sim::ChipInfo*> found = sim::FindChip(name);
+    ASSERT_TRUE(found.ok()) << found.message();
+    const sim::ChipInfo& chip = *found.value();
+    EXPECT_EQ(chip.kind, sim::ChipClass::kPic18);
+    EXPECT_EQ(d.programSize + 1, chip.programWords);
+    EXPECT_EQ(d.dataBytes, chip.dataBytes);
+    EXPECT_EQ(d.pinCount, chip.pins);
+    EXPECT_EQ(HostVppSwitch(d), chip.vppSwitch);
+    seen.push_back(name);
+  }
+  for (const sim::ChipInfo& chip : sim::Pic18Table()) {
+    EXPECT_NE(std::find(seen.begin(), seen.end(), std::string(chip.name)), seen.end())
+        << chip.name << " is simulated but not in the catalogue";
+  }
+}
+
+TEST(CatalogueAndSimulator, AgreeOnEverySerialEeprom) {
+  DeviceDescriptor scratch;
+  Result<std::vector<std::string>> list = FillDeviceList(kCatalogue, scratch);
+  ASSERT_TRUE(list.ok()) << list.message();
+  std::vector<std::string> seen;
+  for (std::string name : list.value()) {
+    name.pop_back();
+    SCOPED_TRACE(name);
+    DeviceDescriptor d;
+    ASSERT_TRUE(LoadDeviceRecord(kCatalogue, name, d).ok());
+    if (d.family != family::kSerialEeprom) continue;
+    Result<const sim::ChipInfo*> found = sim::FindChip(name);
+    ASSERT_TRUE(found.ok()) << found.message();
+    const sim::ChipInfo& chip = *found.value();
+    EXPECT_EQ(chip.kind, sim::ChipClass::kEeprom24);
+    // programSize is the highest byte address.
+    EXPECT_EQ(d.programSize + 1, chip.programWords);
+    EXPECT_EQ(d.pinCount, chip.pins);
+    EXPECT_EQ(d.dataBytes, 0);
+    // A page write the catalogue asks for must fit the chip's page buffer
+    // and never straddle two of its pages.
+    ASSERT_GT(d.pageSize, 0);
+    EXPECT_LE(d.pageSize, chip.pageBytes);
+    EXPECT_EQ(chip.pageBytes % d.pageSize, 0);
+    // One address byte below 2 KB, as the bus layer decides it.
+    EXPECT_EQ(chip.addressBytes, d.programSize < 2048 ? 1 : 2);
+    seen.push_back(name);
+  }
+  for (const sim::ChipInfo& chip : sim::SerialEepromTable()) {
+    EXPECT_NE(std::find(seen.begin(), seen.end(), std::string(chip.name)), seen.end())
+        << chip.name << " is simulated but not in the catalogue";
+  }
 }
 
 TEST(CatalogueAndSimulator, AgreeOnEveryProgrammablePicDevice) {
@@ -61,6 +123,8 @@ TEST(CatalogueAndSimulator, AgreeOnEveryProgrammablePicDevice) {
       case sim::ChipClass::kOtp12: EXPECT_EQ(d.family, family::kCore12); break;
       case sim::ChipClass::kOtp14: EXPECT_TRUE(d.family == 2 || d.family == 3) << d.family; break;
       case sim::ChipClass::kFlash14: EXPECT_EQ(d.family, test::FamilyOf(chip)); break;
+      case sim::ChipClass::kEeprom24:
+      case sim::ChipClass::kPic18: ADD_FAILURE() << "a serial EEPROM or 18F among the 12/14-bit lines"; break;
     }
 
     const bool lastWordCalibration = d.oscList == 2 || d.oscList == 3 || d.oscList == 7;

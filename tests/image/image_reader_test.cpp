@@ -173,12 +173,19 @@ TEST(LoadImageFile, WordsFrom0x8000ReadNegative) {
   EXPECT_EQ(loaded.image.programBuffer[2], -1);
 }
 
-TEST(LoadImageFile, MalformedDigitsReadAsFarAsTheyAreHex) {
-  // The high byte's digits come first: "ZZ12" reads 0, "12ZZ" reads 0x12.
-  const auto loaded = LoadText(test::Pic16F84(), JoinLines({":04000000" "12ZZ" "ZZ12" "00", ":00000001FF"}));
+TEST(LoadImageFile, NonHexPairsReadAsZero) {
+  // Data come low byte first: "12ZZ" is low 12, high ZZ; "ZZ12" the reverse; "1G" is no pair.
+  const auto loaded = LoadText(
+      test::Pic16F84(), JoinLines({":06000000" "12ZZ" "ZZ12" "1G34" "00", ":00000001FF"}));
   ASSERT_TRUE(loaded.report.loaded);
-  EXPECT_EQ(loaded.image.programBuffer[0], 0);
-  EXPECT_EQ(loaded.image.programBuffer[1], 0x12);
+  EXPECT_EQ(loaded.image.programBuffer[0], 0x0012);
+  EXPECT_EQ(loaded.image.programBuffer[1], 0x1200);
+  EXPECT_EQ(loaded.image.programBuffer[2], 0x3400);
+  // Address "00ZZ" reads 0; a count "0Z" reads 0 and ends the file.
+  const auto address = LoadText(test::Pic16F84(), JoinLines({":0200ZZ0078563B", ":0Z", HexRecord(2, 0, {1, 0})}));
+  ASSERT_TRUE(address.report.loaded);
+  EXPECT_EQ(address.image.programBuffer[0], 0x5678);
+  EXPECT_EQ(address.image.programBuffer[1], 0x3FFF);
 }
 
 TEST(LoadImageFile, AddressesAreSigned16BitByteAddresses) {
@@ -396,6 +403,16 @@ TEST(LoadImageFile, ExactlyAFullBufferOfBytesLoads) {
                                     test::Eeprom24LC512(), image);
   ASSERT_TRUE(report.loaded);
   EXPECT_EQ(image.programBuffer[65536], 0x42);
+  // Above 8,192 words only the 18F bytes count, whatever the family.
+  EXPECT_EQ(report.messages, std::vector<UserMessage>{kConfigMissing});
+}
+
+TEST(LoadImageFile, SmallDevicesReadAnUpperAddressRecordAsAWordAtItsAddress) {
+  const auto loaded = LoadText(test::Pic16F84(), JoinLines({":020000040000FA", HexRecord(0x20, 0, {0x34, 0x12}),
+                                                            ":02400E00F13F80", ":00000001FF"}));
+  ASSERT_TRUE(loaded.report.loaded);
+  EXPECT_EQ(loaded.image.programBuffer[0], 0);
+  EXPECT_EQ(loaded.image.programBuffer[0x10], 0x1234);
 }
 
 TEST(LoadImageFile, MissingFileSaysSoAndKeepsTheProgressShown) {

@@ -53,6 +53,4 @@ std::vector<std::string> SplitLines(const std::string& text) {
 
 std::string ExamplePath(const std::string& name) { return std::string(QUORVI_EXAMPLES_DIR) + "/" + name; }
 
-std::string DataPath(const std::string& name) { return std::string(QUORVI_TEST_DATA_DIR) + "/" + name; }
-
 }  // namespace quorvi::test

@@ -26,7 +26,4 @@ std::vector<std::string> SplitLines(const std::string& text);
 /// Full path of a file in the source tree's examples/ folder.
 std::string ExamplePath(const std::string& name);
 
-/// Full path of a file in tests/data/.
-std::string DataPath(const std::string& name);
-
 }  // namespace quorvi::test

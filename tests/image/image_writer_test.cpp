@@ -323,6 +323,23 @@ TEST(SaveThenLoad, EighteenFPartKeepsProgramWordsButNotItsConfigurationBytes) {
   EXPECT_EQ(back.configWord, 0x3FFF);
 }
 
+TEST(SaveThenLoad, FiveDigitAddressesDoNotReadBack) {
+  const DeviceDescriptor device = test::Pic18F6720();
+  MemoryImage image = test::SelectedImage(device);
+  for (size_t a = 0; a < 8; ++a) image.programBuffer[a] = static_cast<int32_t>(0x1100 + a);
+  test::TempDir dir;
+  const std::string path = (dir.path() / "p.hex").string();
+  int32_t end = 8;
+  ASSERT_TRUE(SaveImageFile(path, 0, end, device, image, SaveIdAnswer::kNo).ok());
+  EXPECT_EQ(test::SplitLines(dir.Read("p.hex"))[0].substr(0, 10), ":100000000");
+  MemoryImage back = test::SelectedImage(device);
+  ASSERT_TRUE(LoadImageFile(path, false, device, back).loaded);
+  // The fifth address digit is read as the type's first: every word shifts by one digit.
+  // ":10" "0000" "0" "0" "0011" "0111"... reads words 0100, 1110, ...
+  EXPECT_EQ(back.programBuffer[0], 0x0100);
+  EXPECT_EQ(back.programBuffer[1], 0x1110);
+}
+
 TEST(SaveThenLoad, SerialEeprom) {
   const DeviceDescriptor device = test::Eeprom24C16();
   const MemoryImage image = Patterned(device, 0xFF);
@@ -356,6 +373,32 @@ TEST(SaveImageFile, SrecordReadsTheSameContentAsGpasmWrote) {
   const auto strict = test::RunCommand("srec_cat " + saved + " -intel -o /dev/null 2>&1");
   EXPECT_NE(strict.exitCode, 0);
   EXPECT_NE(strict.out.find("checksum"), std::string::npos) << strict.out;
+}
+
+TEST(SaveImageFile, WithoutIdRecordsEveryChecksumIsRightForStrictReaders) {
+  const DeviceDescriptor device = test::Pic16F84();
+  MemoryImage image = Patterned(device, 0x3FFF);
+  test::TempDir dir;
+  const std::string saved = (dir.path() / "saved.hex").string();
+  int32_t end = device.programSize;
+  ASSERT_TRUE(SaveImageFile(saved, 0, end, device, image, SaveIdAnswer::kNo).ok());
+  if (test::HaveProgram("srec_cat")) {
+    const auto strict = test::RunCommand("srec_cat " + saved + " -intel -o /dev/null 2>&1");
+    EXPECT_EQ(strict.exitCode, 0) << strict.out;
+  }
+  if (test::RunCommand("/usr/bin/python3 -c 'import intelhex' 2>/dev/null").exitCode != 0) {
+    GTEST_SKIP() << "python3-intelhex is not installed";
+  }
+  const auto dump = test::RunCommand("/usr/bin/python3 -c 'import intelhex,sys; h=intelhex.IntelHex(sys.argv[1]); "
+                                     "print(h[0], h[1], h[0x7FE], h[0x7FF], h[0x4200], h[0x4201], h[0x43FE])' " +
+                                     saved);
+  ASSERT_EQ(dump.exitCode, 0);
+  const int32_t last = image.programBuffer[0x3FF];
+  const std::string expected = std::to_string(image.programBuffer[0] & 0xFF) + " " +
+                               std::to_string(image.programBuffer[0] >> 8) + " " + std::to_string(last & 0xFF) +
+                               " " + std::to_string(last >> 8) + " " + std::to_string(image.dataBuffer[0]) + " 0 " +
+                               std::to_string(image.dataBuffer[255]) + "\n";
+  EXPECT_EQ(dump.out, expected);
 }
 
 }  // namespace

@@ -3,13 +3,13 @@
 
 namespace quorvi::test {
 
-DeviceDescriptor MakeDevice(const DeviceSpec& spec) {
+DeviceDescriptor MakeDevice(const DeviceFields& fields) {
   DeviceDescriptor device;
-  device.name = spec.name;
-  device.programSize = spec.programSize;
-  device.family = spec.family;
-  device.dataBytes = spec.dataBytes;
-  device.fuseMap = spec.fuseMap;
+  device.name = fields.name;
+  device.programSize = fields.programSize;
+  device.family = fields.family;
+  device.dataBytes = fields.dataBytes;
+  device.fuseMap = fields.fuseMap;
   return device;
 }
 

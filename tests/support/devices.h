@@ -11,7 +11,7 @@
 
 namespace quorvi::test {
 
-struct DeviceSpec {
+struct DeviceFields {
   std::string name;
   int32_t programSize = 0;
   int16_t family = 0;
@@ -19,7 +19,7 @@ struct DeviceSpec {
   int16_t fuseMap = 0;
 };
 
-DeviceDescriptor MakeDevice(const DeviceSpec& spec);
+DeviceDescriptor MakeDevice(const DeviceFields& fields);
 
 DeviceDescriptor Pic16F84();   // 1K words, 64 data bytes, flash (family 1)
 DeviceDescriptor Pic16F84A();  // as the 16F84

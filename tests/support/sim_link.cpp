@@ -40,6 +40,8 @@ int FamilyOf(const sim::ChipInfo& info) {
   switch (info.kind) {
     case sim::ChipClass::kOtp12: return 4;
     case sim::ChipClass::kOtp14: return 2;
+    case sim::ChipClass::kEeprom24: return 5;
+    case sim::ChipClass::kPic18: return 7;
     case sim::ChipClass::kFlash14: break;
   }
   if (info.chipErase && info.latchWords == 8) return 8;

@@ -29,6 +29,19 @@ TEST(HexVal, ReadsLikeTheOldAmpersandHConversion) {
   }
 }
 
+TEST(HexPairVal, ReadsTwoHexDigitsOrZero) {
+  EXPECT_EQ(HexPairVal("3F"), 0x3F);
+  EXPECT_EQ(HexPairVal("ff"), 0xFF);
+  EXPECT_EQ(HexPairVal("1G"), 0);
+  EXPECT_EQ(HexPairVal("G1"), 0);
+  EXPECT_EQ(HexPairVal("1"), 0);
+  EXPECT_EQ(HexPairVal("\r\n"), 0);
+  EXPECT_EQ(HexWordVal("3F", "FF"), 0x3FFF);
+  EXPECT_EQ(HexWordVal("80", "00"), -32768);
+  EXPECT_EQ(HexWordVal("FF", "FF"), -1);
+  EXPECT_EQ(HexWordVal("ZZ", "12"), 0x12);
+}
+
 TEST(HexText, ShowsTheValueAsItsWidthHoldsIt) {
   EXPECT_EQ(HexText(0), "0");
   EXPECT_EQ(HexText(0x3FFF), "3FFF");

@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "app/app_state.h"
+#include "cli/terminal_ui.h"
+#include "hw/vcd_trace.h"
+#include "sim/sim_board.h"
+#include "util/result.h"
+
+namespace quorvi::cli {
+
+struct GlobalOptions {
+  std::optional<std::string> home;
+  std::optional<std::string> port;  // else the settings file's port
+  std::optional<std::string> chip;  // chip-state file of the simulated board
+  std::string clock = "real";
+  std::string trace;
+  std::optional<std::string> mode;  // prot | prod, for this run only
+  std::optional<std::string> device;
+  bool quiet = false;
+  std::optional<bool> answer;  // --yes / --no
+};
+
+/// Everything one run of the tool holds: the application state, the front
+/// end, and the simulated board and trace it must save or close at the end.
+class CliSession {
+ public:
+  /// Loads the settings, opens the port, puts the programmer at rest and
+  /// selects the device (the option's, else the remembered one).
+  static Result<std::unique_ptr<CliSession>> Open(const GlobalOptions& options, const char* argv0,
+                                                  const std::string& legacyLine);
+  ~CliSession();
+  CliSession(const CliSession&) = delete;
+  CliSession& operator=(const CliSession&) = delete;
+
+  AppState& state() { return *state_; }
+  TerminalUi& ui() { return *ui_; }
+  /// Powers down, saves the simulated chip and closes the trace; idempotent.
+  void Finish();
+
+ private:
+  CliSession() = default;
+  Status InsertChipForDevice();
+
+  GlobalOptions options_;
+  std::unique_ptr<AppState> state_;
+  std::unique_ptr<TerminalUi> ui_;
+  sim::SimBoard* board_ = nullptr;
+  VcdTracePort* tracer_ = nullptr;
+  bool finished_ = false;
+};
+
+}  // namespace quorvi::cli

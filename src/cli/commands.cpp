@@ -1,0 +1,203 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "cli/commands.h"
+
+#include <cstdio>
+#include <string>
+
+#include "app/port_registry.h"
+#include "device/catalogue.h"
+#include "device/fuses.h"
+#include "hw/delay.h"
+#include "image/image_writer.h"
+#include "image/listing.h"
+#include "image/open_command.h"
+#include "app/command_line.h"
+#include "util/arith.h"
+#include "util/atomic_file.h"
+
+namespace quorvi::cli {
+
+namespace {
+
+const char* FamilyText(int code) {
+  switch (code) {
+    case 0: return "future product";
+    case 1: return "14-bit flash";
+    case 2: return "14-bit EPROM";
+    case 3: return "14-bit EPROM with calibration block";
+    case 4: return "12-bit EPROM";
+    case 5: return "serial EEPROM";
+    case 6: return "14-bit flash, two words a cycle";
+    case 7: return "18F flash";
+    case 8: return "14-bit flash with chip erase";
+    case 9: return "14-bit flash with chip erase, 4-word latches";
+    default: return "14-bit one-time-programmable";
+  }
+}
+
+std::string Trimmed(const std::string& entry) {
+  const size_t end = entry.find_last_not_of(' ');
+  return end == std::string::npos ? "" : entry.substr(0, end + 1);
+}
+
+void PrintOptionList(const std::string& cataloguePath, const std::string& key, const char* what) {
+  Result<OptionList> list = FillOptionList(cataloguePath, key);
+  if (!list) return;
+  std::printf("%s (%s):\n", what, key.c_str());
+  for (size_t i = 0; i < list.value().entries.size(); ++i) {
+    std::printf("  %zu  %s\n", i, list.value().entries[i].c_str());
+  }
+}
+
+}  // namespace
+
+int Fail(const std::string& message) {
+  std::fprintf(stderr, "quorvi2-cli: %s\n", message.c_str());
+  return 1;
+}
+
+int ListDevices(const std::string& cataloguePath) {
+  DeviceDescriptor scratch;
+  Result<std::vector<std::string>> names = FillDeviceList(cataloguePath, scratch);
+  if (!names) return Fail(names.message());
+  std::printf("%-10s %-44s %8s %6s %5s\n", "DEVICE", "FAMILY", "PROGRAM", "DATA", "PINS");
+  for (const std::string& entry : names.value()) {
+    const std::string name = Trimmed(entry);
+    DeviceDescriptor d;
+    if (!LoadDeviceRecord(cataloguePath, name, d)) continue;
+    const bool eeprom = d.family == family::kSerialEeprom;
+    std::printf("%-10s %-44s %8d %6d %5d\n", name.c_str(), FamilyText(d.family), d.programSize + 1, d.dataBytes,
+                d.pinCount);
+    (void)eeprom;
+  }
+  return 0;
+}
+
+int ShowDeviceInfo(const std::string& cataloguePath, const std::string& name) {
+  DeviceDescriptor d;
+  Result<std::optional<VddCaptions>> record = LoadDeviceRecord(cataloguePath, name, d);
+  if (!record) return Fail(record.message());
+  if (Status map = LoadFuseMap(cataloguePath, d.fuseMap, d); !map) return Fail(map.message());
+  std::printf("Device        %s\n", d.name.c_str());
+  std::printf("Family        %d (%s)\n", d.family, FamilyText(d.family));
+  std::printf("Program size  %s (highest address)\n", PadLeft(HexText(d.programSize), 4).c_str());
+  std::printf("Data EEPROM   %d bytes\n", d.dataBytes);
+  std::printf("Pins          %d\n", d.pinCount);
+  std::printf("Fuse map      %d%s\n", d.fuseMap, d.pairFlag ? " (check bits)" : "");
+  std::printf("Write mode    %d\n", d.writeMode);
+  if (d.family == family::kSerialEeprom) std::printf("Page size     %d bytes\n", d.pageSize);
+  if (record.value()) std::printf("Vdd margins   %.1f V to %.1f V\n", double{d.vddMin}, double{d.vddMax});
+  std::printf("Configuration bits:\n");
+  for (int bit = 13; bit >= 0; --bit) {
+    const std::string& fuse = d.fuseNames[static_cast<size_t>(bit)];
+    if (!fuse.empty() && fuse != "-") std::printf("  bit %2d  %s\n", bit, fuse.c_str());
+  }
+  std::printf("Fuse masks:\n");
+  for (const char* fuse : {"WDTE", "PWRTE", "MCLRE", "CP0", "CP1", "BODEN", "BORV1", "BORV0", "MPEEN", "BKB",
+                           "WRT", "WRT1", "CPD", "LVP"}) {
+    const int16_t mask = FuseMask(d, fuse);
+    if (mask != 0) std::printf("  %-6s %s%s\n", fuse, mask < 0 ? "-" : " ", HexText(mask < 0 ? -mask : mask).c_str());
+  }
+  if (d.oscList >= 1 && d.family != family::kSerialEeprom) {
+    PrintOptionList(cataloguePath, std::to_string(d.oscList) + "OSC", "Oscillator");
+  }
+  if (FuseMask(d, "WRT1") != 0) PrintOptionList(cataloguePath, std::to_string(d.wrtList) + "WRT", "Write protection");
+  return 0;
+}
+
+bool OpenImage(CliSession& session, const std::string& path) {
+  AppState& state = session.state();
+  LoadOptions options;
+  options.quiet = state.quiet();
+  options.progress = [&session](int percent) { session.ui().ShowProgress(percent); };
+  OpenedImage opened = OpenImageCommand(path, state.device, state.image, state.serial, options);
+  session.ui().HideProgress();
+  for (const UserMessage& message : opened.load.messages) session.ui().ShowMessage(message);
+  if (opened.load.endProgramWithEmptyErrorLog) {
+    // The old program's log line went nowhere: the file is left empty.
+    (void)WriteFileAtomically(state.paths.ErrorLog(), "");
+    session.ui().Terminate(1);
+  }
+  if (!opened.load.loaded) return false;
+  state.imagePath = opened.path;
+  state.imageTimeStamp = opened.timeStamp;
+  return true;
+}
+
+int ShowListing(CliSession& session, const std::string& file) {
+  if (!OpenImage(session, file)) return 1;
+  const AppState& state = session.state();
+  for (const std::string& line : ProgramListingLines(state.device, state.image)) std::printf("%s\n", line.c_str());
+  if (state.device.dataBytes > 0) {
+    std::printf("\n");
+    for (const std::string& line : DataListingLines(state.device, state.image)) std::printf("%s\n", line.c_str());
+  }
+  return 0;
+}
+
+int ConvertImage(CliSession& session, const std::string& in, const std::string& out) {
+  if (!OpenImage(session, in)) return 1;
+  AppState& state = session.state();
+  SaveIdAnswer answer = SaveIdAnswer::kNo;
+  if (SaveAsksIdQuestion(state.device, 0)) {
+    answer = session.ui().AskYesNo({"Save ID and FUSES informations?", "Quorvi 2", MessageIcon::kQuestion})
+                 ? SaveIdAnswer::kYes
+                 : SaveIdAnswer::kNo;
+  }
+  DeviceDescriptor device = state.device;  // the save moves the end of some devices
+  Result<std::string> saved = SaveHexCommand(out, device, state.image, answer);
+  if (!saved) return Fail(saved.message());
+  std::printf("Saved %s\n", saved.value().c_str());
+  return 0;
+}
+
+int PowerCycle(CliSession& session) {
+  AppState& state = session.state();
+  PortLink& link = state.link;
+  auto step = [&](const char* what) {
+    const uint8_t lines = link.outputShadow();
+    auto supply = [&](uint8_t mask) { return (lines & mask) == 0 ? "on " : "off"; };
+    std::printf("%10.3f ms  %-22s Vdd %s  Vpp1 %s  Vpp2 %s  Vpp3 %s\n",
+                static_cast<double>(state.clock->Nanoseconds()) / 1e6, what, supply(line::kVdd),
+                supply(line::kVpp1), supply(line::kVpp2), supply(line::kVpp3));
+  };
+  std::printf("Power cycle of %s (%d pins) on %s\n", state.device.name.c_str(), state.device.pinCount,
+              link.driver().Describe().c_str());
+  step("supplies off");
+  link.SetDataLine(kFalse);
+  link.SetVdd("on");
+  step("Vdd on");
+  DelayMs(*state.clock, 100.0F);
+  link.SetProgrammingVoltage(kTrue, state.device.name, state.device.pinCount);
+  step("Vpp on");
+  DelayMs(*state.clock, 100.0F);
+  link.SetProgrammingVoltage(kFalse, state.device.name, state.device.pinCount);
+  link.SetVdd("off");
+  step("target powered down");
+  return 0;
+}
+
+int ListPorts() {
+  for (const PortBackend& backend : PortBackends()) {
+    std::printf("%-34s %s\n", std::string(backend.usage).c_str(), std::string(backend.description).c_str());
+  }
+  return 0;
+}
+
+int RunLegacyOptions(CliSession& session) {
+  AppState& state = session.state();
+  const LegacyOptions& legacy = state.commandLine;
+  if (legacy.device) {
+    // Only the record changes: the fuse frames stay as the saved device set them.
+    DeviceDescriptor device = state.device;
+    if (Status loaded = LoadDeviceRecord(state.paths.Catalogue(), *legacy.device, device).status(); !loaded) {
+      return Fail(loaded.message());
+    }
+    state.device = device;
+  }
+  if (legacy.file && !OpenImage(session, FindPathIgnoringCase(*legacy.file))) return 1;
+  if (legacy.write) return Fail("/W: the write command is not built into this version yet");
+  return 0;
+}
+
+}  // namespace quorvi::cli

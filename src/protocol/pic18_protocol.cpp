@@ -1,0 +1,166 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "protocol/pic18_protocol.h"
+
+#include "hw/delay.h"
+
+namespace quorvi {
+
+namespace {
+
+constexpr int kWordBits = 14;
+constexpr int kNibbleBits = 4;
+constexpr int kByteBits = 8;
+constexpr int kTopOfByte = 128;
+
+bool TextBit(const std::string& text, int bit) { return text[static_cast<size_t>(kWordBits - 1 - bit)] == '1'; }
+
+}  // namespace
+
+Pic18Protocol::Pic18Protocol(SerialProtocol& serial) : serial_(serial), link_(serial.link()) {}
+
+void Pic18Protocol::SendBit(bool bit) {
+  link_.SetDataLine(bit ? kTrue : kFalse);
+  link_.PulseClock();
+}
+
+// The second pause hook of the timing layer: it waits nothing measurable.
+void Pic18Protocol::PauseHook() {}
+
+void Pic18Protocol::Send4(int command) {
+  const std::string text = ToBitText(command);
+  for (int bit = 0; bit < kNibbleBits; ++bit) SendBit(TextBit(text, bit));
+}
+
+void Pic18Protocol::SendWord16(uint32_t payload) { serial_.SendWord16(payload); }
+
+void Pic18Protocol::Send8ThenRelease(int value) {
+  const std::string text = ToBitText(value);
+  for (int bit = 0; bit < kByteBits; ++bit) SendBit(TextBit(text, bit));
+  link_.SetDataLine(kTrue);
+}
+
+int Pic18Protocol::Read8() {
+  int value = 0;
+  for (int i = 0; i < kByteBits; ++i) {
+    link_.SetClockLine(kTrue);
+    PauseHook();
+    link_.SetClockLine(kFalse);
+    const bool high = link_.ReadStatus();
+    value = value / 2 + (high ? kTopOfByte : 0);
+  }
+  return value;
+}
+
+void Pic18Protocol::Transfer(int command, uint32_t payload) {
+  Send4(command);
+  SendWord16(payload);
+}
+
+void Pic18Protocol::SetTablePointer(int upper, int high, int low) {
+  Transfer(cmd18::kCoreInstruction, insn18::kMovlw + static_cast<uint32_t>(upper));
+  Transfer(cmd18::kCoreInstruction, insn18::kMovwfTblptrU);
+  Transfer(cmd18::kCoreInstruction, insn18::kMovlw + static_cast<uint32_t>(high));
+  Transfer(cmd18::kCoreInstruction, insn18::kMovwfTblptrH);
+  Transfer(cmd18::kCoreInstruction, insn18::kMovlw + static_cast<uint32_t>(low));
+  Transfer(cmd18::kCoreInstruction, insn18::kMovwfTblptrL);
+}
+
+void Pic18Protocol::SetTablePointerTo(uint32_t address) {
+  SetTablePointer(static_cast<int>((address >> 16) & 0xFF), static_cast<int>((address >> 8) & 0xFF),
+                  static_cast<int>(address & 0xFF));
+}
+
+int Pic18Protocol::ReadTableByte() {
+  Send4(cmd18::kTableReadPostInc);
+  Send8ThenRelease(0);
+  link_.SetDataLine(kTrue);
+  PauseHook();
+  return Read8();
+}
+
+std::vector<int> Pic18Protocol::ReadProgramMemory(int lastWordAddress,
+                                                  const std::function<bool(int address)>& keepGoing) {
+  std::vector<int> words;
+  serial_.EnterProgrammingMode();
+  SetTablePointer(0, 0, 0);
+  for (int address = 0; address <= lastWordAddress; ++address) {
+    if (keepGoing && !keepGoing(address)) break;
+    const int low = ReadTableByte();
+    const int high = ReadTableByte();
+    words.push_back(high * 256 + low);
+  }
+  link_.SetDataLine(kFalse);
+  link_.SetVdd("off");
+  link_.SetProgrammingVoltage(kFalse, serial_.target().name, serial_.target().pinCount);
+  return words;
+}
+
+void Pic18Protocol::PrepareWrite() {
+  SetTablePointer(0x3C, 0x00, 0x06);
+  Transfer(cmd18::kTableWrite, 0x0000);
+}
+
+void Pic18Protocol::BeginBlock(uint32_t address) {
+  Transfer(cmd18::kCoreInstruction, insn18::kBsfEepgd);
+  Transfer(cmd18::kCoreInstruction, insn18::kBcfCfgs);
+  SetTablePointerTo(address);
+}
+
+void Pic18Protocol::SetPanelMode(bool multiPanel) {
+  Transfer(cmd18::kCoreInstruction, insn18::kBsfEepgd);
+  Transfer(cmd18::kCoreInstruction, insn18::kBsfCfgs);
+  SetTablePointerTo(addr18::kPanelModeRegister);
+  Transfer(cmd18::kTableWrite, multiPanel ? kMultiPanelWrites : kSinglePanelWrites);
+}
+
+void Pic18Protocol::LoadPanelBuffer(uint32_t address, std::span<const uint8_t, kPanelBufferBytes> bytes,
+                                    bool startProgramming) {
+  SetTablePointerTo(address);
+  for (int pair = 0; pair < kPanelBufferBytes / 2; ++pair) {
+    const auto index = static_cast<size_t>(pair * 2);
+    const uint32_t payload = bytes[index] | (static_cast<uint32_t>(bytes[index + 1]) << 8);
+    const bool last = pair == kPanelBufferBytes / 2 - 1;
+    int command = cmd18::kTableWritePostInc2;
+    if (last) command = startProgramming ? cmd18::kTableWriteStartProgram : cmd18::kTableWrite;
+    Transfer(command, payload);
+  }
+  if (startProgramming) StartProgrammingHold();
+}
+
+void Pic18Protocol::StartProgrammingHold() {
+  // DS39576 Figure 3-5: NOP whose fourth clock stays high for P9, then low
+  // for P10 (5 us) before the operand.
+  link_.SetDataLine(kFalse);
+  for (int bit = 0; bit < kNibbleBits - 1; ++bit) link_.PulseClock();
+  link_.SetClockLine(kTrue);
+  DelayMs(link_.clock(), kProgramHoldMs);
+  link_.SetClockLine(kFalse);
+  DelayUnit(link_.clock());
+  SendWord16(insn18::kNop);
+}
+
+void Pic18Protocol::WriteConfigByte(int index, int value) {
+  Transfer(cmd18::kCoreInstruction, insn18::kBsfEepgd);
+  Transfer(cmd18::kCoreInstruction, insn18::kBsfCfgs);
+  SetTablePointerTo(addr18::kConfigBytes + static_cast<uint32_t>(index));
+  const auto byte = static_cast<uint32_t>(value & 0xFF);
+  Transfer(cmd18::kTableWriteStartProgram, (index % 2 == 0) ? byte : (byte << 8));
+  StartProgrammingHold();
+}
+
+std::vector<int> Pic18Protocol::ReadBytes(uint32_t address, int count) {
+  SetTablePointerTo(address);
+  std::vector<int> bytes;
+  for (int i = 0; i < count; ++i) bytes.push_back(ReadTableByte());
+  return bytes;
+}
+
+void Pic18Protocol::BulkErase() {
+  SetTablePointerTo(addr18::kBulkEraseRegister);
+  Transfer(cmd18::kTableWrite, kBulkEraseChip);
+  Transfer(cmd18::kCoreInstruction, insn18::kNop);
+  Transfer(cmd18::kCoreInstruction, insn18::kNop);
+  DelayMs(link_.clock(), kBulkEraseMs);
+}
+
+}  // namespace quorvi

@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The 18F four-bit command layer: every transfer is a command nibble and a
+// 16-bit payload; memory is reached through core instructions and table
+// reads and writes (DS39576, PIC18FXX2/XX8 Flash programming document).
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <vector>
+
+#include "protocol/serial_protocol.h"
+
+namespace quorvi {
+
+/// The four-bit commands (sent LSB first). DS39576 Table 2-3.
+namespace cmd18 {
+inline constexpr int kCoreInstruction = 0;         // 0000
+inline constexpr int kShiftOutTablat = 2;          // 0010
+inline constexpr int kTableRead = 8;               // 1000
+inline constexpr int kTableReadPostInc = 9;        // 1001
+inline constexpr int kTableWrite = 12;             // 1100
+inline constexpr int kTableWritePostInc2 = 13;     // 1101
+inline constexpr int kTableWriteStartProgram = 15; // 1111
+}  // namespace cmd18
+
+/// Core instruction words fed through command 0000.
+namespace insn18 {
+inline constexpr uint32_t kNop = 0x0000;
+inline constexpr uint32_t kMovlw = 0x0E00;        // + literal
+inline constexpr uint32_t kMovwfTblptrU = 0x6EF8;
+inline constexpr uint32_t kMovwfTblptrH = 0x6EF7;
+inline constexpr uint32_t kMovwfTblptrL = 0x6EF6;
+inline constexpr uint32_t kBsfEepgd = 0x8EA6;     // BSF EECON1, EEPGD
+inline constexpr uint32_t kBcfCfgs = 0x9CA6;      // BCF EECON1, CFGS
+inline constexpr uint32_t kBsfCfgs = 0x8CA6;      // BSF EECON1, CFGS
+}  // namespace insn18
+
+/// Addresses of the table space that the programming sequences use.
+namespace addr18 {
+inline constexpr uint32_t kConfigBytes = 0x300000;
+inline constexpr uint32_t kDeviceId = 0x3FFFFE;
+inline constexpr uint32_t kBulkEraseRegister = 0x3C0004;
+inline constexpr uint32_t kPanelModeRegister = 0x3C0006;
+inline constexpr uint32_t kIdLocations = 0x200000;
+}  // namespace addr18
+
+/// DS39576: 3C0004h <- 0080h erases the whole device.
+inline constexpr uint32_t kBulkEraseChip = 0x0080;
+/// DS39576: 3C0006h bit 6 selects multi-panel writes; 0 single-panel.
+inline constexpr uint32_t kMultiPanelWrites = 0x0040;
+inline constexpr uint32_t kSinglePanelWrites = 0x0000;
+/// One panel's write buffer: 8 bytes at an 8-byte boundary.
+inline constexpr int kPanelBufferBytes = 8;
+/// The panels of a 32 KB part are 8 KB apart.
+inline constexpr uint32_t kPanelSpan = 0x2000;
+
+/// The 18F layer over the serial command layer's lines and mode entry.
+class Pic18Protocol {
+ public:
+  /// DS39576 P9: clock held high at least 1 ms to program; a 1 ms request
+  /// spins only 0.75 ms, so the hold asks for 2 ms (1.58 ms).
+  static constexpr float kProgramHoldMs = 2.0F;
+  /// DS39576 P11: 5 ms for the bulk erase; the erase waits 6 ms.
+  static constexpr float kBulkEraseMs = 6.0F;
+
+  explicit Pic18Protocol(SerialProtocol& serial);
+
+  SerialProtocol& serial() { return serial_; }
+
+  void Send4(int command);
+  void SendWord16(uint32_t payload);
+  void Send8ThenRelease(int value);
+  int Read8();
+  void SetTablePointer(int upper, int high, int low);
+  /// One command with its payload: Send4 then SendWord16.
+  void Transfer(int command, uint32_t payload);
+  /// SetTablePointer from a 22-bit address.
+  void SetTablePointerTo(uint32_t address);
+
+  /// One byte by table read with post-increment (command 1001).
+  int ReadTableByte();
+  /// The program-memory read: mode entry, pointer to 0, two bytes per word
+  /// up to `lastWordAddress`, then data low, Vdd off, Vpp off. `keepGoing`
+  /// is asked before each word (progress and the user's stop).
+  std::vector<int> ReadProgramMemory(int lastWordAddress, const std::function<bool(int address)>& keepGoing);
+
+  /// Write preparation: 0 at 3C0006h (single-panel writes).
+  void PrepareWrite();
+  /// Opens one block of the write loop: EEPGD set, CFGS clear, pointer to `address`.
+  void BeginBlock(uint32_t address);
+  /// Selects single- or multi-panel writes through 3C0006h (configuration space).
+  void SetPanelMode(bool multiPanel);
+  /// Loads 8 bytes into the write buffer of the panel holding `address` (an
+  /// 8-byte boundary, pointer set here). With `startProgramming` the last
+  /// pair is written with 1111 and the programming hold follows.
+  void LoadPanelBuffer(uint32_t address, std::span<const uint8_t, kPanelBufferBytes> bytes, bool startProgramming);
+  /// The NOP whose fourth clock is held high for P9, then low for P10.
+  void StartProgrammingHold();
+  /// Writes one configuration byte at 300000h + index (DS39576 3.4): even
+  /// addresses take the payload's low byte, odd ones its high byte.
+  void WriteConfigByte(int index, int value);
+  /// Reads `count` bytes from `address` by table reads.
+  std::vector<int> ReadBytes(uint32_t address, int count);
+  /// The bulk erase through 3C0004h, then the erase wait with data held low.
+  void BulkErase();
+
+ private:
+  void SendBit(bool bit);
+  void PauseHook();
+
+  SerialProtocol& serial_;
+  PortLink& link_;
+};
+
+}  // namespace quorvi

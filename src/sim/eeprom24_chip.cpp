@@ -1,0 +1,214 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "sim/eeprom24_chip.h"
+
+#include <algorithm>
+
+namespace quorvi::sim {
+
+namespace {
+
+constexpr int kDeviceCode = 0xA0;  // 1010 in the control byte's top nibble
+constexpr int kDeviceCodeMask = 0xF0;
+
+bool Contains(const std::vector<int>& list, int value) {
+  return std::find(list.begin(), list.end(), value) != list.end();
+}
+
+}  // namespace
+
+Eeprom24Chip::Eeprom24Chip(const ChipInfo& info, ChipState state) : info_(info), state_(std::move(state)) {
+  page_.resize(static_cast<size_t>(info_.pageBytes));
+}
+
+Status Eeprom24Chip::UvErase() { return Status::Fail("A serial EEPROM has no window to erase through"); }
+
+std::optional<bool> Eeprom24Chip::DataDrive() const {
+  if (driveLow_) return false;
+  return std::nullopt;
+}
+
+int Eeprom24Chip::Mask() const { return info_.programWords - 1; }
+
+void Eeprom24Chip::Reset() {
+  phase_ = Phase::kIdle;
+  bitIndex_ = 0;
+  shift_ = 0;
+  driveLow_ = false;
+  ackClockSeen_ = false;
+  masterAcked_ = false;
+  dataBytes_ = 0;
+  std::fill(page_.begin(), page_.end(), std::nullopt);
+}
+
+bool Eeprom24Chip::Selected(int control) const {
+  if ((control & kDeviceCodeMask) != kDeviceCode) return false;
+  const int select = (control >> 1) & 0b111;
+  if ((select & info_.selectPins) != (kSocketChipSelect & info_.selectPins)) return false;
+  return (select & info_.fixedZeroBits) == 0;
+}
+
+int Eeprom24Chip::NextAddress(int address) const {
+  if (info_.rollWithinBlock) {
+    // 24LC515 (DS21673): the counter rolls over inside its 32 KB block.
+    const int blockSpan = info_.programWords / 2;
+    return (address & ~(blockSpan - 1)) | ((address + 1) & (blockSpan - 1));
+  }
+  return (address + 1) & Mask();
+}
+
+void Eeprom24Chip::Update(const SocketPins& pins, int64_t nowNs) {
+  if (!pins.vdd || pins.vddVolts < info_.minWriteVdd) {
+    // Power gone: a running write cycle and the page buffer are lost.
+    powered_ = false;
+    busy_ = false;
+    Reset();
+    scl_ = pins.clock;
+    sda_ = pins.data;
+    return;
+  }
+  powered_ = true;
+  if (busy_ && !state_.faults.endlessWrite && nowNs >= busyUntilNs_) busy_ = false;
+
+  const bool sda = pins.data && !driveLow_;
+  const bool scl = pins.clock;
+  if (scl && scl_ && sda_ && !sda) {
+    OnStart();
+  } else if (scl && scl_ && !sda_ && sda) {
+    OnStop(nowNs);
+  } else if (!scl_ && scl) {
+    OnRise(sda);
+  } else if (scl_ && !scl) {
+    OnFall();
+  }
+  scl_ = scl;
+  sda_ = pins.data && !driveLow_;
+}
+
+void Eeprom24Chip::OnStart() {
+  // A start in the middle of a page load abandons it.
+  Reset();
+  if (busy_) return;  // no acknowledge during the write cycle
+  phase_ = Phase::kControl;
+}
+
+void Eeprom24Chip::OnStop(int64_t nowNs) {
+  // The write cycle starts on a stop at a byte boundary after at least one
+  // acknowledged data byte; the stop's own clock rise may have begun a bit.
+  const bool startWrite = phase_ == Phase::kWriteData && bitIndex_ <= 1 && !ackClockSeen_ && dataBytes_ > 0;
+  if (startWrite) {
+    for (int i = 0; i < info_.pageBytes; ++i) {
+      const std::optional<uint8_t>& byte = page_[static_cast<size_t>(i)];
+      const int address = pageBase_ + i;
+      if (byte && !Contains(state_.faults.neverProgram, address)) {
+        state_.program[static_cast<size_t>(address)] = *byte;
+      }
+    }
+    busy_ = true;
+    busyUntilNs_ = nowNs + static_cast<int64_t>(info_.programUs * 1000.0 * state_.timingMargin);
+  }
+  Reset();
+}
+
+void Eeprom24Chip::OnRise(bool sda) {
+  if (phase_ == Phase::kIdle) return;
+  if (bitIndex_ == 8) {
+    ackClockSeen_ = true;
+    if (phase_ == Phase::kRead) masterAcked_ = !sda;
+    return;
+  }
+  if (phase_ != Phase::kRead) shift_ = ((shift_ << 1) | (sda ? 1 : 0)) & 0xFF;
+  ++bitIndex_;
+}
+
+void Eeprom24Chip::LoadNextByte() {
+  txByte_ = state_.program[static_cast<size_t>(pointer_)];
+  pointer_ = NextAddress(pointer_);
+  bitIndex_ = 0;
+  driveLow_ = (txByte_ & 0x80) == 0;
+}
+
+void Eeprom24Chip::OnFall() {
+  if (phase_ == Phase::kIdle) return;
+  if (phase_ == Phase::kRead) {
+    if (bitIndex_ < 8) {
+      driveLow_ = ((txByte_ >> (7 - bitIndex_)) & 1) == 0;
+    } else if (!ackClockSeen_) {
+      driveLow_ = false;  // released for the master's acknowledge
+    } else if (masterAcked_) {
+      ackClockSeen_ = false;
+      masterAcked_ = false;
+      LoadNextByte();
+    } else {
+      // Not acknowledged: the read ends; wait for a stop or a start.
+      driveLow_ = false;
+      phase_ = Phase::kIdle;
+    }
+    return;
+  }
+  if (bitIndex_ < 8) return;
+  if (!ackClockSeen_) {
+    ByteReceived();
+    return;
+  }
+  // End of our acknowledge slot.
+  driveLow_ = false;
+  ackClockSeen_ = false;
+  shift_ = 0;
+  bitIndex_ = 0;
+  phase_ = next_;
+  if (phase_ == Phase::kRead) LoadNextByte();
+}
+
+void Eeprom24Chip::Acknowledge(Phase next) {
+  driveLow_ = true;
+  next_ = next;
+}
+
+void Eeprom24Chip::ByteReceived() {
+  switch (phase_) {
+    case Phase::kControl: {
+      if (!Selected(shift_)) {
+        phase_ = Phase::kIdle;
+        return;
+      }
+      block_ = ((shift_ >> 1) & info_.blockMask) << info_.blockShift;
+      if ((shift_ & 1) != 0) {
+        Acknowledge(Phase::kRead);
+      } else {
+        Acknowledge(info_.addressBytes == 2 ? Phase::kAddressHigh : Phase::kAddressLow);
+      }
+      return;
+    }
+    case Phase::kAddressHigh:
+      pendingAddress_ = shift_ << 8;
+      Acknowledge(Phase::kAddressLow);
+      return;
+    case Phase::kAddressLow: {
+      const int wordMask = info_.addressBytes == 2 ? (info_.rollWithinBlock ? 0x7FFF : 0xFFFF) : 0xFF;
+      const int low = info_.addressBytes == 2 ? pendingAddress_ | shift_ : shift_;
+      pointer_ = (block_ | (low & wordMask)) & Mask();
+      pageBase_ = pointer_ & ~(info_.pageBytes - 1);
+      dataBytes_ = 0;
+      std::fill(page_.begin(), page_.end(), std::nullopt);
+      Acknowledge(Phase::kWriteData);
+      return;
+    }
+    case Phase::kWriteData: {
+      if (Contains(state_.faults.nackBytes, pointer_)) {
+        phase_ = Phase::kIdle;
+        return;
+      }
+      // The page buffer wraps: past the page's end the bytes go to its start.
+      const int offset = pointer_ & (info_.pageBytes - 1);
+      page_[static_cast<size_t>(offset)] = static_cast<uint8_t>(shift_);
+      pointer_ = pageBase_ | ((offset + 1) & (info_.pageBytes - 1));
+      ++dataBytes_;
+      Acknowledge(Phase::kWriteData);
+      return;
+    }
+    case Phase::kIdle:
+    case Phase::kRead: return;
+  }
+}
+
+}  // namespace quorvi::sim
