@@ -5,6 +5,7 @@
 
 #include "ops/op_texts.h"
 #include "hw/delay.h"
+#include "ops/config_write.h"
 #include "ops/read.h"
 #include "support/recording_ui.h"
 #include "support/sim_app.h"
@@ -142,6 +143,57 @@ TEST(OpFrame, LongWaitsPumpTheFrontEndWhileTheFrameLives) {
   EXPECT_GT(pumped, 0);
   DelayMs(*sim.state().clock, 100.0F);
   EXPECT_EQ(ui.pumps, pumped);
+}
+
+TEST(OpFrame, CompletionSoundOnlyWhenTicked) {
+  test::SimApp sim("16F84A");
+  test::RecordingUi ui;
+  OperationFrame frame(sim.state(), ui);
+  sim.state().options.chkSound = false;
+  frame.PlayCompletionSound();
+  EXPECT_TRUE(ui.sounds.empty());
+  sim.state().options.chkSound = true;
+  frame.PlayCompletionSound();
+  ASSERT_EQ(ui.sounds.size(), 1U);
+  EXPECT_EQ(ui.sounds[0], sim.state().paths.Sound());
+}
+
+TEST(OpFrame, VppFirstOnlyForThe16F62PartsAndOnlyWherePlanned) {
+  // The 16F628 enters programming mode only with Vpp before (or just after) Vdd.
+  for (const bool vppFirst : {false, true}) {
+    test::SimApp sim("16F628");
+    test::RecordingUi ui;
+    OperationFrame frame(sim.state(), ui);
+    PowerUpPlan plan = ReadPlan();
+    plan.vppFirstFor16F62 = vppFirst;
+    frame.PowerUp(plan);
+    sim.board().Sync();
+    EXPECT_EQ(sim.board().chip()->inProgrammingMode(), vppFirst);
+    frame.PowerDown();
+  }
+  EXPECT_TRUE(WritePlan(test::SimApp("16F84A").state()).vppFirstFor16F62);
+  EXPECT_TRUE(ConfigWritePlan().vppFirstFor16F62);
+  EXPECT_TRUE(ComparePlan(VddLevel::kNormal, 4.5F, 5.5F).vppFirstFor16F62);
+}
+
+TEST(OpFrame, ComparePlanSetsTheMarginSupply) {
+  EXPECT_FALSE(ComparePlan(VddLevel::kNormal, 4.5F, 5.5F).supplyBeforeVdd.has_value());
+  EXPECT_EQ(ComparePlan(VddLevel::kMin, 4.5F, 5.5F).supplyBeforeVdd, 4.5F);
+  EXPECT_EQ(ComparePlan(VddLevel::kMax, 4.5F, 5.5F).supplyBeforeVdd, 5.5F);
+  EXPECT_EQ(VddLevelText(VddLevel::kMin), "min");
+  EXPECT_EQ(VddLevelText(VddLevel::kMax), "max");
+  EXPECT_EQ(VddLevelText(VddLevel::kNormal), "normal");
+}
+
+TEST(OpFrame, OperationsRunOnTheRealClockToo) {
+  test::SimApp sim(test::BlankChip("12C508A"), "12C508A", true);
+  sim.state().image.configWord = 0xFEA;
+  test::RecordingUi ui;
+  const OpResult result = cmdWriteFuse(sim.state(), ui);
+  ASSERT_TRUE(result.ok());
+  EXPECT_EQ(sim.chip().config, 0xFEA);
+  EXPECT_GE(result.durationMs(), 300.0);  // 250 ms off, then 50 ms under Vpp at least
+  EXPECT_TRUE(sim.PoweredDown());
 }
 
 }  // namespace

@@ -17,8 +17,13 @@ sim::ChipState BlankChip(const std::string& chipName) {
   return sim::BlankState(*info.value());
 }
 
-SimApp::SimApp(sim::ChipState chip, const std::string& deviceName) {
-  auto ownClock = std::make_unique<VirtualClock>();
+SimApp::SimApp(sim::ChipState chip, const std::string& deviceName, bool realClock) {
+  std::unique_ptr<Clock> ownClock;
+  if (realClock) {
+    ownClock = std::make_unique<RealClock>();
+  } else {
+    ownClock = std::make_unique<VirtualClock>();
+  }
   clock_ = ownClock.get();
   auto board = sim::MakeBoard(*clock_, std::move(chip));
   std::unique_ptr<sim::SimBoard> driver;

@@ -18,7 +18,8 @@ class SimApp {
  public:
   /// A board holding `chip`, the catalogue device `deviceName` selected
   /// ("" leaves no device selected), the home folder a fresh temporary one.
-  SimApp(sim::ChipState chip, const std::string& deviceName);
+  /// `realClock` runs it on the PC's clock instead of the virtual one.
+  SimApp(sim::ChipState chip, const std::string& deviceName, bool realClock = false);
   /// A blank chip of that name, and the catalogue device of the same name.
   explicit SimApp(const std::string& chipName);
 
@@ -29,12 +30,12 @@ class SimApp {
   sim::SimBoard& board() { return *board_; }
   sim::ChipState& chip() { return board_->chip()->state(); }
   const sim::ChipInfo& info() { return board_->chip()->info(); }
-  VirtualClock& clock() { return *clock_; }
+  Clock& clock() { return *clock_; }
   /// Vdd and all three Vpp switches off on the board.
   bool PoweredDown() const;
 
  private:
-  VirtualClock* clock_ = nullptr;
+  Clock* clock_ = nullptr;
   sim::SimBoard* board_ = nullptr;
 };
 
