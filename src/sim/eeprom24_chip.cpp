@@ -2,6 +2,7 @@
 #include "sim/eeprom24_chip.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace quorvi::sim {
 

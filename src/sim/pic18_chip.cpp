@@ -2,6 +2,8 @@
 #include "sim/pic18_chip.h"
 
 #include <algorithm>
+#include <string>
+#include <utility>
 
 namespace quorvi::sim {
 
@@ -62,7 +64,9 @@ Pic18Chip::Pic18Chip(const ChipInfo& info, ChipState state) : info_(info), state
   panels_.resize(static_cast<size_t>((bytes + static_cast<int>(kPanelSpan) - 1) / static_cast<int>(kPanelSpan)));
 }
 
-Status Pic18Chip::UvErase() { return Status::Fail("The " + std::string(info_.name) + " is a flash part with no window"); }
+Status Pic18Chip::UvErase() {
+  return Status::Fail("The " + std::string(info_.name) + " is a flash part with no window");
+}
 
 std::optional<bool> Pic18Chip::DataDrive() const { return drive_; }
 

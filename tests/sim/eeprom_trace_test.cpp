@@ -65,9 +65,11 @@ TEST(EepromTrace, SigrokDecodesAWriteAPollAndARead) {
     EXPECT_EQ(sim->chip()->state().program[0x123], 0x5A);
     link.SetClockLine(kFalse);  // one more edge so the decoder closes the stop
   }
+  const std::string annotations =
+      "start:repeat-start:stop:ack:nack:address-read:address-write:data-read:data-write";
   const test::CommandOutput run = test::RunCommand("sigrok-cli -i '" + path +
-                                                   "' -I vcd -P i2c:scl=Clock:sda=SDA -A i2c=start:repeat-start:"
-                                                   "stop:ack:nack:address-read:address-write:data-read:data-write 2>&1");
+                                                   "' -I vcd -P i2c:scl=Clock:sda=SDA -A i2c=" + annotations +
+                                                   " 2>&1");
   // sigrok-cli 0.7.2 may abort while shutting its decoders down, after its output.
   ASSERT_TRUE(run.exitCode == 0 || run.exitCode == 134) << run.exitCode << "\n" << run.out;
   const std::vector<std::string> got = Annotations(run.out);
