@@ -8,6 +8,29 @@
 
 namespace quorvi::test {
 
+namespace {
+
+// The board, with every write also kept while recording is on.
+class TeeBoard final : public PortDriver {
+ public:
+  explicit TeeBoard(std::unique_ptr<sim::SimBoard> board) : board_(std::move(board)) {}
+  void WriteData(uint8_t value) override {
+    if (recording) writes.push_back(value);
+    board_->WriteData(value);
+  }
+  uint8_t ReadStatus() override { return board_->ReadStatus(); }
+  std::string Describe() const override { return board_->Describe(); }
+  std::optional<bool> BusLevel() const override { return board_->BusLevel(); }
+
+  bool recording = false;
+  std::vector<uint8_t> writes;
+
+ private:
+  std::unique_ptr<sim::SimBoard> board_;
+};
+
+}  // namespace
+
 sim::ChipState BlankChip(const std::string& chipName) {
   auto info = sim::FindChip(chipName);
   if (!info) {
@@ -34,8 +57,11 @@ SimApp::SimApp(sim::ChipState chip, const std::string& deviceName, bool realCloc
     driver = std::make_unique<sim::SimBoard>(*clock_);
   }
   board_ = driver.get();
+  auto tee = std::make_unique<TeeBoard>(std::move(driver));
+  writes_ = &tee->writes;
+  recording_ = &tee->recording;
   const AppPaths paths{.home = home.path().string(), .data = QUORVI_DATA_DIR};
-  app = std::make_unique<AppState>(paths, std::move(ownClock), std::move(driver));
+  app = std::make_unique<AppState>(paths, std::move(ownClock), std::move(tee));
   // The idle state the program puts the board in at start-up.
   app->link.SetVpp1(kFalse);
   app->link.SetVpp2(kFalse);
@@ -59,5 +85,16 @@ bool SimApp::PoweredDown() const {
   const uint8_t supplies = line::kVdd | line::kVpp1 | line::kVpp2 | line::kVpp3;
   return (out & supplies) == supplies;
 }
+
+}  // namespace quorvi::test
+
+namespace quorvi::test {
+
+void SimApp::RecordWrites(bool on) {
+  *recording_ = on;
+  if (!on) writes_->clear();
+}
+
+const std::vector<uint8_t>& SimApp::writes() const { return *writes_; }
 
 }  // namespace quorvi::test

@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "app/app_state.h"
 #include "hw/clock.h"
@@ -33,8 +34,14 @@ class SimApp {
   Clock& clock() { return *clock_; }
   /// Vdd and all three Vpp switches off on the board.
   bool PoweredDown() const;
+  /// Keeps every port write from now on (off: forgets them).
+  void RecordWrites(bool on);
+  /// The writes kept since recording was switched on.
+  const std::vector<uint8_t>& writes() const;
 
  private:
+  std::vector<uint8_t>* writes_ = nullptr;
+  bool* recording_ = nullptr;
   Clock* clock_ = nullptr;
   sim::SimBoard* board_ = nullptr;
 };
