@@ -148,8 +148,7 @@ OpResult cmdFill(AppState& state, UiHost& ui, bool blankCalibration) {
   if (!frame.CheckDevice({op_text::kSelectProcessor, title::kQuorviError, MessageIcon::kExclamation})) {
     return frame.Finish(OpOutcome::kNoDevice);
   }
-  ui.ShowStatus(op_text::kErasing);
-  ui.SetStatusBar("");
+  frame.Begin(op_text::kErasing);
   frame.PowerUp(ErasePlan(state));
 
   SerialProtocol& protocol = frame.protocol();
