@@ -3,7 +3,7 @@
 
 #include "hw/delay.h"
 #include "ops/op_texts.h"
-#include "ops/serial_eeprom_handover.h"
+#include "ops/handover.h"
 
 namespace quorvi {
 
