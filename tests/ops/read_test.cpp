@@ -164,23 +164,5 @@ TEST(Read, Pic18ProgramMemoryThroughThe18FLayer) {
   EXPECT_NE(std::find(ui.progress.begin(), ui.progress.end(), 100.0), ui.progress.end());
 }
 
-TEST(SerialEepromHandOver, ReadBlankAndEraseHandOverWithoutPoweringTheSocket) {
-  const std::vector<std::function<OpResult(AppState&, UiHost&)>> operations = {
-      [](AppState& s, UiHost& ui) { return cmdRead(s, ui, read_mode::kFull); },
-      [](AppState& s, UiHost& ui) { return cmdBlank(s, ui); },
-      [](AppState& s, UiHost& ui) { return cmdFill(s, ui, false); },
-  };
-  for (const auto& operation : operations) {
-    test::SimApp sim(test::BlankChip("24C16"), "24C16");
-    test::RecordingUi ui;
-    const OpResult result = operation(sim.state(), ui);
-    EXPECT_EQ(result.outcome, OpOutcome::kUnavailable);
-    ASSERT_EQ(ui.messages.size(), 1U);
-    EXPECT_EQ(ui.messages[0].text, op_text::kSerialEepromUnavailable);
-    EXPECT_TRUE(sim.PoweredDown());
-    EXPECT_FALSE(ui.progressVisible);
-  }
-}
-
 }  // namespace
 }  // namespace quorvi

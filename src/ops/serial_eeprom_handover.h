@@ -10,8 +10,6 @@ namespace quorvi {
 enum class EepromOperation { kRead, kBlank, kErase, kWrite, kCompare };
 
 /// Hand-over point for family 5: runs the 24Cxx variant of `operation`.
-/// UNFINISHED: the 24Cxx operations are not built yet; this reports that
-/// and touches no line.
 OpResult RunSerialEepromOperation(EepromOperation operation, OperationFrame& frame);
 
 /// UNFINISHED: the configuration write of 18F parts (byte-wide registers at
