@@ -5,7 +5,7 @@
 
 #include "ops/config_write.h"
 #include "ops/op_texts.h"
-#include "ops/handover.h"
+#include "ops/serial_eeprom_handover.h"
 #include "protocol/pic18_protocol.h"
 
 namespace quorvi {

@@ -3,7 +3,7 @@
 
 #include "hw/delay.h"
 #include "ops/op_texts.h"
-#include "ops/handover.h"
+#include "ops/serial_eeprom_handover.h"
 
 namespace quorvi {
 

@@ -5,7 +5,7 @@
 
 #include "ops/op_texts.h"
 #include "protocol/pic18_protocol.h"
-#include "ops/handover.h"
+#include "ops/serial_eeprom_handover.h"
 #include "util/arith.h"
 
 namespace quorvi {

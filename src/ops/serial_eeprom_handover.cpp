@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "ops/handover.h"
+#include "ops/serial_eeprom_handover.h"
 
 #include "ops/op_texts.h"
 #include "ops/serial_eeprom_ops.h"
