@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
-# make run    installs what is missing, builds, runs the main job
+# make run    installs what is missing, builds, runs the main job: the window on
+#             the simulated board when there is a display, else the CLI job
 # make test   installs, builds, runs every test (then again under ASan/UBSan)
 # make bench  builds and runs the benchmarks (JSON in build/bench.json)
 
@@ -8,6 +9,7 @@ ASAN_BUILD ?= build-asan
 GENERATOR  := $(shell command -v ninja >/dev/null 2>&1 && echo Ninja || echo "Unix Makefiles")
 JOBS       ?= $(shell nproc)
 CLI        := $(BUILD)/bin/quorvi2-cli
+GUI        := $(BUILD)/bin/quorvi2
 
 .PHONY: all deps build build-asan test test-asan run bench clean
 
@@ -30,7 +32,13 @@ test: build build-asan
 	  ctest --test-dir $(ASAN_BUILD) --output-on-failure -j $(JOBS)
 
 run: build
-	$(CLI) --home $(BUILD)/run-home --port sim --clock virtual --device 16F84A --trace $(BUILD)/run-trace.vcd power-cycle
+	@if [ -n "$${DISPLAY:-}$${WAYLAND_DISPLAY:-}" ] && [ -x $(GUI) ]; then \
+	  echo "$(GUI) --home $(BUILD)/run-home --port sim"; \
+	  $(GUI) --home $(BUILD)/run-home --port sim; \
+	else \
+	  echo "$(CLI) --home $(BUILD)/run-home --port sim --clock virtual --device 16F84A --trace $(BUILD)/run-trace.vcd power-cycle"; \
+	  $(CLI) --home $(BUILD)/run-home --port sim --clock virtual --device 16F84A --trace $(BUILD)/run-trace.vcd power-cycle; \
+	fi
 
 bench: build
 	$(BUILD)/bin/quorvi_bench --benchmark_out=$(BUILD)/bench.json --benchmark_out_format=json

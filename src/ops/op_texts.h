@@ -56,9 +56,7 @@ inline constexpr const char* kFuseCompareFailed = "Erro comparando fuses";
 }  // namespace quiet
 
 // Not the program's historic texts: what this build says where a part of the
-// program is still missing (the 18F layer, the 24Cxx operations).
-inline constexpr const char* kPic18Unavailable = "18F devices cannot be read, erased or written by this build yet";
-inline constexpr const char* kSerialEepromUnavailable =
-    "24Cxx serial EEPROM operations are not available in this build yet";
+// program is still missing (the 18F configuration write).
+inline constexpr const char* kPic18Unavailable = "The configuration of 18F devices cannot be written by this build yet";
 
 }  // namespace quorvi::op_text

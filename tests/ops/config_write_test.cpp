@@ -52,9 +52,8 @@ TEST_P(FuseWriteEveryFamily, WrittenWordReadsBack) {
 TEST_P(FuseWriteEveryFamily, AWordThatNeverProgramsIsAnError) {
   const FuseCase& c = GetParam();
   sim::ChipState chip = test::BlankChip(c.chip);
-  chip.faults.neverProgram = {chip.program.size() > 0 && sim::FindChip(c.chip).value()->kind == sim::ChipClass::kOtp12
-                                  ? 0xFFF
-                                  : 0x2007};
+  const bool core12 = sim::FindChip(c.chip).value()->kind == sim::ChipClass::kOtp12;
+  chip.faults.neverProgram = {core12 ? 0xFFF : 0x2007};
   test::SimApp sim(chip, c.chip);
   sim.state().image.configWord = c.config;
   test::RecordingUi ui;

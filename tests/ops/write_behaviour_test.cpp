@@ -36,8 +36,8 @@ UserMessage NotEqualAt(int32_t address) {
   return {op_text::kPicNotEqualAt + AddressText(address), title::kQuorvi2Error, MessageIcon::kNone};
 }
 
-int BeginProgrammingCount(const test::SimApp& sim) {
-  const auto frames = test::DecodeFrames(test::FallingEdgeBits(sim.writes()), false);
+int BeginProgrammingCount(test::SimApp& sim) {
+  const auto frames = test::DecodeFrames(test::FallingEdgeBits(sim.TakeWrites()), false);
   return static_cast<int>(std::count_if(frames.begin(), frames.end(),
                                         [](const test::Frame& f) { return f.code == cmd::kBeginProgramming; }));
 }
@@ -79,7 +79,7 @@ TEST(OtpWrite, OverProgramsThreeTimesTheCyclesUnlessTurbo) {
     state.image.idWords = {kBlank14, kBlank14, kBlank14, kBlank14, 0};
     state.image.configWord = 0x3FF1;
     state.options.chkTurbo = turbo;
-    sim.RecordWrites(true);
+    (void)sim.TakeWrites();
     test::RecordingUi ui;
     ASSERT_TRUE(cmdWrite(state, ui).ok());
     counts[turbo ? 1 : 0] = BeginProgrammingCount(sim);
@@ -100,7 +100,7 @@ TEST(OtpWrite, BlankImageIssuesNoProgramPulseBeforeTheConfiguration) {
   state.image.idWords = {kBlank14, kBlank14, kBlank14, kBlank14, 0};
   state.image.configWord = 0x3FF1;
   state.options.chkTurbo = true;
-  sim.RecordWrites(true);
+  (void)sim.TakeWrites();
   test::RecordingUi ui;
   ASSERT_TRUE(cmdWrite(state, ui).ok());
   // Only the configuration word's hundred rounds program anything.
@@ -256,13 +256,13 @@ TEST(WriteStart, CodeProtectionQuestionNoLeavesThePortAlone) {
   ASSERT_EQ(sim.state().device.writeMode, 1);
   ASSERT_TRUE(CodeProtectionSelected(sim.state().device, 0xFE2));
   ASSERT_FALSE(CodeProtectionSelected(sim.state().device, 0xFEA));
-  sim.RecordWrites(true);
+  (void)sim.TakeWrites();
   test::RecordingUi ui;
   ui.answers = {false};
   EXPECT_EQ(cmdWrite(sim.state(), ui).outcome, OpOutcome::kCancelled);
   ASSERT_EQ(ui.questions.size(), 1U);
   EXPECT_EQ(ui.questions[0], (UserMessage{op_text::kCodeProtectionWarning, title::kQuorvi2Alert, MessageIcon::kCritical}));
-  EXPECT_TRUE(sim.writes().empty());
+  EXPECT_TRUE(sim.TakeWrites().empty());
 }
 
 TEST(WriteStart, BlankTestOfAProgrammedChipAsksOrLogsInQuietMode) {

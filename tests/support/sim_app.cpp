@@ -10,19 +10,18 @@ namespace quorvi::test {
 
 namespace {
 
-// The board, with every write also kept while recording is on.
-class TeeBoard final : public PortDriver {
+// The board, with every byte written to it kept for the test.
+class TeePort final : public PortDriver {
  public:
-  explicit TeeBoard(std::unique_ptr<sim::SimBoard> board) : board_(std::move(board)) {}
+  explicit TeePort(std::unique_ptr<sim::SimBoard> board) : board_(std::move(board)) {}
   void WriteData(uint8_t value) override {
-    if (recording) writes.push_back(value);
+    writes.push_back(value);
     board_->WriteData(value);
   }
   uint8_t ReadStatus() override { return board_->ReadStatus(); }
   std::string Describe() const override { return board_->Describe(); }
-  std::optional<bool> BusLevel() const override { return board_->BusLevel(); }
+  sim::SimBoard* board() { return board_.get(); }
 
-  bool recording = false;
   std::vector<uint8_t> writes;
 
  private:
@@ -57,9 +56,8 @@ SimApp::SimApp(sim::ChipState chip, const std::string& deviceName, bool realCloc
     driver = std::make_unique<sim::SimBoard>(*clock_);
   }
   board_ = driver.get();
-  auto tee = std::make_unique<TeeBoard>(std::move(driver));
+  auto tee = std::make_unique<TeePort>(std::move(driver));
   writes_ = &tee->writes;
-  recording_ = &tee->recording;
   const AppPaths paths{.home = home.path().string(), .data = QUORVI_DATA_DIR};
   app = std::make_unique<AppState>(paths, std::move(ownClock), std::move(tee));
   // The idle state the program puts the board in at start-up.
@@ -80,21 +78,16 @@ SimApp::SimApp(sim::ChipState chip, const std::string& deviceName, bool realCloc
 
 SimApp::SimApp(const std::string& chipName) : SimApp(BlankChip(chipName), chipName) {}
 
+std::vector<uint8_t> SimApp::TakeWrites() {
+  std::vector<uint8_t> taken;
+  taken.swap(*writes_);
+  return taken;
+}
+
 bool SimApp::PoweredDown() const {
   const uint8_t out = board_->lastWrite();
   const uint8_t supplies = line::kVdd | line::kVpp1 | line::kVpp2 | line::kVpp3;
   return (out & supplies) == supplies;
 }
-
-}  // namespace quorvi::test
-
-namespace quorvi::test {
-
-void SimApp::RecordWrites(bool on) {
-  *recording_ = on;
-  if (!on) writes_->clear();
-}
-
-const std::vector<uint8_t>& SimApp::writes() const { return *writes_; }
 
 }  // namespace quorvi::test

@@ -34,16 +34,13 @@ class SimApp {
   Clock& clock() { return *clock_; }
   /// Vdd and all three Vpp switches off on the board.
   bool PoweredDown() const;
-  /// Keeps every port write from now on (off: forgets them).
-  void RecordWrites(bool on);
-  /// The writes kept since recording was switched on.
-  const std::vector<uint8_t>& writes() const;
+  /// Every byte written to the port since the last call, then forgets them.
+  std::vector<uint8_t> TakeWrites();
 
  private:
-  std::vector<uint8_t>* writes_ = nullptr;
-  bool* recording_ = nullptr;
   Clock* clock_ = nullptr;
   sim::SimBoard* board_ = nullptr;
+  std::vector<uint8_t>* writes_ = nullptr;
 };
 
 /// A chip of that name as the simulator's blank state has it.

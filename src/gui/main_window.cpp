@@ -1,0 +1,881 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "gui/main_window.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QButtonGroup>
+#include <QCheckBox>
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QFontDatabase>
+#include <QFrame>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMenuBar>
+#include <QMouseEvent>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QStatusBar>
+#include <QStyle>
+#include <QVBoxLayout>
+
+#include "app/shell.h"
+#include "device/catalogue.h"
+#include "gui/dialogs.h"
+#include "gui/socket_picture.h"
+#include "image/calibration.h"
+#include "image/image_writer.h"
+#include "image/listing.h"
+#include "image/open_command.h"
+#include "util/atomic_file.h"
+
+namespace quorvi::gui {
+
+namespace {
+
+constexpr const char* kNotBuiltYet = "Not available yet: this device operation is still being built";
+constexpr const char* kVersion = "0.1";
+
+QString Q(const std::string& text) { return QString::fromStdString(text); }
+
+/// The fuse frames in the order selection lays them out.
+struct FrameSpec {
+  const char* name;
+  const char* caption;
+  std::initializer_list<std::pair<const char*, const char*>> buttons;
+};
+
+}  // namespace
+
+MainWindow::MainWindow(WindowSession& session, Prompts prompts)
+    : session_(session), state_(session.state()), prompts_(std::move(prompts)) {
+  setObjectName("frmMain");
+  setWindowTitle(Q(std::string("Quorvi XP      V") + kVersion));
+  BuildMenus();
+
+  auto* central = new QWidget(this);
+  auto* main = new QHBoxLayout(central);
+  auto* column = new QWidget(central);
+  BuildCommands(column);
+  main->addWidget(column);
+
+  auto* middle = new QVBoxLayout();
+  middle->addWidget(BuildDevicePanel());
+  middle->addWidget(BuildFuseArea(), 1);
+  main->addLayout(middle);
+
+  auto* right = new QVBoxLayout();
+  const QFont fixed = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+  MList1_ = new QListWidget(central);
+  MList1_->setObjectName("MList1");
+  MList1_->setFont(fixed);
+  MList1_->setMinimumWidth(360);
+  MList1_->setToolTip("Click to edit");
+  MList1_->viewport()->installEventFilter(this);
+  MList2_ = new QListWidget(central);
+  MList2_->setObjectName("MList2");
+  MList2_->setFont(fixed);
+  MList2_->setMaximumHeight(140);
+  MList2_->setToolTip("Click to edit");
+  MList2_->viewport()->installEventFilter(this);
+  lblArq_ = new QLabel(central);
+  lblArq_->setObjectName("lblArq");
+  right->addWidget(lblArq_);
+  right->addWidget(MList1_, 1);
+  right->addWidget(MList2_);
+  right->addWidget(BuildOptions());
+  Barra_ = new QProgressBar(central);
+  Barra_->setObjectName("Barra");
+  Barra_->setRange(0, 100);
+  Barra_->hide();
+  txtStatus_ = new QLabel(central);
+  txtStatus_->setObjectName("txtStatus");
+  txtStatus_->hide();
+  right->addWidget(txtStatus_);
+  right->addWidget(Barra_);
+  main->addLayout(right, 1);
+  setCentralWidget(central);
+
+  Statusbar_ = new QStatusBar(this);
+  Statusbar_->setObjectName("Statusbar");
+  setStatusBar(Statusbar_);
+  lblPort_ = new QLabel(this);
+  lblPort_->setObjectName("lblPort");
+  Statusbar_->addPermanentWidget(lblPort_);
+
+  RefreshPortMenus();
+  RefreshVddPanels();
+  RefreshSerialIndicator(kSerialOffColour);
+  state_.clock->SetEventPump([this] { PumpEvents(); });
+}
+
+// ---------------------------------------------------------------- building
+
+void MainWindow::BuildMenus() {
+  QMenu* file = menuBar()->addMenu("&File");
+  file->setObjectName("mnuFile");
+  auto add = [this](QMenu* menu, const char* name, const char* caption, std::function<void()> body) {
+    QAction* action = menu->addAction(caption);
+    action->setObjectName(name);
+    connect(action, &QAction::triggered, this, [this, body] { Command(body); });
+    return action;
+  };
+  add(file, "mnuOpen", "&Load Hex", [this] { mnuOpenClick(); });
+  add(file, "mnuSave", "&Save Hex", [this] { mnuSaveClick(); });
+  mnuLoadCal_ = add(file, "mnuLoadCal", "Load Calibration Data", [this] { mnuLoadCalClick(); });
+  mnuSaveCal_ = add(file, "mnuSaveCal", "Save Calibration Data", [this] { mnuSaveCalClick(); });
+  file->addSeparator();
+  add(file, "mnuExit", "E&xit", [this] { close(); });
+
+  mnuConfig_ = menuBar()->addMenu("&Config");
+  mnuConfig_->setObjectName("mnuConfig");
+  mnuProt_ = add(mnuConfig_, "mnuProt", "Protype mode", [this] { mnuModeClick("PROT"); });
+  mnuProd_ = add(mnuConfig_, "mnuProd", "Production mode", [this] { mnuModeClick("PROD"); });
+  mnuConfig_->addSeparator();
+  mnuLpt1_ = add(mnuConfig_, "mnuLpt1", "LPT1 on 378h", [this] { mnuPortClick(PortEntry::kLpt1); });
+  mnuLpt2_ = add(mnuConfig_, "mnuLpt2", "LPT2 on 278h", [this] { mnuPortClick(PortEntry::kLpt2); });
+  mnuLpt_ = add(mnuConfig_, "mnuLpt", "LPT? on ", [this] { mnuPortClick(PortEntry::kCustom); });
+  add(mnuConfig_, "mnuchangeadd", "Change Address", [this] { mnuchangeaddClick(); });
+  mnuConfig_->addSeparator();
+  mnuSQTP_ = add(mnuConfig_, "mnuSQTP", "SQTP", [this] { mnuSQTPClick(); });
+  for (QAction* action : {mnuProt_, mnuProd_, mnuLpt1_, mnuLpt2_, mnuLpt_, mnuSQTP_}) action->setCheckable(true);
+
+  QMenu* help = menuBar()->addMenu("Help");
+  help->setObjectName("mnuHelp");
+  QAction* help2 = add(help, "mnuHelp2", "Help", [this] { ShowHelp(); });
+  help2->setShortcut(QKeySequence(Qt::Key_F1));
+  help2->setShortcutContext(Qt::ApplicationShortcut);
+  add(help, "mnuAbout", "About", [this] { ShowAbout(); });
+  add(help, "mnuCheck", "Check new version",
+      [this] { ShowMessage({"Not impemented yet!", title::kQuorvi2, MessageIcon::kInformation}); });
+}
+
+void MainWindow::BuildCommands(QWidget* column) {
+  auto* layout = new QVBoxLayout(column);
+  auto button = [this, column, layout](const char* name, const char* caption, std::function<void()> body) {
+    auto* b = new QPushButton(caption, column);
+    b->setObjectName(name);
+    b->setAutoDefault(false);
+    connect(b, &QPushButton::clicked, this, [this, body] { Command(body); });
+    layout->addWidget(b);
+    named_[name] = b;
+    return b;
+  };
+  button("cmdOpen", "Open HEX file", [this] { mnuOpenClick(); });
+  button("cmdSave", "Save HEX file", [this] { mnuSaveClick(); });
+  for (const char* name : {"cmdRead", "cmdWrite", "cmdCompare", "cmdBlank", "cmdWriteFuse"}) {
+    static const std::map<std::string, const char*> kCaptions = {{"cmdRead", "Read PIC"},
+                                                                 {"cmdWrite", "Write PIC"},
+                                                                 {"cmdCompare", "Compare"},
+                                                                 {"cmdBlank", "Blank Test"},
+                                                                 {"cmdWriteFuse", "Write Fuses Only"}};
+    Unavailable(button(name, kCaptions.at(name), [] {}));
+  }
+  button("cmdBuff", "Clear Buffer", [this] { cmdBuffClick(); });
+  button("cmdHex16to8", "HEX16 to 8", [this] { cmdHex16to8Click(); })->hide();
+  button("cmdHelp", "Help", [this] { ShowHelp(); });
+
+  auto* pictures = new QHBoxLayout();
+  auto picture = [this, column, pictures](const char* name, QStyle::StandardPixmap icon, const char* tip,
+                                          std::function<void()> body) {
+    auto* b = new QPushButton(column);
+    b->setObjectName(name);
+    b->setIcon(style()->standardIcon(icon));
+    b->setToolTip(tip);
+    b->setAutoDefault(false);
+    connect(b, &QPushButton::clicked, this, [this, body] { Command(body); });
+    pictures->addWidget(b);
+    named_[name] = b;
+    return b;
+  };
+  Unavailable(picture("cmdFill", QStyle::SP_TrashIcon, "Erase the chip", [] {}));
+  picture("cmdAjuste", QStyle::SP_ComputerIcon, "Voltage test and adjust", [this] { OpenAdjustDialog(); });
+  picture("cmdStat", QStyle::SP_FileDialogDetailedView, "Program listing / write cycles",
+          [this] { cmdStatClick(); });
+  picture("cmdCfg", QStyle::SP_FileDialogListView, "Config menu",
+          [this] { mnuConfig_->popup(mapToGlobal(QPoint(40, menuBar()->height()))); });
+  picture("cmdFim", QStyle::SP_DialogCloseButton, "End the program", [this] {
+    session_.Finish();
+    QApplication::exit(0);
+  });
+  layout->addLayout(pictures);
+  layout->addStretch(1);
+}
+
+void MainWindow::Unavailable(QPushButton* button) {
+  button->setEnabled(false);
+  button->setToolTip(kNotBuiltYet);
+}
+
+QWidget* MainWindow::BuildDevicePanel() {
+  auto* box = new QWidget(this);
+  auto* layout = new QVBoxLayout(box);
+  auto* row = new QHBoxLayout();
+  panelDevice_ = new QPushButton(box);
+  panelDevice_->setObjectName("panelDevice");
+  panelDevice_->setToolTip("Click to choose the device");
+  panelDevice_->setAutoDefault(false);
+  QFont big = panelDevice_->font();
+  big.setPointSize(big.pointSize() + 4);
+  big.setBold(true);
+  panelDevice_->setFont(big);
+  connect(panelDevice_, &QPushButton::clicked, this, [this] { Command([this] { panelDeviceClick(); }); });
+  row->addWidget(panelDevice_, 1);
+  ledSQTP_ = new QPushButton(box);
+  ledSQTP_->setObjectName("ledSQTP");
+  ledSQTP_->setToolTip("Serial numbering");
+  ledSQTP_->setAutoDefault(false);
+  connect(ledSQTP_, &QPushButton::clicked, this, [this] { Command([this] { mnuSQTPClick(); }); });
+  row->addWidget(ledSQTP_);
+  layout->addLayout(row);
+  MList3_ = new QListWidget(box);
+  MList3_->setObjectName("MList3");
+  MList3_->hide();
+  connect(MList3_, &QListWidget::currentTextChanged, this, [this](const QString& text) {
+    if (!applying_ && !MList3_->isHidden()) panelDevice_->setText(text.trimmed());
+  });
+  layout->addWidget(MList3_);
+  auto* picture = new QHBoxLayout();
+  Image1_ = new SocketPicture(box);
+  picture->addWidget(Image1_);
+  auto* vdd = new QGridLayout();
+  panelMin_ = new QPushButton("VDD Min", box);
+  panelMin_->setObjectName("panelMin");
+  panelMax_ = new QPushButton("VDD Max", box);
+  panelMax_->setObjectName("panelMax");
+  ledMin_ = new QLabel(box);
+  ledMin_->setObjectName("ledMin");
+  ledMax_ = new QLabel(box);
+  ledMax_->setObjectName("ledMax");
+  connect(panelMin_, &QPushButton::clicked, this, [this] { Command([this] { panelVddClick(false); }); });
+  connect(panelMax_, &QPushButton::clicked, this, [this] { Command([this] { panelVddClick(true); }); });
+  vdd->addWidget(panelMin_, 0, 0);
+  vdd->addWidget(ledMin_, 0, 1);
+  vdd->addWidget(panelMax_, 1, 0);
+  vdd->addWidget(ledMax_, 1, 1);
+  txtFuses_ = new QLabel(box);
+  txtFuses_->setObjectName("txtFuses");
+  vdd->addWidget(txtFuses_, 2, 0, 1, 2);
+  txtCal_ = new QLabel(box);
+  txtCal_->setObjectName("txtCal");
+  txtCal_->hide();
+  vdd->addWidget(txtCal_, 3, 0, 1, 2);
+  vdd->setRowStretch(4, 1);
+  picture->addLayout(vdd);
+  layout->addLayout(picture);
+  return box;
+}
+
+QFrame* MainWindow::AddFuseFrame(QWidget* area, const char* name, const char* caption,
+                                 std::initializer_list<std::pair<const char*, const char*>> buttons) {
+  auto* frame = new QFrame(area);
+  frame->setObjectName(name);
+  frame->setFrameShape(QFrame::StyledPanel);
+  auto* layout = new QHBoxLayout(frame);
+  layout->setContentsMargins(4, 0, 4, 0);
+  auto* label = new QLabel(caption, frame);
+  label->setMinimumWidth(110);
+  layout->addWidget(label);
+  auto* group = new QButtonGroup(frame);
+  for (const auto& [buttonName, text] : buttons) {
+    auto* radio = new QRadioButton(text, frame);
+    radio->setObjectName(buttonName);
+    group->addButton(radio);
+    layout->addWidget(radio);
+    named_[buttonName] = radio;
+    const std::string id = buttonName;
+    connect(radio, &QRadioButton::clicked, this, [this, id] { Command([this, id] { FuseButtonClicked(id); }); });
+  }
+  layout->addStretch(1);
+  frame->setGeometry(0, 0, 330, 320 / kTwipsPerPixel);
+  frame->hide();
+  named_[name] = frame;
+  return frame;
+}
+
+QWidget* MainWindow::BuildFuseArea() {
+  auto* area = new QWidget(this);
+  area->setObjectName("fuseArea");
+  area->setMinimumSize(340, 440);
+
+  auto* osc = new QFrame(area);
+  osc->setObjectName("frameOSC1");
+  osc->setFrameShape(QFrame::StyledPanel);
+  auto* oscLayout = new QHBoxLayout(osc);
+  oscLayout->setContentsMargins(4, 0, 4, 0);
+  oscLayout->addWidget(new QLabel("Oscillator", osc));
+  cmbOSC_ = new QComboBox(osc);
+  cmbOSC_->setObjectName("cmbOSC");
+  oscLayout->addWidget(cmbOSC_, 1);
+  connect(cmbOSC_, &QComboBox::activated, this, [this](int index) { Command([this, index] { cmbOSCChosen(index); }); });
+  osc->setGeometry(0, 0, 330, 36);
+  osc->hide();
+  named_["frameOSC1"] = osc;
+
+  auto* id = new QFrame(area);
+  id->setObjectName("frameID");
+  id->setFrameShape(QFrame::StyledPanel);
+  auto* idLayout = new QHBoxLayout(id);
+  idLayout->setContentsMargins(4, 0, 4, 0);
+  idLayout->addWidget(new QLabel("ID", id));
+  for (int i = 0; i < 4; ++i) {
+    txtID_[i] = new QLineEdit(id);
+    txtID_[i]->setObjectName(QString("txtID%1").arg(i));
+    txtID_[i]->setMaximumWidth(60);
+    txtID_[i]->installEventFilter(this);
+    connect(txtID_[i], &QLineEdit::editingFinished, this, [this, i] { Command([this, i] { IdEditingFinished(i); }); });
+    idLayout->addWidget(txtID_[i]);
+  }
+  id->setGeometry(0, 40, 330, 56);
+  id->hide();
+  named_["frameID"] = id;
+
+  AddFuseFrame(area, "frameWDTE", "Watchdog", {{"WDT_ON", "ON"}, {"WDT_OFF", "OFF"}});
+  AddFuseFrame(area, "framePWRTE", "Power-up timer", {{"PWRTE_ON", "ON"}, {"PWRTE_OFF", "OFF"}});
+  AddFuseFrame(area, "frameMCLRE", "MCLR", {{"MCLRE_EXT", "External"}, {"MCLRE_INT", "Internal"}});
+  AddFuseFrame(area, "frameCP0", "Code protection", {{"CP0_ON", "ON"}, {"CP0_OFF", "OFF"}});
+  AddFuseFrame(area, "frameCP1", "Code protection 1", {{"CP1_ON", "ON"}, {"CP1_OFF", "OFF"}});
+  AddFuseFrame(area, "frameBoden", "Brown-out reset", {{"BODEN_ON", "ON"}, {"BODEN_OFF", "OFF"}});
+  AddFuseFrame(area, "frameBodenV", "Brown-out volts",
+               {{"op25", "2.5"}, {"op27", "2.7"}, {"op42", "4.2"}, {"op45", "4.5"}});
+  AddFuseFrame(area, "frameMPEEN", "Memory parity", {{"MPEEN_ON", "ON"}, {"MPEEN_OFF", "OFF"}});
+  AddFuseFrame(area, "frameDebug", "Debugger", {{"DEBUG_ON", "ON"}, {"DEBUG_OFF", "OFF"}});
+  QFrame* wrt = AddFuseFrame(area, "frameWRT", "Write protection", {});
+  cmbWRT_ = new QComboBox(wrt);
+  cmbWRT_->setObjectName("cmbWRT");
+  wrt->layout()->addWidget(cmbWRT_);
+  connect(cmbWRT_, &QComboBox::activated, this, [this](int) {
+    Command([this] { FuseButtonClicked("cmbWRT:" + cmbWRT_->currentText().toStdString()); });
+  });
+  AddFuseFrame(area, "frameCPD", "Data protection", {{"CPD_ON", "ON"}, {"CPD_OFF", "OFF"}});
+  AddFuseFrame(area, "frameLVP", "Low-voltage prog.", {{"LVP_ON", "ON"}, {"LVP_OFF", "OFF"}});
+
+  auto* f18 = new QLabel("18F configuration bytes come from the image file", area);
+  f18->setObjectName("frame18");
+  f18->setFrameShape(QFrame::StyledPanel);
+  f18->setGeometry(0, 400, 330, 30);
+  f18->hide();
+  frame18_ = f18;
+  return area;
+}
+
+QWidget* MainWindow::BuildOptions() {
+  auto* box = new QGroupBox("Write options", this);
+  box->setObjectName("frameOptions");
+  auto* layout = new QGridLayout(box);
+  chkTestBlank_ = new QCheckBox("Blank test", box);
+  chkTestBlank_->setObjectName("chkTestBlank");
+  chkErase_ = new QCheckBox("Erase before", box);
+  chkErase_->setObjectName("chkErase");
+  chkTurbo_ = new QCheckBox("Turbo", box);
+  chkTurbo_->setObjectName("chkTurbo");
+  auto* chkSound = new QCheckBox("Sound", box);
+  chkSound->setObjectName("chkSound");
+  auto* chkICSP = new QCheckBox("ICSP delay (ms)", box);
+  chkICSP->setObjectName("chkICSP");
+  auto* cmbICSP = new QComboBox(box);
+  cmbICSP->setObjectName("cmbICSP");
+  cmbICSP->setEditable(true);
+  cmbICSP->addItems({"0", "50", "100", "200", "500"});
+  opEEdata_ = new QRadioButton("Data EEPROM", box);
+  opEEdata_->setObjectName("opEEdata");
+  opEEdata_->setAutoExclusive(false);
+  opEEdata_->hide();
+
+  WindowOptions& o = state_.options;
+  chkTestBlank_->setChecked(o.chkTestBlank);
+  chkErase_->setChecked(o.chkErase);
+  chkTurbo_->setChecked(o.chkTurbo);
+  chkSound->setChecked(o.chkSound);
+  chkICSP->setChecked(o.chkICSP);
+  cmbICSP->setCurrentText(Q(o.cmbICSP));
+  opEEdata_->setChecked(o.opEEdata);
+  connect(chkTestBlank_, &QCheckBox::toggled, this, [&o](bool on) { o.chkTestBlank = on; });
+  connect(chkErase_, &QCheckBox::toggled, this, [&o](bool on) { o.chkErase = on; });
+  connect(chkTurbo_, &QCheckBox::toggled, this, [&o](bool on) { o.chkTurbo = on; });
+  connect(chkSound, &QCheckBox::toggled, this, [&o](bool on) { o.chkSound = on; });
+  connect(chkICSP, &QCheckBox::toggled, this, [&o](bool on) { o.chkICSP = on; });
+  connect(cmbICSP, &QComboBox::currentTextChanged, this, [&o](const QString& t) { o.cmbICSP = t.toStdString(); });
+  connect(opEEdata_, &QRadioButton::toggled, this, [&o](bool on) { o.opEEdata = on; });
+
+  layout->addWidget(chkTestBlank_, 0, 0);
+  layout->addWidget(chkErase_, 0, 1);
+  layout->addWidget(chkTurbo_, 0, 2);
+  layout->addWidget(chkSound, 1, 0);
+  layout->addWidget(chkICSP, 1, 1);
+  layout->addWidget(cmbICSP, 1, 2);
+  layout->addWidget(opEEdata_, 2, 0);
+  return box;
+}
+
+// ------------------------------------------------------------ the frame
+
+void MainWindow::Command(const std::function<void()>& body) {
+  if (busy_) return;  // one operation at a time; the window stays live
+  busy_ = true;
+  body();
+  busy_ = false;
+}
+
+void MainWindow::ShowProgress(double percent) {
+  Barra_->setValue(static_cast<int>(percent));
+  Barra_->show();
+}
+void MainWindow::HideProgress() {
+  Barra_->setValue(0);
+  Barra_->hide();
+}
+void MainWindow::ShowStatus(const std::string& text) {
+  txtStatus_->setText(Q(text));
+  txtStatus_->show();
+}
+void MainWindow::HideStatus() {
+  txtStatus_->clear();
+  txtStatus_->hide();
+}
+void MainWindow::SetStatusBar(const std::string& text) { Statusbar_->showMessage(Q(text)); }
+void MainWindow::ShowMessage(const UserMessage& message) { prompts_.message(message); }
+bool MainWindow::AskYesNo(const UserMessage& question) { return prompts_.yesNo(question); }
+void MainWindow::PumpEvents() { QApplication::processEvents(QEventLoop::AllEvents, 10); }
+void MainWindow::PlaySound(const std::string& path) { prompts_.sound(path); }
+void MainWindow::Terminate(int exitCode) { prompts_.terminate(exitCode); }
+
+void MainWindow::keyPressEvent(QKeyEvent* event) {
+  if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+    auto* write = static_cast<QPushButton*>(named_.at("cmdWrite"));
+    if (write->isEnabled()) write->click();
+    return;
+  }
+  QMainWindow::keyPressEvent(event);
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+  if (busy_) {
+    event->ignore();
+    return;
+  }
+  session_.Finish();
+  event->accept();
+}
+
+bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
+  if (event->type() == QEvent::MouseButtonPress) {
+    auto* mouse = static_cast<QMouseEvent*>(event);
+    if (mouse->button() == Qt::LeftButton) {
+      const QPoint at = mouse->position().toPoint();
+      if (watched == MList1_->viewport()) {
+        Command([this, at] { ListingClicked(MList1_, at.x(), at.y()); });
+        return true;
+      }
+      if (watched == MList2_->viewport()) {
+        Command([this, at] { ListingClicked(MList2_, at.x(), at.y()); });
+        return true;
+      }
+    }
+  }
+  if (event->type() == QEvent::FocusIn) {
+    for (QLineEdit* box : txtID_) {
+      if (watched == box) QMetaObject::invokeMethod(box, &QLineEdit::selectAll, Qt::QueuedConnection);
+    }
+  }
+  return QMainWindow::eventFilter(watched, event);
+}
+
+// ----------------------------------------------------- start-up, selection
+
+void MainWindow::Activate() {
+  if (activated_) return;
+  activated_ = true;
+  LegacyOptions& legacy = state_.commandLine;
+  if (legacy.quiet) showMinimized();
+  if (session_.portFailure()) {
+    ShowMessage({std::string(kPortInitText) + "0\n" + *session_.portFailure(), kPortInitTitle,
+                 MessageIcon::kExclamation});
+  }
+  Result<std::vector<std::string>> entries = FillDeviceList(state_.paths.Catalogue(), state_.device);
+  if (!entries) {
+    ShowMessage({entries.message(), title::kQuorvi2Error, MessageIcon::kCritical});
+    return;
+  }
+  applying_ = true;
+  MList3_->clear();
+  for (const std::string& entry : entries.value()) MList3_->addItem(Q(entry));
+  applying_ = false;
+  SelectDeviceNamed(state_.settings.deviceName);
+  if (legacy.device) {
+    // "/D:" loads the record only; the frames stay as set for the saved device.
+    panelDevice_->setText(Q(*legacy.device));
+    DeviceDescriptor device = state_.device;
+    if (Result<std::optional<VddCaptions>> loaded = LoadDeviceRecord(state_.paths.Catalogue(), *legacy.device, device);
+        loaded) {
+      state_.device = device;
+      session_.InsertChipForDevice();
+    } else {
+      ShowMessage({loaded.message(), title::kQuorvi2Error, MessageIcon::kCritical});
+    }
+  }
+  if (legacy.file) {
+    const std::string path = FindPathIgnoringCase(*legacy.file);
+    LoadOptions options;
+    options.quiet = legacy.quiet;
+    options.progress = [this](int percent) { ShowProgress(percent); };
+    OpenedImage opened = OpenImageCommand(path, state_.device, state_.image, state_.serial, options);
+    ReportLoad(opened.load);
+    if (opened.load.loaded) {
+      state_.imagePath = opened.path;
+      state_.imageTimeStamp = opened.timeStamp;
+      lblArq_->setText(Q(opened.fileName));
+      if (opened.serial) RefreshSerialIndicator(opened.serial->colour);
+      ShowConfig(ShowConfigWord(state_.device, state_.image.configWord, state_.image.idWords, cmbOSC_->count()));
+      RefreshListings();
+    }
+  }
+  if (legacy.write) {
+    auto* write = static_cast<QPushButton*>(named_.at("cmdWrite"));
+    if (write->isEnabled()) write->click();
+  }
+  if (legacy.quiet) {
+    session_.Finish();
+    Terminate(0);
+  }
+}
+
+void MainWindow::ReportLoad(const LoadReport& report) {
+  HideProgress();
+  for (const UserMessage& message : report.messages) ShowMessage(message);
+  if (report.endProgramWithEmptyErrorLog) {
+    (void)WriteFileAtomically(state_.paths.ErrorLog(), "");
+    Terminate(1);
+  }
+}
+
+void MainWindow::SelectDeviceNamed(const std::string& name) {
+  Result<SelectionView> selected = SelectAndRemember(state_, name, false);
+  if (!selected) {
+    ShowMessage({selected.message(), title::kQuorvi2Error, MessageIcon::kCritical});
+    return;
+  }
+  ApplySelection(selected.value());
+  session_.InsertChipForDevice();
+  if (selected.value().message) ShowMessage(*selected.value().message);
+}
+
+void MainWindow::panelDeviceClick() {
+  if (MList3_->isHidden()) {
+    std::vector<std::string> entries;
+    for (int i = 0; i < MList3_->count(); ++i) entries.push_back(MList3_->item(i)->text().toStdString());
+    applying_ = true;
+    if (std::optional<int> index = DeviceListIndex(entries, state_.device.name)) MList3_->setCurrentRow(*index);
+    applying_ = false;
+    MList3_->show();
+    return;
+  }
+  MList3_->hide();
+  SelectDeviceNamed(panelDevice_->text().trimmed().toStdString());
+}
+
+void MainWindow::ApplySelection(const SelectionView& view) {
+  applying_ = true;
+  panelDevice_->setText(Q(view.deviceName));
+  if (view.vddCaptions) {
+    ledMin_->setText(Q(view.vddCaptions->min));
+    ledMax_->setText(Q(view.vddCaptions->max));
+  }
+  frame18_->setVisible(view.frame18Visible);
+  mnuSQTP_->setEnabled(view.mnuSQTPEnabled);
+  if (view.mnuSQTPUnchecked) {
+    mnuSQTP_->setChecked(false);
+    state_.serial.switchedOn = false;
+  }
+  txtFuses_->setVisible(view.txtFusesVisible);
+  chkTurbo_->setVisible(view.chkTurboVisible);
+  chkErase_->setVisible(view.chkEraseVisible);
+  named_.at("cmdHex16to8")->setVisible(view.cmdHex16to8Visible);
+  named_.at("cmdFill")->setVisible(view.cmdFillVisible);
+  mnuLoadCal_->setEnabled(view.calibrationMenusEnabled);
+  mnuSaveCal_->setEnabled(view.calibrationMenusEnabled);
+  named_.at("frameID")->setVisible(view.frameIDVisible);
+  named_.at("frameOSC1")->setVisible(view.frameOSC1Visible);
+  if (view.oscillatorList) {
+    cmbOSC_->clear();
+    for (const std::string& entry : view.oscillatorList->entries) cmbOSC_->addItem(Q(entry));
+    cmbOSC_->setCurrentIndex(view.oscillatorList->selectedIndex);
+  }
+  if (view.calibrationText) {
+    txtCal_->setText(Q(*view.calibrationText));
+    txtCal_->show();
+  }
+  MList2_->setVisible(view.dataListVisible);
+  opEEdata_->setVisible(view.dataListVisible);
+  for (const FrameLayout& frame : view.frames) {
+    QWidget* widget = named_.at(frame.name);
+    widget->setVisible(frame.visible);
+    if (frame.visible) widget->move(0, frame.top / kTwipsPerPixel);
+  }
+  if (view.writeProtectionList) {
+    cmbWRT_->clear();
+    for (const std::string& entry : view.writeProtectionList->entries) cmbWRT_->addItem(Q(entry));
+  }
+  chkTestBlank_->setVisible(view.chkTestBlankVisible);
+  named_.at("cmdWriteFuse")->setVisible(view.cmdWriteFuseVisible);
+  applying_ = false;
+  ShowConfig(view.config);
+  if (view.socketPicture) Image1_->SetPicture(*view.socketPicture);
+  RefreshListings();
+}
+
+void MainWindow::ShowConfig(const ConfigDisplay& config) {
+  applying_ = true;
+  txtFuses_->setText(Q(config.txtFuses));
+  if (config.oscIndex && *config.oscIndex < cmbOSC_->count()) cmbOSC_->setCurrentIndex(*config.oscIndex);
+  for (const FuseChoice& choice : config.choices) {
+    if (auto it = named_.find(choice.button); it != named_.end()) static_cast<QRadioButton*>(it->second)->setChecked(true);
+  }
+  if (config.wrtText) cmbWRT_->setCurrentText(Q(*config.wrtText));
+  if (config.borvButton) static_cast<QRadioButton*>(named_.at(*config.borvButton))->setChecked(true);
+  for (int i = 0; i < 4; ++i) txtID_[i]->setText(Q(config.idTexts[static_cast<size_t>(i)]));
+  applying_ = false;
+}
+
+void MainWindow::RefreshListings() {
+  MList1_->clear();
+  if (showingCycles_) {
+    // The cycle table of the last write, laid out as the image listing.
+    const int size = state_.device.programSize == 0 ? 511 : state_.device.programSize;
+    for (int line = 0; line <= size - 7; line += 8) {
+      QString text = QString("%1: ").arg(line, 4, 16, QChar('0')).toUpper();
+      for (int k = 0; k < 8; ++k) {
+        text += QString("%1 ").arg(state_.cycleTable[static_cast<size_t>(line + k)], 4, 10, QChar(' '));
+      }
+      MList1_->addItem(text);
+    }
+  } else {
+    for (const std::string& line : ProgramListingLines(state_.device, state_.image)) MList1_->addItem(Q(line));
+  }
+  MList2_->clear();
+  for (const std::string& line : DataListingLines(state_.device, state_.image)) MList2_->addItem(Q(line));
+}
+
+// ---------------------------------------------------------------- menus
+
+void MainWindow::RefreshPortMenus() {
+  const Settings& s = state_.settings;
+  mnuLpt1_->setChecked(s.portEntry == PortEntry::kLpt1);
+  mnuLpt2_->setChecked(s.portEntry == PortEntry::kLpt2);
+  mnuLpt_->setChecked(s.portEntry == PortEntry::kCustom);
+  mnuLpt_->setText(Q(CustomPortCaption(s)));
+  mnuProt_->setChecked(s.mode == "PROT");
+  mnuProd_->setChecked(s.mode == "PROD");
+  lblPort_->setText(Q("Port: " + session_.portName()));
+}
+
+void MainWindow::RefreshVddPanels() {
+  // The supply margins matter only for the two-margin verify of production mode.
+  const bool production = state_.productionMode();
+  for (QWidget* w : std::initializer_list<QWidget*>{panelMin_, panelMax_, ledMin_, ledMax_}) w->setEnabled(production);
+  chkTurbo_->setEnabled(!production);
+}
+
+void MainWindow::RefreshSerialIndicator(uint32_t colour) {
+  ledSQTP_->setStyleSheet(QString("background-color: #%1;").arg(colour, 6, 16, QChar('0')));
+  ledSQTP_->setText(Q(SerialActive(state_.serial) || state_.serial.size != 0 ? SerialIndicatorText(state_.serial) : ""));
+  mnuSQTP_->setChecked(state_.serial.switchedOn);
+}
+
+void MainWindow::mnuModeClick(const std::string& mode) {
+  if (Status done = ChooseMode(state_, mode); !done) {
+    ShowMessage({done.message(), title::kQuorvi2Error, MessageIcon::kCritical});
+  }
+  RefreshPortMenus();
+  RefreshVddPanels();
+}
+
+void MainWindow::mnuPortClick(PortEntry entry) {
+  if (Status done = ChoosePort(state_, entry, session_.Opener()); !done) {
+    ShowMessage({done.message(), title::kQuorvi2Error, MessageIcon::kCritical});
+  }
+  RefreshPortMenus();
+}
+
+void MainWindow::mnuchangeaddClick() {
+  std::optional<std::string> answer = prompts_.input(kNewPortPrompt);
+  if (!answer) return;
+  if (Status done = ChangeCustomAddress(state_, *answer, session_.Opener()); !done) {
+    ShowMessage({done.message(), title::kQuorvi2Error, MessageIcon::kCritical});
+  }
+  RefreshPortMenus();
+}
+
+void MainWindow::panelVddClick(bool maximum) {
+  std::optional<std::string> answer = prompts_.input(maximum ? kVddMaxPrompt : kVddMinPrompt);
+  if (!answer) return;
+  if (std::optional<UserMessage> refused = EnterVddMargin(state_, maximum, *answer)) {
+    ShowMessage(*refused);
+    return;
+  }
+  ledMin_->setText(Q(NumberText(state_.device.vddMin)));
+  ledMax_->setText(Q(NumberText(state_.device.vddMax)));
+}
+
+// ---------------------------------------------------------------- files
+
+void MainWindow::mnuOpenClick() {
+  const std::string path = prompts_.file({false, "Load Hex",
+                                          "Microchip HEX file|*.HEX|Paralax Object file|*.OBJ|Binary file|*.BIN",
+                                          state_.settings.workingDirectory});
+  if (path.empty()) return;
+  LoadOptions options;
+  options.quiet = state_.quiet();
+  options.progress = [this](int percent) { ShowProgress(percent); };
+  OpenedImage opened = OpenImageCommand(path, state_.device, state_.image, state_.serial, options);
+  ReportLoad(opened.load);
+  state_.imagePath = opened.path;
+  lblArq_->setText(Q(opened.fileName));
+  if (!opened.lastDirectory.empty()) state_.settings.workingDirectory = opened.lastDirectory;
+  if (opened.load.loaded) state_.imageTimeStamp = opened.timeStamp;
+  if (opened.serial) RefreshSerialIndicator(opened.serial->colour);
+  ShowConfig(ShowConfigWord(state_.device, state_.image.configWord, state_.image.idWords, cmbOSC_->count()));
+  RefreshListings();
+}
+
+void MainWindow::mnuSaveClick() {
+  const std::string path = prompts_.file({true, "Save Hex", "Data file|*.HEX", state_.settings.workingDirectory});
+  if (path.empty()) return;
+  SaveIdAnswer answer = SaveIdAnswer::kNo;
+  if (SaveAsksIdQuestion(state_.device, 0)) {
+    answer = AskYesNo({"Save ID and FUSES informations?", title::kQuorvi2, MessageIcon::kQuestion}) ? SaveIdAnswer::kYes
+                                                                                                   : SaveIdAnswer::kNo;
+  }
+  Result<std::string> saved = SaveHexCommand(path, state_.device, state_.image, answer);
+  if (!saved) {
+    ShowMessage({saved.message(), title::kQuorvi2Error, MessageIcon::kCritical});
+    return;
+  }
+  state_.settings.workingDirectory = LastDirectoryOf(saved.value());
+}
+
+void MainWindow::mnuLoadCalClick() {
+  const std::string path =
+      prompts_.file({false, "Load Calibration Data", "Calibration file|*.CAL", state_.settings.workingDirectory});
+  if (path.empty()) return;
+  LoadOptions options;
+  options.quiet = state_.quiet();
+  ReportLoad(LoadCalibrationFile(path, state_.device, state_.image, options));
+  RefreshListings();
+}
+
+void MainWindow::mnuSaveCalClick() {
+  const std::string path =
+      prompts_.file({true, "Save Calibration Data", "Calibration file|*.CAL", state_.settings.workingDirectory});
+  if (path.empty()) return;
+  if (Status saved = SaveCalibrationFile(path, state_.device, state_.image); !saved) {
+    ShowMessage({saved.message(), title::kQuorvi2Error, MessageIcon::kCritical});
+  }
+}
+
+// ------------------------------------------------------------- listings
+
+void MainWindow::cmdBuffClick() {
+  ClearImage(state_.device, state_.image);
+  ShowConfig(ShowConfigWord(state_.device, state_.image.configWord, state_.image.idWords, cmbOSC_->count()));
+  RefreshListings();
+}
+
+void MainWindow::cmdHex16to8Click() {
+  if (Status done = Hex16To8(state_.image, state_.cycleTable); !done) {
+    ShowMessage({done.message(), title::kQuorvi2Error, MessageIcon::kCritical});
+  }
+  RefreshListings();
+}
+
+void MainWindow::cmdStatClick() {
+  showingCycles_ = !showingCycles_;
+  RefreshListings();
+}
+
+void MainWindow::ListingClicked(QListWidget* list, int x, int y) {
+  QListWidgetItem* item = list->itemAt(x, y);
+  if (item == nullptr || (list == MList1_ && showingCycles_)) return;
+  // The column rules count in the form's units over the listing's characters:
+  // "0000: " then 5 characters a word, "00: " then 3 characters a byte.
+  const double chars = (x - 2.0) / list->fontMetrics().horizontalAdvance(QChar('0'));
+  const bool program = list == MList1_;
+  const double twips = program ? 4.0 + chars * 106.0 : 23.0 + chars * 320.0 / 3.0;
+  const int column = program ? ProgramClickColumn(twips) : DataClickColumn(twips);
+  Result<WordEditor> editor =
+      OpenWordEditor(program ? EditTarget::kProgram : EditTarget::kData, item->text().toStdString(), column);
+  if (!editor) return;
+  EditDialog dialog(this, state_, editor.value(), prompts_);
+  prompts_.runDialog(dialog);
+  list->clearSelection();
+  RefreshListings();
+}
+
+// ------------------------------------------------------------------ fuses
+
+void MainWindow::FuseButtonClicked(const std::string& button) {
+  if (applying_) return;
+  std::optional<int32_t> word = ApplyFuseButton(state_.device, state_.image.configWord, state_.blankWord, button);
+  if (!word) return;
+  state_.image.configWord = *word;
+  txtFuses_->setText(Q(FuseText(*word)));
+}
+
+void MainWindow::cmbOSCChosen(int index) {
+  if (applying_ || index < 0) return;
+  state_.image.configWord =
+      ApplyOscillator(state_.image.configWord, state_.blankWord, state_.device.oscList, index, cmbOSC_->count());
+  txtFuses_->setText(Q(FuseText(state_.image.configWord)));
+}
+
+void MainWindow::IdEditingFinished(int box) {
+  if (applying_) return;
+  const IdEntry entry = ParseIdEntry(txtID_[box]->text().toStdString());
+  txtID_[box]->setText(Q(entry.text));
+  state_.image.idWords[static_cast<size_t>(box)] = entry.value;
+}
+
+// --------------------------------------------------------------- dialogs
+
+void MainWindow::mnuSQTPClick() {
+  switch (ToggleSerialMenu(state_.serial, !state_.imagePath.empty())) {
+    case SerialMenuEffect::kNeedImageFile:
+      ShowMessage(NeedImageFileMessage());
+      return;
+    case SerialMenuEffect::kSwitchedOff:
+      RefreshSerialIndicator(kSerialOffColour);
+      return;
+    case SerialMenuEffect::kSwitchedOnShowDialog:
+      RefreshSerialIndicator(kSerialOnColour);
+      OpenSerialDialog();
+      RefreshSerialIndicator(kSerialOnColour);
+      return;
+  }
+}
+
+void MainWindow::OpenSerialDialog() {
+  SerialDialog dialog(this, state_, prompts_);
+  prompts_.runDialog(dialog);
+}
+
+void MainWindow::OpenAdjustDialog() {
+  AdjustDialog dialog(this, state_, prompts_);
+  prompts_.runDialog(dialog);
+}
+
+void MainWindow::ShowHelp() {
+  HelpDialog dialog(this, state_.paths.Help());
+  prompts_.runDialog(dialog);
+}
+
+void MainWindow::ShowAbout() {
+  AboutDialog dialog(this, kVersion);
+  prompts_.runDialog(dialog);
+}
+
+}  // namespace quorvi::gui

@@ -1,0 +1,490 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The main window on the offscreen platform, on the simulated board, with
+// every message box, input box and file dialog answered by a recorder.
+#include <QAction>
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMenu>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QStatusBar>
+#include <QTest>
+#include <deque>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <sstream>
+
+#include "gui/dialogs.h"
+#include "gui/main_window.h"
+#include "gui/socket_picture.h"
+#include "gui/window_session.h"
+#include "support/temp_dir.h"
+
+using namespace quorvi;
+using namespace quorvi::gui;
+
+namespace {
+
+std::string ReadFile(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+std::vector<std::string> Lines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::stringstream in(text);
+  for (std::string line; std::getline(in, line);) {
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    lines.push_back(line);
+  }
+  return lines;
+}
+
+/// One window on a fresh home folder, every prompt recorded.
+struct Harness {
+  explicit Harness(const std::string& legacyLine = "", const std::string& port = "sim") {
+    LaunchOptions options;
+    options.home = home.path().string();
+    options.port = port;
+    options.virtualClock = true;
+    options.legacyLine = legacyLine;
+    Result<std::unique_ptr<WindowSession>> opened = WindowSession::Open(options, QUORVI_TEST_ARGV0);
+    if (!opened) qFatal("session: %s", opened.message().c_str());
+    session = std::move(opened).value();
+    Prompts prompts;
+    prompts.message = [this](const UserMessage& m) { messages.push_back(m); };
+    prompts.yesNo = [this](const UserMessage& q) {
+      questions.push_back(q);
+      return true;
+    };
+    prompts.input = [this](const std::string& prompt) -> std::optional<std::string> {
+      inputPrompts.push_back(prompt);
+      if (inputs.empty()) return std::nullopt;
+      std::string answer = inputs.front();
+      inputs.pop_front();
+      return answer;
+    };
+    prompts.file = [this](const FileRequest& request) {
+      fileRequests.push_back(request);
+      if (files.empty()) return std::string();
+      std::string answer = files.front();
+      files.pop_front();
+      return answer;
+    };
+    prompts.runDialog = [this](QDialog& dialog) {
+      dialogs.push_back(dialog.objectName().toStdString());
+      if (onDialog) onDialog(dialog);
+    };
+    prompts.sound = [this](const std::string& path) { sounds.push_back(path); };
+    prompts.terminate = [this](int code) { terminated.push_back(code); };
+    window = std::make_unique<MainWindow>(*session, prompts);
+    window->show();
+    window->Activate();
+  }
+
+  template <typename T>
+  T* Find(const char* name) {
+    T* widget = window->findChild<T*>(name);
+    if (widget == nullptr) qFatal("no widget %s", name);
+    return widget;
+  }
+  QAction* Action(const char* name) { return Find<QAction>(name); }
+  QWidget* Widget(const char* name) { return Find<QWidget>(name); }
+  AppState& state() { return session->state(); }
+  std::vector<std::string> SettingsLines() { return Lines(ReadFile(home.path() / "quorvi2.ini")); }
+  /// An example image copied into the home folder (its companion file goes beside it).
+  std::string Example(const std::string& name) {
+    const std::filesystem::path target = home.path() / name;
+    std::filesystem::copy_file(std::filesystem::path(QUORVI_EXAMPLES_DIR) / name, target,
+                               std::filesystem::copy_options::overwrite_existing);
+    return target.string();
+  }
+  void Select(const std::string& device) { window->SelectDeviceNamed(device); }
+  void Open(const std::string& path) {
+    files.push_back(path);
+    Find<QPushButton>("cmdOpen")->click();
+  }
+
+  test::TempDir home;
+  std::unique_ptr<WindowSession> session;
+  std::unique_ptr<MainWindow> window;
+  std::vector<UserMessage> messages;
+  std::vector<UserMessage> questions;
+  std::deque<std::string> inputs;
+  std::vector<std::string> inputPrompts;
+  std::deque<std::string> files;
+  std::vector<FileRequest> fileRequests;
+  std::vector<std::string> dialogs;
+  std::function<void(QDialog&)> onDialog;
+  std::vector<std::string> sounds;
+  std::vector<int> terminated;
+};
+
+std::string Picture(Harness& h) {
+  auto* picture = dynamic_cast<SocketPicture*>(h.Widget("Image1"));
+  return picture ? picture->picture() : "(none)";
+}
+
+bool HasMessage(const Harness& h, const std::string& text) {
+  for (const UserMessage& m : h.messages) {
+    if (m.text == text) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+class GuiTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  void startsWithTheRememberedDeviceAndMenusInOrder() {
+    Harness h;
+    QCOMPARE(h.Find<QPushButton>("panelDevice")->text(), QString("16F84"));
+    QCOMPARE(h.SettingsLines().at(0).substr(0, 4), std::string("LPT1"));
+    QCOMPARE(h.state().image.programBuffer[0], 0x3FFF);
+    QVERIFY(h.Find<QListWidget>("MList3")->isHidden());
+    QCOMPARE(h.Find<QListWidget>("MList1")->count(), 128);
+    QCOMPARE(h.Find<QListWidget>("MList1")->item(0)->text(),
+             QString("0000: 3FFF 3FFF 3FFF 3FFF 3FFF 3FFF 3FFF 3FFF "));
+    QVERIFY(h.Find<QLabel>("lblPort")->text().contains("simulated board"));
+    // Config: two modes, separator, three ports, Change Address, separator, SQTP.
+    QMenu* config = h.Find<QMenu>("mnuConfig");
+    QStringList order;
+    for (QAction* a : config->actions()) order << (a->isSeparator() ? "-" : a->objectName());
+    QCOMPARE(order, QStringList({"mnuProt", "mnuProd", "-", "mnuLpt1", "mnuLpt2", "mnuLpt", "mnuchangeadd", "-",
+                                 "mnuSQTP"}));
+    QCOMPARE(h.Action("mnuProt")->text(), QString("Protype mode"));
+    QVERIFY(h.Action("mnuProt")->isChecked());
+    QVERIFY(h.Action("mnuLpt1")->isChecked());
+    QCOMPARE(h.Find<QPushButton>("cmdWrite")->text(), QString("Write PIC"));
+    QCOMPARE(h.Find<QPushButton>("cmdHex16to8")->text(), QString("HEX16 to 8"));
+  }
+
+  void a14BitFlashPartShowsItsFramesAtTheirTops() {
+    Harness h;
+    h.Select("16F877");
+    const int id = 1200 / kTwipsPerPixel;
+    const std::vector<std::pair<const char*, int>> shown = {
+        {"frameWDTE", 1200}, {"framePWRTE", 1520}, {"frameCP0", 1840}, {"frameCP1", 2160},
+        {"frameBoden", 2480}, {"frameWRT", 2800}, {"frameCPD", 3140}, {"frameLVP", 3460}};
+    for (const auto& [name, top] : shown) {
+      QVERIFY2(!h.Widget(name)->isHidden(), name);
+      QCOMPARE(h.Widget(name)->y(), top / kTwipsPerPixel);
+    }
+    for (const char* name : {"frameMCLRE", "frameBodenV", "frameMPEEN", "frameDebug"}) {
+      QVERIFY2(h.Widget(name)->isHidden(), name);
+    }
+    QVERIFY(h.Widget("frameWDTE")->y() >= id);
+    QVERIFY(!h.Widget("frameID")->isHidden());
+    QVERIFY(!h.Widget("frameOSC1")->isHidden());
+    QVERIFY(!h.Widget("MList2")->isHidden());
+    QVERIFY(!h.Widget("opEEdata")->isHidden());
+    QVERIFY(!h.Widget("cmdWriteFuse")->isHidden());
+    QVERIFY(h.Widget("cmdHex16to8")->isHidden());
+    QVERIFY(!h.Widget("chkErase")->isHidden());
+    QVERIFY(h.Widget("chkTurbo")->isHidden());
+    QCOMPARE(h.Find<QComboBox>("cmbWRT")->count(), 2);
+    QVERIFY(h.Action("mnuSQTP")->isEnabled());
+    QVERIFY(!h.Action("mnuLoadCal")->isEnabled());
+    QCOMPARE(h.Find<QLabel>("txtFuses")->text(), QString(" Fuse=3FFF"));
+    QCOMPARE(Picture(h), std::string("imgSoq40"));
+    QCOMPARE(h.SettingsLines().at(2), std::string("16F877"));
+  }
+
+  void aSerialEepromHidesTheFuseCommands() {
+    Harness h;
+    h.Select("24C02");
+    QVERIFY(h.Widget("cmdWriteFuse")->isHidden());
+    QVERIFY(!h.Widget("cmdHex16to8")->isHidden());
+    QVERIFY(!h.Action("mnuSQTP")->isEnabled());
+    QVERIFY(h.Widget("txtFuses")->isHidden());
+    QVERIFY(h.Widget("chkTestBlank")->isHidden());
+    QVERIFY(h.Widget("chkErase")->isHidden());
+    QVERIFY(h.Widget("frameID")->isHidden());
+    for (const char* name : {"frameWDTE", "framePWRTE", "frameCP0", "frameLVP"}) QVERIFY2(h.Widget(name)->isHidden(), name);
+  }
+
+  void the12BitCoreAndThe14000() {
+    Harness h;
+    h.Select("12C508");
+    QCOMPARE(h.state().image.programBuffer[0], 0xFFF);
+    QCOMPARE(h.state().image.idWords[0], 0xF);
+    QVERIFY(!h.Widget("frameMCLRE")->isHidden());
+    QCOMPARE(Picture(h), std::string("imgSoq8novo"));
+    QVERIFY(!h.Action("mnuLoadCal")->isEnabled());
+    h.Select("14000");
+    QVERIFY(h.Action("mnuLoadCal")->isEnabled());
+    QVERIFY(h.Action("mnuSaveCal")->isEnabled());
+    QCOMPARE(Picture(h), std::string("imgSoq14000"));
+  }
+
+  void theDevicePanelOpensTheListAndSelectsOnTheSecondClick() {
+    Harness h;
+    auto* panel = h.Find<QPushButton>("panelDevice");
+    auto* list = h.Find<QListWidget>("MList3");
+    panel->click();
+    QVERIFY(!list->isHidden());
+    QCOMPARE(list->currentItem()->text().trimmed(), QString("16F84"));
+    const QList<QListWidgetItem*> found = list->findItems("16F628 ", Qt::MatchStartsWith);
+    QVERIFY(!found.isEmpty());
+    list->setCurrentItem(found.first());
+    QCOMPARE(panel->text(), QString("16F628"));
+    panel->click();
+    QVERIFY(list->isHidden());
+    QCOMPARE(h.state().device.name, std::string("16F628"));
+    QVERIFY(!h.Widget("frameMCLRE")->isHidden());
+    QCOMPARE(h.SettingsLines().at(2), std::string("16F628"));
+  }
+
+  void fuseButtonsChangeTheWordAndALoadedWordSetsThem() {
+    Harness h;
+    h.Select("16F84A");
+    h.Find<QRadioButton>("WDT_OFF")->click();
+    QCOMPARE(h.state().image.configWord, 0x3FFB);
+    QCOMPARE(h.Find<QLabel>("txtFuses")->text(), QString(" Fuse=3FFB"));
+    h.Find<QRadioButton>("PWRTE_ON")->click();
+    QCOMPARE(h.state().image.configWord, 0x3FF3);
+    h.Find<QRadioButton>("CP0_ON")->click();
+    QCOMPARE(h.state().image.configWord, 0x000F & 0x3FF3);
+
+    h.Open(h.Example("eeprom_16f84a.inhx8m.hex"));
+    QCOMPARE(h.state().image.configWord, 0x3FF1);
+    QCOMPARE(h.Find<QLabel>("txtFuses")->text(), QString(" Fuse=3FF1"));
+    QVERIFY(h.Find<QRadioButton>("WDT_OFF")->isChecked());
+    QVERIFY(h.Find<QRadioButton>("PWRTE_ON")->isChecked());
+    QVERIFY(h.Find<QRadioButton>("CP0_OFF")->isChecked());
+    QCOMPARE(h.Find<QComboBox>("cmbOSC")->currentIndex(), 1);
+    QCOMPARE(h.Find<QLabel>("lblArq")->text(), QString("eeprom_16f84a.inhx8m.hex"));
+    QCOMPARE(h.fileRequests.at(0).filter,
+             std::string("Microchip HEX file|*.HEX|Paralax Object file|*.OBJ|Binary file|*.BIN"));
+
+    // The oscillator list sets the low bits; an ID box keeps at most 3FFF.
+    h.Find<QComboBox>("cmbOSC")->activated(2);
+    QCOMPARE(h.state().image.configWord, 0x3FF2);
+    auto* id2 = h.Find<QLineEdit>("txtID2");
+    id2->setText("4000");
+    emit id2->editingFinished();
+    QCOMPARE(id2->text(), QString("3FFF"));
+    QCOMPARE(h.state().image.idWords[2], 0x3FFF);
+  }
+
+  void clickingAWordEditsItInTheWordEditor() {
+    Harness h;
+    auto* list = h.Find<QListWidget>("MList1");
+    bool clickedDuringEdit = false;
+    h.onDialog = [&](QDialog& dialog) {
+      auto* editor = dynamic_cast<EditDialog*>(&dialog);
+      QVERIFY(editor != nullptr);
+      QCOMPARE(dialog.windowTitle(), QString("Edit Program Memory"));
+      auto* address = dialog.findChild<QLineEdit*>("txtAddress");
+      auto* data = dialog.findChild<QLineEdit*>("txtData");
+      QCOMPARE(address->text(), QString("0002"));
+      QCOMPARE(data->text(), QString("3FFF"));
+      data->setText("1234");
+      QTest::keyClick(data, '+');
+      QCOMPARE(address->text(), QString("0003"));
+      data->setText("ABC");
+      QTest::keyClick(data, Qt::Key_Return);
+      dialog.findChild<QRadioButton*>("opDec")->click();
+      QCOMPARE(data->text(), QString("2748"));
+      // Every command waits while the editor is open.
+      h.Find<QPushButton>("cmdBuff")->click();
+      clickedDuringEdit = true;
+      QCOMPARE(h.state().image.programBuffer[2], 0x1234);
+    };
+    const int charWidth = list->fontMetrics().horizontalAdvance(QChar('0'));
+    const QRect row = list->visualItemRect(list->item(0));
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, QPoint(2 + charWidth * 18, row.center().y()));
+    QCOMPARE(h.dialogs, std::vector<std::string>{"frmEditP"});
+    QVERIFY(clickedDuringEdit);
+    QCOMPARE(h.state().image.programBuffer[2], 0x1234);
+    QCOMPARE(h.state().image.programBuffer[3], 0xABC);
+    QCOMPARE(list->item(0)->text(), QString("0000: 3FFF 3FFF 1234 0ABC 3FFF 3FFF 3FFF 3FFF "));
+    h.Find<QPushButton>("cmdBuff")->click();
+    QCOMPARE(h.state().image.programBuffer[2], 0x3FFF);
+  }
+
+  void dataListingEditsTheDataEeprom() {
+    Harness h;
+    h.Select("16F628");
+    auto* list = h.Find<QListWidget>("MList2");
+    h.onDialog = [](QDialog& dialog) {
+      QCOMPARE(dialog.windowTitle(), QString("Edit Data Memory"));
+      QCOMPARE(dialog.findChild<QLineEdit*>("txtAddress")->text(), QString("09"));
+      dialog.findChild<QLineEdit*>("txtData")->setText("5A");
+      dialog.findChild<QPushButton*>("cmdOK")->click();
+    };
+    const int charWidth = list->fontMetrics().horizontalAdvance(QChar('0'));
+    const QRect row = list->visualItemRect(list->item(1));
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, QPoint(2 + charWidth * 8, row.center().y()));
+    QCOMPARE(h.state().image.dataBuffer[9], int16_t{0x5A});
+    QCOMPARE(list->item(1)->text(), QString("08: FF 5A FF FF FF FF FF FF "));
+  }
+
+  void commandsReportTheirMessages() {
+    Harness h;
+    h.Action("mnuCheck")->trigger();
+    QVERIFY(HasMessage(h, "Not impemented yet!"));
+    auto* write = h.Find<QPushButton>("cmdWrite");
+    QVERIFY(!write->isEnabled());
+    QVERIFY(write->toolTip().contains("Not available yet"));
+    QTest::keyClick(h.window.get(), Qt::Key_Return);  // Enter runs Write, which is not there yet
+    QVERIFY(h.messages.size() == 1);
+
+    h.Action("mnuSQTP")->trigger();
+    QCOMPARE(h.messages.back().text, std::string("You need to open a HEX file first..."));
+    QCOMPARE(h.messages.back().title, std::string("Quorvi error"));
+
+    h.Open((h.home.path() / "missing.hex").string());
+    QVERIFY(h.messages.size() >= 3);
+
+    h.Select("16F84A");
+    h.Open(h.Example("eeprom_16f84a.inhx8m.hex"));
+    const size_t before = h.messages.size();
+    h.files.push_back((h.home.path() / "saved").string());
+    h.Find<QPushButton>("cmdSave")->click();
+    QCOMPARE(h.messages.size(), before);
+    QCOMPARE(h.questions.back().text, std::string("Save ID and FUSES informations?"));
+    QCOMPARE(h.fileRequests.back().filter, std::string("Data file|*.HEX"));
+    const std::string saved = ReadFile(h.home.path() / "saved.HEX");
+    QVERIFY(saved.find(":00000001FF") != std::string::npos);
+
+    h.Find<QPushButton>("cmdStat")->click();
+    QVERIFY(h.Find<QListWidget>("MList1")->item(0)->text().startsWith("0000:    0"));
+    h.Find<QPushButton>("cmdStat")->click();
+    QVERIFY(h.Find<QListWidget>("MList1")->item(0)->text().startsWith("0000: 1683"));
+  }
+
+  void serialNumberingThroughTheDialog() {
+    Harness h;
+    h.Select("16F84A");
+    const std::string image = h.Example("eeprom_16f84a.inhx8m.hex");
+    h.Open(image);
+    h.inputs = {"41", "4", "1", "1000", "9"};
+    h.onDialog = [&h](QDialog& dialog) {
+      QCOMPARE(dialog.objectName(), QString("frmSQTP"));
+      dialog.findChild<QPushButton*>("panelSQTP")->click();
+      dialog.findChild<QPushButton*>("panelSize")->click();
+      dialog.findChild<QPushButton*>("panelInc")->click();
+      dialog.findChild<QPushButton*>("panelStart")->click();
+      dialog.findChild<QPushButton*>("panelSize")->click();  // 9 is refused
+      QCOMPARE(dialog.findChild<QLabel*>("ledSQTP")->text(), QString("000000000000041"));
+      QCOMPARE(dialog.findChild<QLabel*>("ledSize")->text(), QString("004"));
+      QCOMPARE(dialog.findChild<QLabel*>("ledStart")->text(), QString("01000"));
+      dialog.findChild<QPushButton*>("cmdOK")->click();
+    };
+    h.Action("mnuSQTP")->trigger();
+    QVERIFY(h.Action("mnuSQTP")->isChecked());
+    QCOMPARE(h.inputPrompts.at(2), std::string("Enter the increment"));
+    QCOMPARE(h.Find<QPushButton>("ledSQTP")->text(), QString("0041"));
+    const std::filesystem::path companion = h.home.path() / "eeprom_16f84a.inhx8m.SQT";
+    QCOMPARE(Lines(ReadFile(companion)).at(0), std::string("41"));
+    QCOMPARE(h.state().serial.size, int16_t{4});
+    h.Action("mnuSQTP")->trigger();
+    QVERIFY(!h.Action("mnuSQTP")->isChecked());
+  }
+
+  void portAndModeMenusRewriteTheSettingsFile() {
+    Harness h;
+    h.Action("mnuProd")->trigger();
+    QCOMPARE(h.SettingsLines().at(1), std::string("PROD"));
+    QVERIFY(h.Action("mnuProd")->isChecked());
+    QVERIFY(!h.Action("mnuProt")->isChecked());
+    QVERIFY(h.Widget("panelMax")->isEnabled());
+
+    h.inputs = {"12"};
+    h.Find<QPushButton>("panelMax")->click();
+    QCOMPARE(h.messages.back().text, std::string("Voltage to high"));
+    h.inputs = {"5"};
+    h.Find<QPushButton>("panelMin")->click();
+    QCOMPARE(h.Find<QLabel>("ledMin")->text(), QString("5"));
+    QCOMPARE(h.SettingsLines().size(), size_t{5});
+
+    h.inputs = {"3BC"};
+    h.Action("mnuchangeadd")->trigger();
+    QCOMPARE(h.inputPrompts.back(), std::string("Enter new porta address (hex format)"));
+    QVERIFY(h.Action("mnuLpt")->isChecked());
+    QCOMPARE(h.Action("mnuLpt")->text(), QString("LPT? on 3BCh"));
+    QCOMPARE(h.SettingsLines().at(0), std::string("LPT 3BC"));
+    h.Action("mnuLpt2")->trigger();
+    QCOMPARE(h.SettingsLines().at(0).substr(0, 4), std::string("LPT2"));
+    QVERIFY(h.Action("mnuLpt2")->isChecked());
+    QVERIFY(!h.Action("mnuLpt")->isChecked());
+    // The simulated board stays the port for the run.
+    QVERIFY(h.Find<QLabel>("lblPort")->text().contains("simulated board"));
+  }
+
+  void theAdjustDialogSwitchesSupplies() {
+    Harness h;
+    h.inputs = {"-2", "7"};
+    h.onDialog = [&h](QDialog& dialog) {
+      auto* adjust = dynamic_cast<AdjustDialog*>(&dialog);
+      QVERIFY(adjust != nullptr);
+      auto* status = dialog.findChild<QLabel*>("txtStatus");
+      dialog.findChild<QPushButton*>("cmdVpp2")->click();
+      dialog.findChild<QPushButton*>("cmdVpp2")->click();
+      QCOMPARE(status->text(), QString("Check for 13V on Textool pin 1"));
+      QVERIFY((h.state().link.outputShadow() & 0x10) != 0);
+      dialog.findChild<QPushButton*>("ledVDD")->click();
+      QCOMPARE(h.messages.back().text, std::string("wrong value"));
+      dialog.findChild<QPushButton*>("ledVDD")->click();
+      QCOMPARE(dialog.findChild<QPushButton*>("ledVDD")->text(), QString("7.0"));
+      dialog.findChild<QPushButton*>("cmdVpp3")->click();
+      dialog.findChild<QPushButton*>("cmdVdd")->click();
+      QCOMPARE(status->text(), QString("Check for 5V on Textool pin 11"));
+      adjust->Close(false);
+    };
+    h.Find<QPushButton>("cmdAjuste")->click();
+    QCOMPARE(h.dialogs, std::vector<std::string>{"frmAdjust"});
+    const uint8_t lines = h.state().link.outputShadow();
+    QVERIFY((lines & 0x20) == 0);  // Vpp3 stays on
+    QVERIFY((lines & 0x04) != 0);  // Vdd off
+  }
+
+  void helpAndAboutOpenTheirWindows() {
+    Harness h;
+    h.Action("mnuHelp2")->trigger();
+    h.Find<QPushButton>("cmdHelp")->click();
+    h.Action("mnuAbout")->trigger();
+    QCOMPARE(h.dialogs, (std::vector<std::string>{"frmHelp", "frmHelp", "frmAbout"}));
+  }
+
+  void aPortThatCannotOpenIsReportedAtActivation() {
+    Harness h("", "/nonexistent/parport9");
+    QVERIFY(!h.messages.empty());
+    QCOMPARE(h.messages.front().title, std::string("Inicialização da porta"));
+    QVERIFY(h.messages.front().text.rfind("O driver retornou o valor ", 0) == 0);
+    QVERIFY(h.Find<QLabel>("lblPort")->text().contains("not open"));
+    QCOMPARE(h.Find<QPushButton>("panelDevice")->text(), QString("16F84"));
+  }
+
+  void legacyOptionsDriveTheWindow() {
+    test::TempDir files;
+    const std::filesystem::path image = files.path() / "a.hex";
+    std::filesystem::copy_file(std::filesystem::path(QUORVI_EXAMPLES_DIR) / "eeprom_16f628a.inhx8m.hex", image);
+    Harness h("/D:16F628A /F:" + image.string() + " /Q");
+    QCOMPARE(h.Find<QPushButton>("panelDevice")->text(), QString("16F628A"));
+    QCOMPARE(h.state().device.name, std::string("16F628A"));
+    QCOMPARE(h.Find<QLabel>("lblArq")->text(), QString("a.hex"));
+    QVERIFY(h.state().image.programBuffer[0] != 0x3FFF);
+    QVERIFY(h.window->isMinimized());
+    QCOMPARE(h.terminated, std::vector<int>{0});
+  }
+};
+
+int main(int argc, char** argv) {
+  if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+  QApplication app(argc, argv);
+  GuiTest test;
+  return QTest::qExec(&test, argc, argv);
+}
+
+#include "gui_test.moc"
