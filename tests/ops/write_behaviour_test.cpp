@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
+#include <filesystem>
 #include <string>
 
 #include "image/open_command.h"
@@ -293,15 +295,87 @@ TEST(WriteStart, BlankTestOfAProgrammedChipAsksOrLogsInQuietMode) {
 
 TEST(WriteStart, BlankTestYesGoesOnAndWritesFromAddressZero) {
   sim::ChipState chip = test::BlankChip("16F84A");
-  chip.program[3] = 0x3FFF;
+  chip.program[3] = 0x0000;
   test::SimApp sim(chip, "16F84A");
   PatternImage(sim.state(), 0x3FF1);
   sim.state().options.chkTestBlank = true;
   test::RecordingUi ui;
+  ui.answers = {true};
   ASSERT_TRUE(cmdWrite(sim.state(), ui).ok());
-  EXPECT_TRUE(ui.questions.empty());
+  EXPECT_EQ(ui.questions.size(), 1U);
+  EXPECT_EQ(sim.chip().program[3], sim.state().image.programBuffer[3]);
   EXPECT_EQ(sim.chip().program[0], sim.state().image.programBuffer[0]);
   EXPECT_EQ(ui.sounds.size(), 1U);
+}
+
+TEST(WriteStart, AnImageFileChangedSinceItWasOpenedIsReloaded) {
+  test::SimApp sim("16F84A");
+  AppState& state = sim.state();
+  const std::string path = (sim.home.path() / "board.HEX").string();
+  sim.home.Write("board.HEX", ":020000003412B8\n:00000001FF\n");
+  const OpenedImage opened = OpenImageCommand(path, state.device, state.image, state.serial);
+  ASSERT_TRUE(opened.load.loaded);
+  ASSERT_EQ(state.image.programBuffer[0], 0x1234);
+  state.imagePath = path;
+  state.imageTimeStamp = opened.timeStamp;
+  // Word 0 becomes 0456h in the file; the write must take the file's word.
+  sim.home.Write("board.HEX", ":020000005604A4\n:00000001FF\n");
+  std::filesystem::last_write_time(path, *opened.timeStamp + std::chrono::seconds(2));
+  test::RecordingUi ui;
+  ASSERT_TRUE(cmdWrite(state, ui).ok());
+  EXPECT_EQ(state.image.programBuffer[0], 0x0456);
+  EXPECT_EQ(sim.chip().program[0], 0x0456);
+  EXPECT_EQ(state.imageTimeStamp, FileTimeStamp(path));
+}
+
+TEST(WriteStart, QuietSuccessLeavesNoLogAndPlaysTheSound) {
+  test::SimApp sim("16F628A");
+  PatternImage(sim.state(), 0x2171);
+  sim.state().commandLine.quiet = true;
+  sim.state().settings.mode = "PROD";
+  test::RecordingUi ui;
+  const OpResult result = cmdWrite(sim.state(), ui);
+  ASSERT_TRUE(result.ok());
+  EXPECT_FALSE(std::filesystem::exists(sim.home.path() / "quorvi2.err"));
+  EXPECT_TRUE(ui.terminated.empty());
+  EXPECT_EQ(ui.sounds.size(), 1U);
+  EXPECT_EQ(ui.statusBar, op_text::kOperationOk);
+  // Production mode verifies at both margins after writing.
+  const auto& texts = ui.statusTexts;
+  EXPECT_NE(std::find(texts.begin(), texts.end(), op_text::kPassAtVddMin), texts.end());
+  EXPECT_NE(std::find(texts.begin(), texts.end(), op_text::kPassAtVddMax), texts.end());
+}
+
+TEST(SerialEepromHandOver, WriteAndVerifyRunTheEepromOperations) {
+  test::SimApp sim("24C02");
+  AppState& state = sim.state();
+  for (int32_t a = 0; a <= state.device.programSize; ++a) {
+    state.image.programBuffer[static_cast<size_t>(a)] = (a * 13 + 7) & 0xFF;
+  }
+  test::RecordingUi ui;
+  ASSERT_TRUE(cmdWrite(state, ui).ok());
+  for (int32_t a = 0; a <= state.device.programSize; ++a) {
+    ASSERT_EQ(sim.chip().program[static_cast<size_t>(a)], (a * 13 + 7) & 0xFF) << a;
+  }
+  EXPECT_TRUE(cmdCompare(state, ui).ok());
+  sim.chip().program[9] ^= 0x40;
+  EXPECT_FALSE(cmdCompare(state, ui).ok());
+}
+
+TEST(Durations, ProductionVerifyTakesLongerThanPrototype) {
+  test::SimApp sim("16F84A");
+  PatternImage(sim.state(), 0x3FF1);
+  test::RecordingUi ui;
+  const OpResult written = cmdWrite(sim.state(), ui);
+  ASSERT_TRUE(written.ok());
+  const OpResult prototype = cmdCompare(sim.state(), ui);
+  sim.state().settings.mode = "PROD";
+  const OpResult production = cmdCompare(sim.state(), ui);
+  ASSERT_TRUE(prototype.ok());
+  ASSERT_TRUE(production.ok());
+  EXPECT_GT(prototype.durationNs, 0);
+  EXPECT_GT(production.durationNs, prototype.durationNs + 500'000'000);
+  EXPECT_GT(written.durationNs, prototype.durationNs);
 }
 
 }  // namespace
