@@ -346,6 +346,46 @@ TEST(WriteStart, QuietSuccessLeavesNoLogAndPlaysTheSound) {
   EXPECT_NE(std::find(texts.begin(), texts.end(), op_text::kPassAtVddMax), texts.end());
 }
 
+TEST(WriteFinish, AConfigurationWordThatDoesNotTakeIsReportedOrLogged) {
+  for (const bool quiet : {false, true}) {
+    sim::ChipState chip = test::BlankChip("16F84A");
+    chip.faults.neverProgram = {0x2007};
+    test::SimApp sim(chip, "16F84A");
+    PatternImage(sim.state(), 0x3FF1);
+    sim.state().commandLine.quiet = quiet;
+    test::RecordingUi ui;
+    const OpResult result = cmdWrite(sim.state(), ui);
+    EXPECT_TRUE(sim.PoweredDown());
+    EXPECT_NE(ui.statusBar, op_text::kOperationOk);
+    if (quiet) {
+      EXPECT_EQ(result.outcome, OpOutcome::kTerminated);
+      EXPECT_EQ(sim.home.Read("quorvi2.err"), std::string(op_text::quiet::kFuseWriteFailed) + "\n");
+    } else {
+      EXPECT_EQ(result.outcome, OpOutcome::kFailed);
+      ASSERT_EQ(ui.messages.size(), 1U);
+      EXPECT_EQ(ui.messages[0],
+                (UserMessage{op_text::kErrorWritingFuses, title::kQuorvi2Error, MessageIcon::kCritical}));
+    }
+  }
+}
+
+// The 16F62x leave their last word out for the calibration (oscList 5 and
+// 10) and run one address further by name: the two cancel, so the loop
+// writes the last word and stops there.
+TEST(FlashLoop, A16F62NameRunsOneAddressFurtherThanItsOscillatorListSays) {
+  for (const char* name : {"16F628", "16F627A"}) {
+    test::SimApp sim(name);
+    PatternImage(sim.state(), 0x3FF1 & sim.info().configBits);
+    const auto last = static_cast<size_t>(sim.state().device.programSize);
+    sim.state().image.programBuffer[last] = 0x0123;
+    sim.state().image.programBuffer[last + 1] = 0x3FFF;
+    test::RecordingUi ui;
+    ASSERT_TRUE(cmdWrite(sim.state(), ui).ok()) << name;
+    EXPECT_EQ(sim.state().cycleTable[last], 1) << name;
+    EXPECT_EQ(sim.chip().program[last], 0x0123) << name;
+  }
+}
+
 TEST(SerialEepromHandOver, WriteAndVerifyRunTheEepromOperations) {
   test::SimApp sim("24C02");
   AppState& state = sim.state();
