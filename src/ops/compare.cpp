@@ -233,13 +233,21 @@ OpResult cmdCompare(AppState& state, UiHost& ui) {
   if (production) {
     ui.ShowStatus(op_text::kComparingAtVddMin);
     outcome = run(programPass(frame, VddLevel::kMin));
-    if (outcome == OpOutcome::kNoDevice || outcome == OpOutcome::kTerminated) return frame.Finish(outcome);
+    if (outcome == OpOutcome::kTerminated) return frame.Finish(outcome);
+    if (outcome == OpOutcome::kNoDevice) {
+      frame.End();
+      return frame.Finish(outcome);
+    }
     ui.ShowStatus(op_text::kComparingAtVddMax);
     outcome = run(programPass(frame, VddLevel::kMax));
   } else {
     outcome = run(programPass(frame, VddLevel::kNormal));
   }
-  if (outcome == OpOutcome::kNoDevice || outcome == OpOutcome::kTerminated) return frame.Finish(outcome);
+  if (outcome == OpOutcome::kTerminated) return frame.Finish(outcome);
+  if (outcome == OpOutcome::kNoDevice) {
+    frame.End();
+    return frame.Finish(outcome);
+  }
 
   if (pic18) {
     // UNFINISHED: no 18F configuration compare yet; the supply goes back as the pass would leave it.

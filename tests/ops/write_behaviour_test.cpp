@@ -402,6 +402,23 @@ TEST(SerialEepromHandOver, WriteAndVerifyRunTheEepromOperations) {
   EXPECT_FALSE(cmdCompare(state, ui).ok());
 }
 
+TEST(NoDevice, WriteAndVerifyShowTheMessageAndLeaveThePortAlone) {
+  for (const bool write : {true, false}) {
+    test::SimApp sim(test::BlankChip("16F84A"), "");
+    (void)sim.TakeWrites();
+    test::RecordingUi ui;
+    const OpResult result = write ? cmdWrite(sim.state(), ui) : cmdCompare(sim.state(), ui);
+    EXPECT_EQ(result.outcome, OpOutcome::kNoDevice);
+    ASSERT_EQ(ui.messages.size(), 1U);
+    EXPECT_EQ(ui.messages[0].text, op_text::kSelectProcessor);
+    EXPECT_EQ(ui.messages[0].title, title::kQuorvi2Error);
+    EXPECT_FALSE(ui.statusVisible);
+    if (write) {
+      EXPECT_TRUE(sim.TakeWrites().empty());
+    }
+  }
+}
+
 TEST(Durations, ProductionVerifyTakesLongerThanPrototype) {
   test::SimApp sim("16F84A");
   PatternImage(sim.state(), 0x3FF1);
