@@ -11,6 +11,10 @@ namespace quorvi {
 /// mode: the caller returns at once).
 OpOutcome CompareProgramPass(OperationFrame& frame, VddLevel level);
 
+/// The same pass for the 18F family: the program memory through the 18F
+/// read. UNFINISHED: the 18F ID and configuration bytes are not compared.
+OpOutcome CompareProgramPass18(OperationFrame& frame, VddLevel level);
+
 /// One configuration-word compare pass at `level`; returns the supply to
 /// 5.0 V at its end. A difference is reported but leaves `operationFailed`.
 OpOutcome CompareConfigPass(OperationFrame& frame, VddLevel level);

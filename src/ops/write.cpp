@@ -2,6 +2,7 @@
 #include "ops/write.h"
 
 #include <algorithm>
+#include <array>
 #include <optional>
 
 #include "device/fuses.h"
@@ -11,6 +12,7 @@
 #include "ops/config_write.h"
 #include "ops/op_texts.h"
 #include "ops/serial_eeprom_handover.h"
+#include "protocol/pic18_protocol.h"
 
 namespace quorvi {
 
@@ -75,6 +77,7 @@ class Writer {
   std::optional<WriteError> BlockLoop();
   std::optional<WriteError> OtpLoop();
   std::optional<WriteError> DataEeprom();
+  std::optional<WriteError> Write18F();
   std::optional<WriteError> IdWords();
   int16_t ProgramOnly(int word);
   int16_t ProgramOtp(int word);
@@ -287,6 +290,47 @@ std::optional<WriteError> Writer::DataEeprom() {
   return std::nullopt;
 }
 
+// After the preparation, single-panel writes of eight bytes (four words)
+// each, every one started by its last table write and the P9 hold; the data
+// EEPROM through EECON1. UNFINISHED: the 18F ID and configuration bytes are
+// not written yet.
+std::optional<WriteError> Writer::Write18F() {
+  Pic18Protocol pic18(protocol_);
+  // The flash cells only go from 1 to 0: the erase the option asks for comes first.
+  if (state_.options.chkErase) pic18.BulkErase();
+  pic18.PrepareWrite();
+  frame_.ui().ShowStatus(op_text::kWritingData);
+  const int32_t n = device_.programSize;
+  const int32_t stride = ProgressStride(n);
+  constexpr int32_t kWordsPerWrite = static_cast<int32_t>(kPanelBufferBytes / 2);
+  constexpr int kErased18 = 0xFFFF;
+  for (int32_t w = 0; w <= n; w += kWordsPerWrite) {
+    std::array<uint8_t, kPanelBufferBytes> bytes{};
+    bool erased = true;
+    for (int32_t k = 0; k < kWordsPerWrite; ++k) {
+      if ((w + k) % stride == 0 || w + k == n) frame_.Progress(w + k, n);
+      const int word = w + k <= n ? Word(w + k) & kErased18 : kErased18;
+      if (word != kErased18) erased = false;
+      bytes[static_cast<size_t>(2 * k)] = static_cast<uint8_t>(word & kByteMask);
+      bytes[static_cast<size_t>(2 * k + 1)] = static_cast<uint8_t>(word >> 8);
+    }
+    if (erased) continue;
+    const auto address = static_cast<uint32_t>(w) * 2U;
+    pic18.BeginBlock(address);
+    pic18.LoadPanelBuffer(address, bytes, true);
+    for (int32_t k = 0; k < kWordsPerWrite; ++k) Cycles(w + k, 1);
+  }
+  const int32_t bytesOfData = std::min<int32_t>(device_.dataBytes, kMaxDataBytes);
+  if (state_.options.opEEdata && bytesOfData >= 1) {
+    frame_.ui().ShowStatus(op_text::kWritingEeData);
+    for (int32_t j = 0; j < bytesOfData; ++j) {
+      const int value = state_.image.dataBuffer[static_cast<size_t>(j)] & kByteMask;
+      if (!pic18.WriteDataEeprom(j, value) || pic18.ReadDataEeprom(j) != value) return WriteError{j};
+    }
+  }
+  return std::nullopt;
+}
+
 // The ID words sit at 2000h..2003h (14-bit core) or right after program
 // memory (12-bit core, where the program loop leaves the counter).
 std::optional<WriteError> Writer::IdWords() {
@@ -323,13 +367,13 @@ OpResult Writer::Run() {
   frame_.Begin(op_text::kWritingData);
   std::fill(state_.cycleTable.begin(), state_.cycleTable.end(), int16_t{0});
   frame_.PowerUp(WritePlan(state_));
-  if (device_.family == family::kPic18) return Pic18Unavailable(frame_);
+  const bool pic18 = device_.family == family::kPic18;
 
-  if (state_.options.chkTestBlank) {
+  if (!pic18 && state_.options.chkTestBlank) {
     OpOutcome ended = OpOutcome::kOk;
     if (!BlankTest(ended)) return Fail(ended);
   }
-  if (state_.options.chkErase && IsFlashFamily(device_.family)) EraseFirst();
+  if (!pic18 && state_.options.chkErase && IsFlashFamily(device_.family)) EraseFirst();
   ui.ShowStatus(op_text::kWritingData);
 
   std::optional<WriteError> error;
@@ -338,11 +382,12 @@ OpResult Writer::Run() {
     case 8: error = FlashLoop(); break;
     case 6: error = PairLoop(); break;
     case 9: error = BlockLoop(); break;
+    case family::kPic18: error = Write18F(); break;
     default: error = OtpLoop(); break;
   }
   if (!error && frame_.is12Bit()) error = IdWords();
   if (!error && device_.family != 6 && IsFlashFamily(device_.family)) error = DataEeprom();
-  if (!error && !frame_.is12Bit()) error = IdWords();
+  if (!error && !frame_.is12Bit() && !pic18) error = IdWords();
   if (error) {
     frame_.PowerDown();
     return Fail(frame_.ReportFailure(
@@ -350,21 +395,22 @@ OpResult Writer::Run() {
         op_text::quiet::kWriteFailed));
   }
 
-  if (!WriteConfiguration(frame_)) {
+  if (!pic18 && !WriteConfiguration(frame_)) {
     frame_.PowerDown();
     return Fail(frame_.ReportFailure({op_text::kErrorWritingFuses, title::kQuorvi2Error, MessageIcon::kCritical},
                                      op_text::quiet::kFuseWriteFailed));
   }
   frame_.PowerDown();
 
+  const auto pass = pic18 ? CompareProgramPass18 : CompareProgramPass;
   if (state_.productionMode()) {
     for (const VddLevel level : {VddLevel::kMin, VddLevel::kMax}) {
-      const OpOutcome outcome = CompareProgramPass(frame_, level);
+      const OpOutcome outcome = pass(frame_, level);
       if (outcome == OpOutcome::kTerminated) return frame_.Finish(outcome);
       if (outcome != OpOutcome::kOk) return Fail(OpOutcome::kFailed);
     }
   } else {
-    const OpOutcome outcome = CompareProgramPass(frame_, VddLevel::kNormal);
+    const OpOutcome outcome = pass(frame_, VddLevel::kNormal);
     if (outcome == OpOutcome::kTerminated) return frame_.Finish(outcome);
     if (outcome != OpOutcome::kOk) return Fail(OpOutcome::kFailed);
   }

@@ -141,6 +141,51 @@ TEST_P(WriteEveryPic, ChipHoldsTheImageAndVerifyFindsAChangedCell) {
   EXPECT_TRUE(sim.PoweredDown());
 }
 
+class WriteEvery18F : public ::testing::TestWithParam<std::string> {};
+
+TEST_P(WriteEvery18F, ChipHoldsTheProgramAndDataAndVerifyFindsAChangedWord) {
+  const std::string name = GetParam();
+  test::SimApp sim(name);
+  AppState& state = sim.state();
+  const DeviceDescriptor& d = state.device;
+  MemoryImage& image = state.image;
+  if (name == "18F452") {
+    const LoadReport report =
+        LoadImageFile(std::string(QUORVI_EXAMPLES_DIR) + "/blink_18f452.inhx32.hex", false, d, image);
+    ASSERT_TRUE(report.loaded);
+  } else {
+    for (int32_t i = 0; i <= d.programSize; ++i) {
+      // Whole erased runs stay erased, so the write skips some blocks.
+      image.programBuffer[static_cast<size_t>(i)] = (i / 64) % 3 == 2 ? 0xFFFF : (i * 0x3B1 + 0x1234) & 0xFFFF;
+    }
+  }
+  for (int32_t j = 0; j < d.dataBytes; ++j) image.dataBuffer[static_cast<size_t>(j)] = static_cast<int16_t>((j * 7 + 3) & 0xFF);
+
+  test::RecordingUi ui;
+  const OpResult written = cmdWrite(state, ui);
+  ASSERT_EQ(written.outcome, OpOutcome::kOk) << (ui.messages.empty() ? "" : ui.messages[0].text);
+  EXPECT_EQ(ui.statusBar, op_text::kOperationOk);
+  EXPECT_TRUE(sim.PoweredDown());
+  sim.board().Sync();
+  for (int32_t i = 0; i <= d.programSize; ++i) {
+    ASSERT_EQ(sim.chip().program[static_cast<size_t>(i)], image.programBuffer[static_cast<size_t>(i)] & 0xFFFF)
+        << name << " at " << AddressText(i);
+  }
+  for (size_t j = 0; j < sim.chip().data.size(); ++j) ASSERT_EQ(sim.chip().data[j], image.dataBuffer[j]) << j;
+
+  test::RecordingUi verifyUi;
+  EXPECT_TRUE(cmdCompare(state, verifyUi).ok()) << name;
+  const int32_t changed = d.programSize / 3;
+  sim.chip().program[static_cast<size_t>(changed)] ^= 0x0100;
+  test::RecordingUi differUi;
+  EXPECT_EQ(cmdCompare(state, differUi).outcome, OpOutcome::kFailed);
+  ASSERT_FALSE(differUi.messages.empty());
+  EXPECT_EQ(differUi.messages[0].text, op_text::kPicNotEqualAt + AddressText(changed));
+  EXPECT_EQ(state.operationFailed, kTrue);
+}
+
+INSTANTIATE_TEST_SUITE_P(Catalogue, WriteEvery18F, ::testing::Values("18F252", "18F258", "18F452", "18F458"));
+
 INSTANTIATE_TEST_SUITE_P(Catalogue, WriteEveryPic, ::testing::ValuesIn(CataloguePics()),
                          [](const ::testing::TestParamInfo<std::string>& p) { return "PIC" + p.param; });
 
