@@ -64,6 +64,8 @@ struct AppState {
   int16_t savedBandgap = 0;
   /// Set by a failed compare; the write reads it after its verify.
   Flag operationFailed = kFalse;
+  /// The small field beside the device: silicon revision or calibration word.
+  std::string txtCal;
 
   bool quiet() const { return commandLine.quiet; }
   bool productionMode() const { return settings.mode == "PROD"; }

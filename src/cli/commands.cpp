@@ -11,6 +11,9 @@
 #include "image/image_writer.h"
 #include "image/listing.h"
 #include "image/open_command.h"
+#include "ops/blank_erase.h"
+#include "ops/config_write.h"
+#include "ops/read.h"
 #include "app/command_line.h"
 #include "util/arith.h"
 #include "util/atomic_file.h"
@@ -49,7 +52,85 @@ void PrintOptionList(const std::string& cataloguePath, const std::string& key, c
   }
 }
 
+// An operation's exit status, with the time it took (on the virtual clock,
+// an estimate of the time on real hardware).
+int Finished(CliSession& session, const OpResult& result, const char* what) {
+  const bool simulated = dynamic_cast<VirtualClock*>(session.state().clock.get()) != nullptr;
+  std::fprintf(stderr, "%s %s in %.1f ms%s\n", what, result.ok() ? "done" : "failed", result.durationMs(),
+               simulated ? " (estimated time on a real port)" : "");
+  return result.ok() ? 0 : 1;
+}
+
+// The fuse buttons each name turns on and off; protection fuses are on at 0.
+struct FuseButtons {
+  const char* fuse;
+  const char* on;
+  const char* off;
+};
+constexpr FuseButtons kFuseButtons[] = {
+    {"WDTE", "WDT_ON", "WDT_OFF"},     {"PWRTE", "PWRTE_ON", "PWRTE_OFF"},    {"MCLRE", "MCLRE_EXT", "MCLRE_INT"},
+    {"BODEN", "BODEN_ON", "BODEN_OFF"}, {"MPEEN", "MPEEN_ON", "MPEEN_OFF"}, {"LVP", "LVP_ON", "LVP_OFF"},
+    {"CP0", "CP0_ON", "CP0_OFF"},      {"CP1", "CP1_ON", "CP1_OFF"},        {"CPD", "CPD_ON", "CPD_OFF"},
+    {"BKB", "DEBUG_ON", "DEBUG_OFF"},  {"WRT", "cmbWRT:ON", "cmbWRT:OFF"},
+};
+
 }  // namespace
+
+int ReadChip(CliSession& session, const std::string& out) {
+  AppState& state = session.state();
+  const OpResult result = cmdRead(state, session.ui(), read_mode::kFull);
+  const int status = Finished(session, result, "Read");
+  if (status != 0 || out.empty()) return status;
+  DeviceDescriptor device = state.device;
+  Result<std::string> saved = SaveHexCommand(out, device, state.image, SaveIdAnswer::kYes);
+  if (!saved) return Fail(saved.message());
+  std::printf("Saved %s\n", saved.value().c_str());
+  return 0;
+}
+
+int BlankCheck(CliSession& session) {
+  return Finished(session, cmdBlank(session.state(), session.ui()), "Blank check");
+}
+
+int EraseChip(CliSession& session, bool blankCalibration) {
+  return Finished(session, cmdFill(session.state(), session.ui(), blankCalibration), "Erase");
+}
+
+int WriteFuses(CliSession& session, const std::vector<std::string>& settings, std::optional<int> oscillator,
+               std::optional<std::string> word, std::optional<std::string> brownOut) {
+  AppState& state = session.state();
+  int32_t config = state.image.configWord;
+  if (word) config = HexVal(*word);
+  for (const std::string& setting : settings) {
+    const size_t equals = setting.find('=');
+    const std::string fuse = setting.substr(0, equals);
+    const std::string value = equals == std::string::npos ? "" : setting.substr(equals + 1);
+    if (value != "on" && value != "off") return Fail("--set " + setting + ": give NAME=on or NAME=off");
+    const FuseButtons* buttons = nullptr;
+    for (const FuseButtons& candidate : kFuseButtons) {
+      if (fuse == candidate.fuse) buttons = &candidate;
+    }
+    if (buttons == nullptr || FuseMask(state.device, fuse) == 0) {
+      return Fail("--set " + setting + ": the " + state.device.name + " has no fuse " + fuse +
+                  " (see: quorvi2-cli info " + state.device.name + ")");
+    }
+    config = *ApplyFuseButton(state.device, config, state.blankWord, value == "on" ? buttons->on : buttons->off);
+  }
+  if (brownOut) {
+    const std::optional<int32_t> changed = ApplyFuseButton(state.device, config, state.blankWord, "op" + *brownOut);
+    if (!changed || FuseMask(state.device, "BORV0") == 0) return Fail("--brown-out " + *brownOut + ": not for this device");
+    config = *changed;
+  }
+  if (oscillator) {
+    Result<OptionList> list = FillOptionList(state.paths.Catalogue(), std::to_string(state.device.oscList) + "OSC");
+    const int entries = list ? static_cast<int>(list.value().entries.size()) : 0;
+    if (*oscillator < 0 || *oscillator >= entries) return Fail("--osc: choose an entry of the oscillator list");
+    config = ApplyOscillator(config, state.blankWord, state.device.oscList, *oscillator, entries);
+  }
+  state.image.configWord = config;
+  std::fprintf(stderr, "%s\n", FuseText(config).c_str());
+  return Finished(session, cmdWriteFuse(state, session.ui()), "Write fuses");
+}
 
 int Fail(const std::string& message) {
   std::fprintf(stderr, "quorvi2-cli: %s\n", message.c_str());

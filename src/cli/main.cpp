@@ -75,6 +75,23 @@ int main(int argc, char** argv) {
   convert->add_option("IN", convertIn, "Image file to read")->required();
   convert->add_option("OUT", convertOut, "HEX file to write (.HEX is added when missing)")->required();
   app.add_subcommand("power-cycle", "Power the target up (Vdd, then Vpp) and down again");
+  std::string readOut;
+  CLI::App* read = app.add_subcommand("read", "Read the chip into the image (and save it as HEX)");
+  read->add_option("-o,--output", readOut, "HEX file to save what was read");
+  app.add_subcommand("blank", "Check that the chip is erased");
+  bool blankCalibration = false;
+  CLI::App* erase = app.add_subcommand("erase", "Erase the chip (electrically erasable parts)");
+  erase->add_flag("--blank-calibration", blankCalibration,
+                  "Leave the factory calibration word erased too (12F629 class)");
+  std::vector<std::string> fuseSettings;
+  std::optional<int> oscillator;
+  std::optional<std::string> fuseWord, brownOut;
+  CLI::App* fuses = app.add_subcommand("fuses", "Edit the configuration word by fuse name and write it");
+  fuses->add_option("--set", fuseSettings, "NAME=on|off, for example WDTE=off CP0=on (see the info command)");
+  fuses->add_option("--osc", oscillator, "Oscillator entry (index in the device's list)");
+  fuses->add_option("--brown-out", brownOut, "Brown-out level: 25, 27, 42 or 45")
+      ->check(CLI::IsMember({"25", "27", "42", "45"}));
+  fuses->add_option("--word", fuseWord, "Start from this configuration word (hex) instead of the blank one");
 
   std::vector<std::string> reversed(modern.rbegin(), modern.rend());
   try {
@@ -103,6 +120,10 @@ int main(int argc, char** argv) {
   if (status == 0 && app.got_subcommand("listing")) status = ShowListing(session, listingFile);
   if (status == 0 && app.got_subcommand("convert")) status = ConvertImage(session, convertIn, convertOut);
   if (status == 0 && app.got_subcommand("power-cycle")) status = PowerCycle(session);
+  if (status == 0 && app.got_subcommand("read")) status = ReadChip(session, readOut);
+  if (status == 0 && app.got_subcommand("blank")) status = BlankCheck(session);
+  if (status == 0 && app.got_subcommand("erase")) status = EraseChip(session, blankCalibration);
+  if (status == 0 && app.got_subcommand("fuses")) status = WriteFuses(session, fuseSettings, oscillator, fuseWord, brownOut);
   session.Finish();
   if (status == 0 && session.ui().failures() > 0) status = 1;
   return status;

@@ -36,10 +36,12 @@ void TerminalUi::ShowProgress(double percent) {
                  whole, status_.c_str());
     std::fflush(stderr);
     barShown_ = true;
-  } else if (whole != lastPercent_ && (whole == 100 || whole / 10 != lastPercent_ / 10)) {
+    lastPercent_ = whole;
+  } else if (whole > lastPercent_ && (whole == 100 || whole / 10 != lastPercent_ / 10)) {
+    // Plain lines only move forward: the bar's reset to 0 at the end says nothing.
     std::fprintf(stderr, "%d%%\n", whole);
+    lastPercent_ = whole;
   }
-  lastPercent_ = whole;
 }
 
 void TerminalUi::EndBarLine() {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace quorvi {
@@ -17,6 +18,10 @@ class PortDriver {
   virtual void WriteData(uint8_t value) = 0;
   /// Reads the status register (base + 1); DataIn is bit 0x40.
   virtual uint8_t ReadStatus() = 0;
+  /// The data line's level at the socket (our DataOut wired with the chip's
+  /// drive) when the backend knows it at every moment, as the simulated
+  /// board does; a real port knows only what the last status read said.
+  virtual std::optional<bool> BusLevel() const { return std::nullopt; }
   /// A short description for the user, such as "/dev/parport0 (ppdev)".
   virtual std::string Describe() const = 0;
 };

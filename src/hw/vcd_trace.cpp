@@ -14,10 +14,12 @@ namespace {
 struct Wire {
   const char* name;
   char id;
-  uint8_t mask;  // in the data byte; 0 for DataIn
+  uint8_t mask;  // in the data byte; 0 for DataIn and SDA
 };
 
-constexpr std::array<Wire, 8> kWires{{
+constexpr char kSdaId = 'i';
+
+constexpr std::array<Wire, 9> kWires{{
     {"DataOut", 'a', line::kDataOut},
     {"Clock", 'b', line::kClock},
     {"Vdd", 'c', line::kVdd},
@@ -26,9 +28,11 @@ constexpr std::array<Wire, 8> kWires{{
     {"Vpp3", 'f', line::kVpp3},
     {"VddStep", 'g', line::kVddStep},
     {"DataIn", 'h', 0},
+    {"SDA", kSdaId, 0},
 }};
 
-bool Level(const Wire& wire, uint8_t data, bool dataIn) {
+bool Level(const Wire& wire, uint8_t data, bool dataIn, bool sda) {
+  if (wire.id == kSdaId) return sda;
   return wire.mask == 0 ? dataIn : (data & wire.mask) != 0;
 }
 
@@ -56,21 +60,30 @@ void VcdTracePort::Close() {
   file_.close();
 }
 
+bool VcdTracePort::Sda(uint8_t data, bool dataIn) const {
+  const bool out = (data & line::kDataOut) != 0;
+  return out && inner_->BusLevel().value_or(dataIn);
+}
+
 void VcdTracePort::Emit(uint8_t data, bool dataIn) {
-  if (!file_.is_open()) return;
+  const bool sda = Sda(data, dataIn);
+  if (!file_.is_open()) {
+    sda_ = sda;
+    return;
+  }
   // Edges that depend on each other must not share a timestamp, or decoders miss them.
   const int64_t now = std::max(clock_.Nanoseconds(), lastTime_ + 1);
   if (!started_) {
     file_ << '#' << now << "\n$dumpvars\n";
-    for (const Wire& wire : kWires) file_ << (Level(wire, data, dataIn) ? '1' : '0') << wire.id << '\n';
+    for (const Wire& wire : kWires) file_ << (Level(wire, data, dataIn, sda) ? '1' : '0') << wire.id << '\n';
     file_ << "$end\n";
     started_ = true;
     lastTime_ = now;
   } else {
     bool stamped = false;
     for (const Wire& wire : kWires) {
-      const bool level = Level(wire, data, dataIn);
-      if (level == Level(wire, data_, dataIn_)) continue;
+      const bool level = Level(wire, data, dataIn, sda);
+      if (level == Level(wire, data_, dataIn_, sda_)) continue;
       if (!stamped) {
         file_ << '#' << now << '\n';
         stamped = true;
@@ -81,6 +94,7 @@ void VcdTracePort::Emit(uint8_t data, bool dataIn) {
   }
   data_ = data;
   dataIn_ = dataIn;
+  sda_ = sda;
 }
 
 void VcdTracePort::WriteData(uint8_t value) {

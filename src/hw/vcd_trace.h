@@ -15,7 +15,9 @@ namespace quorvi {
 /// A port that passes every access on and records the lines in a VCD file
 /// (one wire per line, nanoseconds from the clock) for GTKWave, PulseView or
 /// sigrok-cli. DataIn is known only when the status register is read, so the
-/// trace shows it as of the last read.
+/// trace shows it as of the last read. The SDA wire is the data line as a
+/// two-wire decoder needs it: the port's own bus level where it has one,
+/// else DataOut AND the last DataIn.
 class VcdTracePort final : public PortDriver {
  public:
   /// Starts a trace at `path`, replacing any file there.
@@ -34,6 +36,7 @@ class VcdTracePort final : public PortDriver {
  private:
   VcdTracePort(std::unique_ptr<PortDriver> inner, Clock& clock, std::ofstream file, std::string path);
   void Emit(uint8_t data, bool dataIn);
+  bool Sda(uint8_t data, bool dataIn) const;
 
   std::unique_ptr<PortDriver> inner_;
   Clock& clock_;
@@ -43,6 +46,7 @@ class VcdTracePort final : public PortDriver {
   int64_t lastTime_ = -1;
   uint8_t data_ = 0;
   bool dataIn_ = true;  // the board's pull-up until the first read says otherwise
+  bool sda_ = true;
 };
 
 }  // namespace quorvi

@@ -155,6 +155,57 @@ std::vector<int> Pic18Protocol::ReadBytes(uint32_t address, int count) {
   return bytes;
 }
 
+void Pic18Protocol::WriteIdBytes(std::span<const uint8_t, kPanelBufferBytes> bytes) {
+  BeginBlock(addr18::kIdLocations);
+  LoadPanelBuffer(addr18::kIdLocations, bytes, true);
+}
+
+int Pic18Protocol::ShiftOutTablat() {
+  Send4(cmd18::kShiftOutTablat);
+  Send8ThenRelease(0);
+  link_.SetDataLine(kTrue);
+  PauseHook();
+  return Read8();
+}
+
+void Pic18Protocol::SelectDataEeprom(int address) {
+  Transfer(cmd18::kCoreInstruction, insn18::kBcfEepgd);
+  Transfer(cmd18::kCoreInstruction, insn18::kBcfCfgs);
+  Transfer(cmd18::kCoreInstruction, insn18::kMovlw + static_cast<uint32_t>(address & 0xFF));
+  Transfer(cmd18::kCoreInstruction, insn18::kMovwfEeadr);
+}
+
+int Pic18Protocol::ReadDataEeprom(int address) {
+  SelectDataEeprom(address);
+  Transfer(cmd18::kCoreInstruction, insn18::kBsfRd);
+  Transfer(cmd18::kCoreInstruction, insn18::kMovfEedataW);
+  Transfer(cmd18::kCoreInstruction, insn18::kMovwfTablat);
+  return ShiftOutTablat();
+}
+
+bool Pic18Protocol::WriteDataEeprom(int address, int value) {
+  SelectDataEeprom(address);
+  Transfer(cmd18::kCoreInstruction, insn18::kMovlw + static_cast<uint32_t>(value & 0xFF));
+  Transfer(cmd18::kCoreInstruction, insn18::kMovwfEedata);
+  Transfer(cmd18::kCoreInstruction, insn18::kBsfWren);
+  Transfer(cmd18::kCoreInstruction, insn18::kMovlw + 0x55);
+  Transfer(cmd18::kCoreInstruction, insn18::kMovwfEecon2);
+  Transfer(cmd18::kCoreInstruction, insn18::kMovlw + 0xAA);
+  Transfer(cmd18::kCoreInstruction, insn18::kMovwfEecon2);
+  Transfer(cmd18::kCoreInstruction, insn18::kBsfWr);
+  const uint32_t t0 = link_.clock().Milliseconds();
+  bool done = false;
+  while (!done) {
+    DelayMs(link_.clock(), 1.0F);
+    Transfer(cmd18::kCoreInstruction, insn18::kMovfEecon1W);
+    Transfer(cmd18::kCoreInstruction, insn18::kMovwfTablat);
+    done = (ShiftOutTablat() & 0x02) == 0;  // WR clears when the write is over
+    if (link_.clock().Milliseconds() - t0 >= kDataWritePollMs) break;
+  }
+  Transfer(cmd18::kCoreInstruction, insn18::kBcfWren);
+  return done;
+}
+
 void Pic18Protocol::BulkErase() {
   SetTablePointerTo(addr18::kBulkEraseRegister);
   Transfer(cmd18::kTableWrite, kBulkEraseChip);

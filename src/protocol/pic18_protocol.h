@@ -35,6 +35,17 @@ inline constexpr uint32_t kMovwfTblptrL = 0x6EF6;
 inline constexpr uint32_t kBsfEepgd = 0x8EA6;     // BSF EECON1, EEPGD
 inline constexpr uint32_t kBcfCfgs = 0x9CA6;      // BCF EECON1, CFGS
 inline constexpr uint32_t kBsfCfgs = 0x8CA6;      // BSF EECON1, CFGS
+inline constexpr uint32_t kBcfEepgd = 0x9EA6;     // BCF EECON1, EEPGD
+inline constexpr uint32_t kBsfWren = 0x84A6;      // BSF EECON1, WREN
+inline constexpr uint32_t kBcfWren = 0x94A6;      // BCF EECON1, WREN
+inline constexpr uint32_t kBsfWr = 0x82A6;        // BSF EECON1, WR
+inline constexpr uint32_t kBsfRd = 0x80A6;        // BSF EECON1, RD
+inline constexpr uint32_t kMovwfEeadr = 0x6EA9;
+inline constexpr uint32_t kMovwfEedata = 0x6EA8;
+inline constexpr uint32_t kMovwfEecon2 = 0x6EA7;
+inline constexpr uint32_t kMovfEedataW = 0x50A8;
+inline constexpr uint32_t kMovfEecon1W = 0x50A6;
+inline constexpr uint32_t kMovwfTablat = 0x6EF5;
 }  // namespace insn18
 
 /// Addresses of the table space that the programming sequences use.
@@ -105,10 +116,20 @@ class Pic18Protocol {
   std::vector<int> ReadBytes(uint32_t address, int count);
   /// The bulk erase through 3C0004h, then the erase wait with data held low.
   void BulkErase();
+  /// Writes the eight ID bytes at 200000h through the write buffer.
+  void WriteIdBytes(std::span<const uint8_t, kPanelBufferBytes> bytes);
+  /// Reads a data EEPROM byte through EEADR, RD and EEDATA (DS39576 3.3).
+  int ReadDataEeprom(int address);
+  /// Writes a data EEPROM byte: WREN, the 55h/AAh unlock, WR, then polls WR
+  /// (P11A 4 ms) for at most kDataWritePollMs. False when WR never cleared.
+  bool WriteDataEeprom(int address, int value);
+  static constexpr uint32_t kDataWritePollMs = 20;
 
  private:
   void SendBit(bool bit);
   void PauseHook();
+  int ShiftOutTablat();
+  void SelectDataEeprom(int address);
 
   SerialProtocol& serial_;
   PortLink& link_;

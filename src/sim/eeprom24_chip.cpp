@@ -2,6 +2,7 @@
 #include "sim/eeprom24_chip.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace quorvi::sim {
 
@@ -58,7 +59,7 @@ int Eeprom24Chip::NextAddress(int address) const {
 
 void Eeprom24Chip::Update(const SocketPins& pins, int64_t nowNs) {
   if (!pins.vdd || pins.vddVolts < info_.minWriteVdd) {
-    // Power gone: a running write cycle and the page buffer are lost.
+    // Power gone: a write cycle cut short stores nothing; the page buffer is lost.
     powered_ = false;
     busy_ = false;
     Reset();
@@ -67,7 +68,7 @@ void Eeprom24Chip::Update(const SocketPins& pins, int64_t nowNs) {
     return;
   }
   powered_ = true;
-  if (busy_ && !state_.faults.endlessWrite && nowNs >= busyUntilNs_) busy_ = false;
+  if (busy_ && !state_.faults.endlessWrite && nowNs >= busyUntilNs_) FinishWriteCycle();
 
   const bool sda = pins.data && !driveLow_;
   const bool scl = pins.clock;
@@ -96,17 +97,21 @@ void Eeprom24Chip::OnStop(int64_t nowNs) {
   // acknowledged data byte; the stop's own clock rise may have begun a bit.
   const bool startWrite = phase_ == Phase::kWriteData && bitIndex_ <= 1 && !ackClockSeen_ && dataBytes_ > 0;
   if (startWrite) {
-    for (int i = 0; i < info_.pageBytes; ++i) {
-      const std::optional<uint8_t>& byte = page_[static_cast<size_t>(i)];
-      const int address = pageBase_ + i;
-      if (byte && !Contains(state_.faults.neverProgram, address)) {
-        state_.program[static_cast<size_t>(address)] = *byte;
-      }
-    }
+    cycleBase_ = pageBase_;
+    cyclePage_ = page_;
     busy_ = true;
     busyUntilNs_ = nowNs + static_cast<int64_t>(info_.programUs * 1000.0 * state_.timingMargin);
   }
   Reset();
+}
+
+void Eeprom24Chip::FinishWriteCycle() {
+  busy_ = false;
+  for (int i = 0; i < info_.pageBytes; ++i) {
+    const std::optional<uint8_t>& byte = cyclePage_[static_cast<size_t>(i)];
+    const int address = cycleBase_ + i;
+    if (byte && !Contains(state_.faults.neverProgram, address)) state_.program[static_cast<size_t>(address)] = *byte;
+  }
 }
 
 void Eeprom24Chip::OnRise(bool sda) {

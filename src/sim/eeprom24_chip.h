@@ -36,6 +36,7 @@ class Eeprom24Chip final : public ChipModel {
   enum class Phase { kIdle, kControl, kAddressHigh, kAddressLow, kWriteData, kRead };
 
   void Reset();
+  void FinishWriteCycle();
   void OnStart();
   void OnStop(int64_t nowNs);
   void OnRise(bool sda);
@@ -68,6 +69,9 @@ class Eeprom24Chip final : public ChipModel {
   std::vector<std::optional<uint8_t>> page_;
   int dataBytes_ = 0;
   bool busy_ = false;
+  // What the running write cycle will store when it completes.
+  int cycleBase_ = 0;
+  std::vector<std::optional<uint8_t>> cyclePage_;
   int64_t busyUntilNs_ = 0;
 };
 

@@ -2,6 +2,8 @@
 #include "sim/pic18_chip.h"
 
 #include <algorithm>
+#include <string>
+#include <utility>
 
 namespace quorvi::sim {
 
@@ -21,6 +23,17 @@ constexpr uint32_t kDevId2 = 0x3FFFFF;
 constexpr uint32_t kPanelSpan = 0x2000;
 constexpr uint32_t kEraseAll = 0x0080;
 constexpr uint8_t kEecon1 = 0xA6;
+constexpr uint8_t kEecon2 = 0xA7;
+constexpr uint8_t kEedata = 0xA8;
+constexpr uint8_t kEeadr = 0xA9;
+constexpr uint8_t kTablat = 0xF5;
+// EECON1 bits.
+constexpr int kRd = 0;
+constexpr int kWr = 1;
+constexpr int kWren = 2;
+constexpr uint8_t kEepgdCfgs = 0xC0;
+// DS39576 P11A: data EEPROM write polling time, 4 ms.
+constexpr int64_t kP11ANs = 4'000'000;
 // DS39576 Table 6-1: P9 1 ms programming (PGC high), P11 5 ms bulk erase.
 constexpr int64_t kP9Ns = 1'000'000;
 constexpr int64_t kP11Ns = 5'000'000;
@@ -51,7 +64,9 @@ Pic18Chip::Pic18Chip(const ChipInfo& info, ChipState state) : info_(info), state
   panels_.resize(static_cast<size_t>((bytes + static_cast<int>(kPanelSpan) - 1) / static_cast<int>(kPanelSpan)));
 }
 
-Status Pic18Chip::UvErase() { return Status::Fail("The " + std::string(info_.name) + " is a flash part with no window"); }
+Status Pic18Chip::UvErase() {
+  return Status::Fail("The " + std::string(info_.name) + " is a flash part with no window");
+}
 
 std::optional<bool> Pic18Chip::DataDrive() const { return drive_; }
 
@@ -64,6 +79,8 @@ void Pic18Chip::EnterMode() {
   // TBLPTR is undefined after entry; a host that does not set it reads junk.
   tblptr_ = 0x15A5A5;
   eecon1_ = 0;
+  unlock_ = 0;
+  eeWriting_ = false;
   multiPanel_ = false;
   programArmed_ = false;
   eraseNopsLeft_ = 0;
@@ -78,6 +95,7 @@ void Pic18Chip::LeaveMode() {
   drive_.reset();
   eraseRunning_ = false;
   programArmed_ = false;
+  eeWriting_ = false;  // a data EEPROM write cut off by the supply is lost
 }
 
 void Pic18Chip::Update(const SocketPins& pins, int64_t nowNs) {
@@ -99,6 +117,14 @@ void Pic18Chip::Update(const SocketPins& pins, int64_t nowNs) {
   if (eraseRunning_ && nowNs - eraseStartNs_ >= static_cast<int64_t>(kP11Ns * state_.timingMargin)) {
     eraseRunning_ = false;
     if (vdd_ >= kMinEraseVdd) BulkErase();
+  }
+  if (eeWriting_ && nowNs >= eeWriteEndNs_) {
+    eeWriting_ = false;
+    eecon1_ = static_cast<uint8_t>(eecon1_ & ~(1U << kWr));
+    if (vdd_ >= kMinEraseVdd && !Contains(state_.faults.neverProgram, 0x2100 + eeadr_) &&
+        eeadr_ < state_.data.size()) {
+      state_.data[eeadr_] = eedata_;
+    }
   }
   if (!clock_ && pins.clock) {
     clock_ = true;
@@ -218,17 +244,57 @@ void Pic18Chip::Execute(uint32_t instruction) {
       case 0xF8: tblptr_ = (tblptr_ & 0x00FFFF) | (static_cast<uint32_t>(w_ & 0x3F) << 16); break;
       case 0xF7: tblptr_ = (tblptr_ & 0x3F00FF) | (static_cast<uint32_t>(w_) << 8); break;
       case 0xF6: tblptr_ = (tblptr_ & 0x3FFF00) | w_; break;
-      case 0xF5: tablat_ = w_; break;
-      case kEecon1: eecon1_ = w_; break;
+      case kTablat: tablat_ = w_; break;
+      case kEecon1: eecon1_ = static_cast<uint8_t>((eecon1_ & (1U << kWr)) | (w_ & ~(1U << kWr))); break;
+      case kEecon2:
+        // The unlock sequence 55h, AAh must come whole, right before WR is set.
+        unlock_ = (w_ == 0x55) ? 1 : (unlock_ == 1 && w_ == 0xAA) ? 2 : 0;
+        return;
+      case kEedata: eedata_ = w_; break;
+      case kEeadr: eeadr_ = w_; break;
       default: break;
     }
   } else if ((instruction & 0xF100) == 0x8000 && literal == kEecon1) {  // BSF EECON1, b
-    eecon1_ = static_cast<uint8_t>(eecon1_ | (1U << ((instruction >> 9) & 7)));
+    SetEecon1Bit(static_cast<int>((instruction >> 9) & 7), true);
   } else if ((instruction & 0xF100) == 0x9000 && literal == kEecon1) {  // BCF EECON1, b
-    eecon1_ = static_cast<uint8_t>(eecon1_ & ~(1U << ((instruction >> 9) & 7)));
-  } else if (opcode == 0x50 && literal == 0xF5) {  // MOVF TABLAT, W
-    w_ = tablat_;
+    SetEecon1Bit(static_cast<int>((instruction >> 9) & 7), false);
+  } else if (opcode == 0x50) {  // MOVF f, W (access bank)
+    w_ = ReadRegister(literal);
   }
+  // Only MOVLW may sit inside the unlock sequence.
+  if (opcode != 0x0E) unlock_ = 0;
+}
+
+uint8_t Pic18Chip::ReadRegister(uint8_t address) const {
+  switch (address) {
+    case kEecon1: return eecon1_;
+    case kEedata: return eedata_;
+    case kEeadr: return eeadr_;
+    case kTablat: return tablat_;
+    case 0xF6: return static_cast<uint8_t>(tblptr_ & 0xFF);
+    case 0xF7: return static_cast<uint8_t>((tblptr_ >> 8) & 0xFF);
+    case 0xF8: return static_cast<uint8_t>((tblptr_ >> 16) & 0x3F);
+    default: return 0;
+  }
+}
+
+void Pic18Chip::SetEecon1Bit(int bit, bool set) {
+  const bool dataEeprom = (eecon1_ & kEepgdCfgs) == 0;
+  if (bit == kRd) {
+    // RD reads the data EEPROM byte at EEADR into EEDATA and clears itself.
+    if (set && dataEeprom && eeadr_ < state_.data.size()) eedata_ = static_cast<uint8_t>(state_.data[eeadr_]);
+    return;
+  }
+  if (bit == kWr) {
+    // WR only after the unlock sequence, with WREN; it clears when the write is done.
+    if (!set || eeWriting_ || !dataEeprom || (eecon1_ & (1U << kWren)) == 0 || unlock_ != 2) return;
+    unlock_ = 0;
+    eecon1_ = static_cast<uint8_t>(eecon1_ | (1U << kWr));
+    eeWriting_ = true;
+    eeWriteEndNs_ = lastFallNs_ + static_cast<int64_t>(kP11ANs * state_.timingMargin);
+    return;
+  }
+  eecon1_ = static_cast<uint8_t>(set ? (eecon1_ | (1U << bit)) : (eecon1_ & ~(1U << bit)));
 }
 
 int Pic18Chip::PanelOf(uint32_t address) const { return static_cast<int>(address / kPanelSpan); }

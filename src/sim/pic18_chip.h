@@ -57,6 +57,8 @@ class Pic18Chip final : public ChipModel {
   void TableWrite(uint32_t operand);
   void Program(bool heldLongEnough);
   void BulkErase();
+  uint8_t ReadRegister(uint8_t address) const;
+  void SetEecon1Bit(int bit, bool set);
   int ReadByte(uint32_t address) const;
   int PanelOf(uint32_t address) const;
 
@@ -75,6 +77,11 @@ class Pic18Chip final : public ChipModel {
   uint32_t tblptr_ = 0;
   uint8_t tablat_ = 0;
   uint8_t eecon1_ = 0;
+  uint8_t eeadr_ = 0;
+  uint8_t eedata_ = 0;
+  int unlock_ = 0;  // EECON2 sequence: 55h then AAh
+  bool eeWriting_ = false;
+  int64_t eeWriteEndNs_ = 0;
   bool multiPanel_ = false;
   std::vector<Panel> panels_;
   Panel idBuffer_;

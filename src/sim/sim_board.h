@@ -27,6 +27,7 @@ class SimBoard final : public PortDriver {
   void WriteData(uint8_t value) override;
   uint8_t ReadStatus() override;
   std::string Describe() const override;
+  std::optional<bool> BusLevel() const override { return DataLineLevel(); }
 
   void Insert(std::unique_ptr<ChipModel> chip);
   std::unique_ptr<ChipModel> Remove();

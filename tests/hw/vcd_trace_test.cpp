@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+
 #include <memory>
 #include <regex>
 #include <vector>
@@ -30,6 +32,7 @@ const char* const kHeader =
     "$var wire 1 f Vpp3 $end\n"
     "$var wire 1 g VddStep $end\n"
     "$var wire 1 h DataIn $end\n"
+    "$var wire 1 i SDA $end\n"
     "$upscope $end\n"
     "$enddefinitions $end\n";
 
@@ -62,7 +65,7 @@ TEST(VcdTrace, RecordsOnlyTheWiresThatChangeAtTheClocksTime) {
     EXPECT_EQ(t.port->Writes(), (std::vector<uint8_t>{0x04, 0x04, 0x04, 0x00, 0x02, 0x00}));
   }
   EXPECT_EQ(dir.Read("t.vcd"), std::string(kHeader) +
-                                   "#0\n$dumpvars\n0a\n0b\n1c\n0d\n0e\n0f\n0g\n1h\n$end\n"
+                                   "#0\n$dumpvars\n0a\n0b\n1c\n0d\n0e\n0f\n0g\n1h\n0i\n$end\n"
                                    "#3000\n0c\n"
                                    "#4000\n0h\n"
                                    "#5000\n1b\n"
@@ -81,7 +84,39 @@ TEST(VcdTrace, EdgesNeverShareATimestamp) {
   }
   const std::string text = dir.Read("t.vcd");
   EXPECT_NE(text.find("#0\n$dumpvars\n1a\n"), std::string::npos) << text;
-  EXPECT_NE(text.find("#1\n1b\n#2\n0a\n#3\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("#1\n1b\n#2\n0a\n0i\n#3\n"), std::string::npos) << text;
+}
+
+// A port that knows the bus level, as the simulated board does.
+class BusLevelPort final : public PortDriver {
+ public:
+  void WriteData(uint8_t value) override { last = value; }
+  uint8_t ReadStatus() override { return 0x40; }
+  std::string Describe() const override { return "bus level port"; }
+  std::optional<bool> BusLevel() const override { return chipDrivesLow ? false : (last & 1) != 0; }
+  uint8_t last = 0;
+  bool chipDrivesLow = false;
+};
+
+TEST(VcdTrace, SdaFollowsThePortsBusLevelWithoutAStatusRead) {
+  TempDir dir;
+  const std::string path = (dir.path() / "t.vcd").string();
+  {
+    VirtualClock clock;
+    auto owned = std::make_unique<BusLevelPort>();
+    BusLevelPort* port = owned.get();
+    auto traced = VcdTracePort::Open(std::move(owned), clock, path);
+    ASSERT_TRUE(traced.ok()) << traced.message();
+    PortLink link(std::move(traced).value(), clock);
+    link.SetDataLine(kTrue);   // 1a, SDA 1
+    port->chipDrivesLow = true;
+    link.SetClockLine(kTrue);  // the chip pulls the line low: SDA 0, DataIn still 1
+    port->chipDrivesLow = false;
+    link.SetClockLine(kFalse);  // released: SDA 1
+  }
+  const std::string text = dir.Read("t.vcd");
+  EXPECT_NE(text.find("1h\n1i\n$end\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("#1000\n1b\n0i\n#2000\n0b\n1i\n"), std::string::npos) << text;
 }
 
 TEST(VcdTrace, AccessesStillReachThePortAfterClose) {
@@ -125,7 +160,7 @@ TEST(VcdTrace, SigrokReadsTheTraceWithEveryFallingEdge) {
   const test::CommandOutput show = test::RunCommand("sigrok-cli -i '" + path + "' -I vcd --show 2>&1");
   ASSERT_EQ(show.exitCode, 0) << show.out;
   EXPECT_NE(show.out.find("Samplerate: 1000000000"), std::string::npos) << show.out;
-  EXPECT_NE(show.out.find("Channels: 8"), std::string::npos) << show.out;
+  EXPECT_NE(show.out.find("Channels: 9"), std::string::npos) << show.out;
   // The last change sits one access before the end, plus the closing stamp.
   EXPECT_NE(show.out.find("Logic sample count: " + std::to_string(endNs - 1000 + 1)), std::string::npos)
       << show.out;

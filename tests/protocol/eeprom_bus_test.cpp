@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <ostream>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -62,6 +63,8 @@ struct WriteCase {
   int data;
   Bus expected;
 };
+
+void PrintTo(const WriteCase& c, std::ostream* os) { *os << c.name << " at " << c.address; }
 
 class EepromWriteByteBits : public ::testing::TestWithParam<WriteCase> {};
 

@@ -144,6 +144,20 @@ TEST(Eeprom24, NoAcknowledgeDuringTheWriteCycle) {
   bus.BusStop();
 }
 
+TEST(Eeprom24, AWriteCycleCutShortByThePowerStoresNothing) {
+  SimLink s(Blank("24C02"));
+  PowerUp(s);
+  EepromBus bus(s.link, {.name = "24C02", .size = 0xFF});
+  ASSERT_EQ(bus.EepromWriteByte(0x40, 0x12), 0);
+  s.link.SetVdd("off");
+  s.Wait(10);
+  PowerUp(s);
+  EXPECT_EQ(s.state().program[0x40], 0xFF);
+  ASSERT_EQ(bus.EepromWriteByte(0x40, 0x12), 0);
+  EXPECT_EQ(bus.WaitForAcknowledge(0x40), 0);
+  EXPECT_EQ(s.state().program[0x40], 0x12);
+}
+
 TEST(Eeprom24, PollEndsSoonAfterTheCycleNotAtTheTimeout) {
   SimLink s(Blank("24C16"));
   PowerUp(s);
@@ -268,6 +282,7 @@ TEST(Eeprom24Faults, AWriteCycleThatNeverEnds) {
   EepromBus bus(s.link, {.name = "24C128", .size = 0x3FFF});
   EXPECT_EQ(bus.EepromWriteByte(0x10, 0x01), 0);
   EXPECT_EQ(bus.WaitForAcknowledge(0x10), 1);
+  EXPECT_EQ(s.state().program[0x10], 0xFF);
 }
 
 TEST(Eeprom24Faults, ChipStateFilesCarryTheBusFaults) {

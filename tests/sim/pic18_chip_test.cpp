@@ -183,3 +183,40 @@ TEST(Pic18Chip, ChipStateFilesCarryTheConfigurationBytes) {
 
 }  // namespace
 }  // namespace quorvi
+
+namespace quorvi {
+namespace {
+
+TEST(Pic18Chip, DataEepromAndIdBytesRoundTrip) {
+  Rig r;
+  r.serial.EnterProgrammingMode();
+  for (const int a : {0, 1, 0x7F, 0xFF}) {
+    ASSERT_TRUE(r.p.WriteDataEeprom(a, a ^ 0xA5)) << a;
+    EXPECT_EQ(r.s.state().data[static_cast<size_t>(a)], a ^ 0xA5);
+    EXPECT_EQ(r.p.ReadDataEeprom(a), a ^ 0xA5) << a;
+  }
+  EXPECT_EQ(r.p.ReadDataEeprom(2), 0xFF);
+  const std::array<uint8_t, 8> ids{0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF};
+  r.p.WriteIdBytes(ids);
+  EXPECT_EQ(r.p.ReadBytes(addr18::kIdLocations, 8), (std::vector<int>{0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF}));
+  EXPECT_EQ(r.s.state().ids[0], 0x2301);
+}
+
+TEST(Pic18Chip, DataEepromWriteNeedsTheUnlockSequence) {
+  Rig r;
+  r.serial.EnterProgrammingMode();
+  r.p.Transfer(cmd18::kCoreInstruction, insn18::kBcfEepgd);
+  r.p.Transfer(cmd18::kCoreInstruction, insn18::kBcfCfgs);
+  r.p.Transfer(cmd18::kCoreInstruction, insn18::kMovlw + 5);
+  r.p.Transfer(cmd18::kCoreInstruction, insn18::kMovwfEeadr);
+  r.p.Transfer(cmd18::kCoreInstruction, insn18::kMovlw + 0x12);
+  r.p.Transfer(cmd18::kCoreInstruction, insn18::kMovwfEedata);
+  r.p.Transfer(cmd18::kCoreInstruction, insn18::kBsfWren);
+  r.p.Transfer(cmd18::kCoreInstruction, insn18::kBsfWr);  // no 55h/AAh first
+  r.s.Wait(10);
+  r.s.board->Sync();
+  EXPECT_EQ(r.s.state().data[5], 0xFF);
+}
+
+}  // namespace
+}  // namespace quorvi

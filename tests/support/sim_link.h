@@ -4,6 +4,7 @@
 #pragma once
 
 #include <memory>
+#include <ostream>
 #include <string>
 
 #include "hw/clock.h"
@@ -11,6 +12,11 @@
 #include "protocol/serial_protocol.h"
 #include "sim/chip_state.h"
 #include "sim/sim_board.h"
+
+namespace quorvi::sim {
+/// Parameterised tests name a chip by its name, not its bytes.
+inline void PrintTo(const ChipInfo& info, std::ostream* os) { *os << info.name; }
+}  // namespace quorvi::sim
 
 namespace quorvi::test {
 

@@ -1,0 +1,174 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ops/blank_erase.h"
+
+#include "ops/config_write.h"
+#include "ops/op_texts.h"
+#include "ops/serial_eeprom_handover.h"
+
+namespace quorvi {
+
+namespace {
+
+constexpr int kFuseMapBandgap = 21;
+constexpr int kBandgapBits = 0x3000;
+constexpr int kBandgapConfigValue = 0x01FF;
+constexpr int kAllOnes14 = 0x3FFF;
+constexpr int kIncrementsToConfig = 7;
+constexpr int32_t kBlankProgressStep = 100;
+constexpr int32_t kBound14000 = 4031;
+constexpr float kNominalVolts = 5.0F;
+constexpr float kPowerOffMs = 250.0F;
+
+void ToConfigWord(SerialProtocol& protocol, int latch) {
+  protocol.LoadConfiguration(latch);
+  for (int i = 0; i < kIncrementsToConfig; ++i) protocol.IncrementAddress();
+}
+
+// The code-protection erase of program memory, through the configuration word.
+void CodeProtectEraseA(OperationFrame& frame) {
+  SerialProtocol& protocol = frame.protocol();
+  ToConfigWord(protocol, kAllOnes14);
+  protocol.SendCommand(cmd::kEraseSetup1);
+  protocol.SendCommand(cmd::kEraseSetup2);
+  protocol.SendCommand(cmd::kBeginProgramming);
+  frame.Wait(15.0F);
+  protocol.SendCommand(cmd::kEraseSetup1);
+  protocol.SendCommand(cmd::kEraseSetup2);
+}
+
+// The code-protection erase of data memory.
+void CodeProtectEraseB(OperationFrame& frame) {
+  SerialProtocol& protocol = frame.protocol();
+  protocol.LoadDataMemory(kAllOnes14);
+  protocol.SendCommand(cmd::kEraseSetup1);
+  protocol.SendCommand(cmd::kEraseSetup2);
+  protocol.SendCommand(cmd::kBeginProgramming);
+  frame.Wait(20.0F);
+  protocol.SendCommand(cmd::kEraseSetup1);
+  protocol.SendCommand(cmd::kEraseSetup2);
+  frame.Wait(20.0F);
+}
+
+// Parts whose last word and configuration bits 13:12 hold factory values:
+// save both, erase, then put them back.
+void EraseKeepingCalibration(OperationFrame& frame, bool blankCalibration) {
+  AppState& state = frame.state();
+  SerialProtocol& protocol = frame.protocol();
+  PortLink& link = state.link;
+  const DeviceDescriptor& device = state.device;
+  const int32_t n = device.programSize;
+
+  for (int32_t i = 0; i < n; ++i) protocol.IncrementAddress();
+  state.savedCalibration = static_cast<int16_t>(protocol.ReadProgramWord());
+  ToConfigWord(protocol, 0);
+  state.savedBandgap = static_cast<int16_t>(protocol.ReadProgramWord() & kBandgapBits);
+
+  protocol.LoadConfiguration(kAllOnes14);
+  protocol.SendCommand(cmd::kBulkEraseProgram);
+  frame.Wait(10.0F);
+  protocol.SendCommand(cmd::kBulkEraseData);
+  frame.Wait(10.0F);
+
+  // A fresh entry into programming mode resets the address counter to 0.
+  link.SetVdd("off");
+  link.SetProgrammingVoltage(kFalse, device.name, device.pinCount);
+  frame.Wait(kPowerOffMs);
+  link.SetVdd("on");
+  link.SetProgrammingVoltage(kTrue, device.name, device.pinCount);
+
+  for (int32_t i = 0; i < n; ++i) protocol.IncrementAddress();
+  ProgramWord(protocol, PulseMode::kLong, blankCalibration ? kAllOnes14 : state.savedCalibration);
+
+  // Only the saved band-gap bits are set, whatever the image holds.
+  const int32_t imageConfig = state.image.configWord;
+  state.image.configWord = kBandgapConfigValue;
+  WriteConfiguration(frame);
+  state.image.configWord = imageConfig;
+  frame.ui().HideProgress();
+}
+
+}  // namespace
+
+int32_t BlankCheckBound(const DeviceDescriptor& device) {
+  int32_t n = device.programSize;
+  if (device.oscList == 2 || device.oscList == 3 || device.oscList == 5 || device.oscList == 7) n = n - 1;
+  if (Is14000(device)) n = kBound14000;
+  return n;
+}
+
+OpResult cmdBlank(AppState& state, UiHost& ui) {
+  OperationFrame frame(state, ui);
+  if (state.device.family == family::kSerialEeprom) {
+    return RunSerialEepromOperation(EepromOperation::kBlank, frame);
+  }
+  const int32_t n = BlankCheckBound(state.device);
+  if (!frame.CheckDevice({op_text::kSelectProcessor, title::kQuorviError, MessageIcon::kExclamation})) {
+    return frame.Finish(OpOutcome::kNoDevice);
+  }
+  frame.Begin(op_text::kTestingBlank);
+  if (state.device.family == family::kPic18) {
+    frame.PowerDown();
+    return Pic18Unavailable(frame);
+  }
+  frame.PowerUp(BlankPlan(state));
+  const int expected = frame.is12Bit() ? 0xFFF : kAllOnes14;
+  SerialProtocol& protocol = frame.protocol();
+  int32_t good = 0;
+  for (int32_t i = 0; i <= n; ++i) {
+    if (i % kBlankProgressStep == 0) frame.Progress(i, n);
+    if (protocol.ReadProgramWord() != expected) break;
+    ++good;
+    protocol.IncrementAddress();
+  }
+  frame.PowerDown();
+  if (state.productionMode()) frame.SetSupply(kNominalVolts);
+  OpOutcome outcome = OpOutcome::kOk;
+  if (good != n + 1) {
+    outcome = frame.ReportFailure({op_text::kPicNotErased, title::kQuorviError, MessageIcon::kExclamation}, nullptr);
+  }
+  frame.End();
+  return frame.Finish(outcome);
+}
+
+OpResult cmdFill(AppState& state, UiHost& ui, bool blankCalibration) {
+  OperationFrame frame(state, ui);
+  if (state.device.family == family::kSerialEeprom) {
+    return RunSerialEepromOperation(EepromOperation::kErase, frame);
+  }
+  if (!frame.CheckDevice({op_text::kSelectProcessor, title::kQuorviError, MessageIcon::kExclamation})) {
+    return frame.Finish(OpOutcome::kNoDevice);
+  }
+  ui.ShowStatus(op_text::kErasing);
+  ui.SetStatusBar("");
+  if (state.device.family == family::kPic18) return Pic18Unavailable(frame);
+  frame.PowerUp(ErasePlan(state));
+
+  SerialProtocol& protocol = frame.protocol();
+  const DeviceDescriptor& device = state.device;
+  if (device.fuseMap == kFuseMapBandgap) {
+    EraseKeepingCalibration(frame, blankCalibration);
+  } else if (device.family == 8 || device.family == 9) {
+    protocol.LoadConfiguration(0);
+    protocol.SendCommand(cmd::kChipErase);
+    frame.Wait(5.0F);
+  } else if (device.family == 6) {
+    protocol.SendCommand(cmd::kBulkEraseProgram);
+    frame.Wait(40.0F);
+  } else {
+    protocol.LoadConfiguration(0);
+    protocol.SendCommand(cmd::kBulkEraseProgram);
+    frame.Wait(40.0F);
+    protocol.SendCommand(cmd::kBulkEraseData);
+    frame.Wait(40.0F);
+    CodeProtectEraseA(frame);
+    CodeProtectEraseB(frame);
+  }
+
+  frame.PowerDown();
+  frame.End();
+  OpResult result = frame.Finish(OpOutcome::kOk);
+  result.refreshConfig = true;
+  return result;
+}
+
+}  // namespace quorvi

@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ops/config_write.h"
+
+#include "hw/delay.h"
+#include "ops/op_texts.h"
+#include "ops/serial_eeprom_handover.h"
+
+namespace quorvi {
+
+namespace {
+
+constexpr int kNoWord = 0x4000;  // no 14-bit word has this value
+constexpr int16_t kCycleLimit = 26;
+constexpr int16_t kCore12CycleLimit = 8;
+constexpr int kIncrementsToConfig = 7;
+constexpr int kOtpRounds = 100;
+constexpr int kBandgapReadMask = 0x01FF;
+constexpr int kFuseMapBandgap = 21;
+constexpr float kPowerOffMs = 250.0F;
+constexpr float kInternalCycleMs = 10.0F;
+constexpr float kExternalCycleMs = 1.0F;
+constexpr int kIdleConfigLatch = 0x3FFF;
+
+void ToConfigWord(SerialProtocol& protocol, int latch) {
+  protocol.LoadConfiguration(latch);
+  for (int i = 0; i < kIncrementsToConfig; ++i) protocol.IncrementAddress();
+}
+
+bool OtpSequence(OperationFrame& frame) {
+  SerialProtocol& protocol = frame.protocol();
+  const MemoryImage& image = frame.state().image;
+  if (!frame.is12Bit()) ToConfigWord(protocol, image.idWords[0]);
+  protocol.LoadProgramData(image.configWord);
+  protocol.LoadProgramData(image.configWord);
+  // The first round programs the word; each later one adds at least one pulse.
+  for (int round = 0; round < kOtpRounds; ++round) {
+    if (ProgramWord(protocol, PulseMode::kShort, image.configWord) > kMaxProgramCycles) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+int16_t ProgramWord(SerialProtocol& protocol, PulseMode mode, int word) {
+  Clock& clock = protocol.link().clock();
+  const int familyCode = protocol.target().family;
+  int16_t count = 0;
+  int last = kNoWord;
+  while (count < kCycleLimit && last != word) {
+    protocol.LoadProgramData(word);
+    if (familyCode == 8) {
+      protocol.SendCommand(cmd::kBeginProgrammingOnly);
+      DelayMs(clock, kExternalCycleMs);
+      protocol.SendCommand(cmd::kEndProgramming2);
+    } else {
+      protocol.BeginProgramming();
+      switch (mode) {
+        case PulseMode::kShort:
+          DelayUnit(clock);
+          protocol.EndProgramming();
+          break;
+        case PulseMode::kLong: DelayMs(clock, kInternalCycleMs); break;
+        case PulseMode::kMedium:
+          DelayMs(clock, kExternalCycleMs);
+          protocol.EndProgramming();
+          break;
+      }
+    }
+    last = protocol.ReadProgramWord();
+    ++count;
+    if (familyCode == family::kCore12 && count > kCore12CycleLimit) break;
+  }
+  return count;
+}
+
+bool WriteConfiguration(OperationFrame& frame) {
+  AppState& state = frame.state();
+  UiHost& ui = frame.ui();
+  SerialProtocol& protocol = frame.protocol();
+  ui.ShowProgress(0.0);
+  ui.ShowStatus(op_text::kWritingFuses);
+  state.link.SetDataLine(kFalse);
+  frame.PowerDown();
+  frame.Wait(kPowerOffMs);
+  frame.PowerUp(ConfigWritePlan());
+
+  const int configWord = state.image.configWord;
+  const bool bandgapPart = state.device.fuseMap == kFuseMapBandgap;
+  switch (state.device.family) {
+    case 8: {
+      ToConfigWord(protocol, kIdleConfigLatch);
+      protocol.LoadProgramData(configWord);
+      protocol.BeginProgramming();
+      frame.Wait(kInternalCycleMs);
+      return protocol.ReadProgramWord() == configWord;
+    }
+    case 1:
+    case 6: {
+      ToConfigWord(protocol, kIdleConfigLatch);
+      protocol.LoadProgramData(bandgapPart ? (configWord | state.savedBandgap) : configWord);
+      protocol.BeginProgramming();
+      if (state.device.family == 1) {
+        frame.Wait(kInternalCycleMs);
+      } else {
+        frame.Wait(kExternalCycleMs);
+        protocol.EndProgramming();
+      }
+      int read = protocol.ReadProgramWord();
+      if (bandgapPart) read &= kBandgapReadMask;
+      return read == configWord;
+    }
+    case 9: {
+      ToConfigWord(protocol, kIdleConfigLatch);
+      protocol.LoadProgramData(configWord);
+      protocol.SendCommand(cmd::kBeginProgrammingOnly);
+      frame.Wait(kExternalCycleMs);
+      protocol.SendCommand(cmd::kEndProgramming2);
+      return OtpSequence(frame);
+    }
+    default: return OtpSequence(frame);
+  }
+}
+
+OpResult cmdWriteFuse(AppState& state, UiHost& ui) {
+  OperationFrame frame(state, ui);
+  // A 24Cxx has no configuration word.
+  if (state.device.family == family::kSerialEeprom) return frame.Finish(OpOutcome::kUnavailable);
+  if (!frame.CheckDevice({op_text::kSelectProcessor, title::kQuorviError, MessageIcon::kExclamation})) {
+    return frame.Finish(OpOutcome::kNoDevice);
+  }
+  if (state.device.family == family::kPic18) return Pic18Unavailable(frame);
+  const bool ok = WriteConfiguration(frame);
+  frame.PowerDown();
+  ui.HideProgress();
+  ui.HideStatus();
+  ui.SetStatusBar("");
+  if (!ok) {
+    const OpOutcome outcome = frame.ReportFailure(
+        {op_text::kErrorWritingFuses, title::kQuorvi2Error, MessageIcon::kCritical}, op_text::quiet::kFuseWriteFailed);
+    if (outcome == OpOutcome::kTerminated) return frame.Finish(outcome);
+    ui.SetStatusBar(op_text::kFuseError);
+    return frame.Finish(outcome);
+  }
+  ui.SetStatusBar(op_text::kFuseOk);
+  return frame.Finish(OpOutcome::kOk);
+}
+
+}  // namespace quorvi

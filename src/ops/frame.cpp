@@ -1,0 +1,211 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ops/frame.h"
+
+#include "hw/delay.h"
+#include "util/arith.h"
+#include "util/atomic_file.h"
+
+namespace quorvi {
+
+namespace {
+
+constexpr float kNominalVolts = 5.0F;
+constexpr float kEighteenPinSettleMs = 100.0F;
+constexpr float kBlankSupplySettleMs = 500.0F;
+constexpr float kWriteSupplySettleMs = 250.0F;
+constexpr float kCompareSupplySettleMs = 250.0F;
+constexpr float kReadVppSettleMs = 150.0F;
+constexpr float kConfigWriteVppSettleMs = 50.0F;
+constexpr int32_t kBound14000 = 4031;
+constexpr int32_t kStrideParts = 20;
+constexpr int kQuietExitCode = 1;
+
+ProtocolTarget TargetOf(const DeviceDescriptor& device) {
+  return {.name = device.name, .family = device.family, .pairFlag = device.pairFlag, .pinCount = device.pinCount};
+}
+
+std::string Trimmed(std::string_view text) {
+  const auto first = text.find_first_not_of(' ');
+  if (first == std::string_view::npos) return {};
+  const auto last = text.find_last_not_of(' ');
+  return std::string(text.substr(first, last - first + 1));
+}
+
+}  // namespace
+
+std::string_view VddLevelText(VddLevel level) {
+  switch (level) {
+    case VddLevel::kMin: return "min";
+    case VddLevel::kMax: return "max";
+    case VddLevel::kNormal: break;
+  }
+  return "normal";
+}
+
+PowerUpPlan ReadPlan() {
+  PowerUpPlan plan;
+  plan.icspWait = true;
+  plan.vppSettleMs = kReadVppSettleMs;
+  return plan;
+}
+
+PowerUpPlan BlankPlan(const AppState& state) {
+  PowerUpPlan plan;
+  plan.incrementFor12Bit = true;
+  if (state.productionMode()) {
+    plan.supplyBeforeVdd = state.workingVdd;
+    plan.waitBeforeVdd = kBlankSupplySettleMs;
+  }
+  return plan;
+}
+
+PowerUpPlan ErasePlan(const AppState& state) {
+  PowerUpPlan plan;
+  // An erase always runs at the nominal supply.
+  plan.nominalSupplyAfterVdd = state.productionMode();
+  plan.dataLowAfterVpp = false;
+  return plan;
+}
+
+PowerUpPlan WritePlan(const AppState& state) {
+  PowerUpPlan plan;
+  plan.vppFirstFor16F62 = true;
+  plan.icspWait = true;
+  plan.incrementFor12Bit = true;
+  if (state.productionMode()) {
+    plan.supplyBeforeVdd = state.workingVdd;
+    plan.waitBeforeVdd = kWriteSupplySettleMs;
+  }
+  return plan;
+}
+
+PowerUpPlan ComparePlan(VddLevel level, float vddMin, float vddMax) {
+  PowerUpPlan plan;
+  plan.waitBeforeVdd = kCompareSupplySettleMs;
+  plan.vppFirstFor16F62 = true;
+  plan.icspWait = true;
+  plan.incrementFor12Bit = true;
+  if (level == VddLevel::kMin) plan.supplyBeforeVdd = vddMin;
+  if (level == VddLevel::kMax) plan.supplyBeforeVdd = vddMax;
+  return plan;
+}
+
+PowerUpPlan ConfigWritePlan() {
+  PowerUpPlan plan;
+  plan.vppFirstFor16F62 = true;
+  plan.icspWait = true;
+  plan.vppSettleMs = kConfigWriteVppSettleMs;
+  plan.dataLowAfterVpp = false;
+  return plan;
+}
+
+std::string AddressText(int32_t address) { return HexText(address) + "h"; }
+
+int32_t ProgressStride(int32_t n) {
+  const int64_t stride = RoundHalfEven(static_cast<double>(n) / kStrideParts);
+  return stride < 1 ? 1 : static_cast<int32_t>(stride);
+}
+
+bool NameStartsWith(std::string_view name, std::string_view prefix) {
+  return name.substr(0, prefix.size()) == prefix;
+}
+
+bool Is14000(const DeviceDescriptor& device) { return Trimmed(device.name) == "14000"; }
+
+int32_t WordBound(const DeviceDescriptor& device) { return Is14000(device) ? kBound14000 : device.programSize; }
+
+Status WriteErrorLog(const AppState& state, std::string_view line) {
+  std::string content(line);
+  content += '\n';
+  return WriteFileAtomically(state.paths.ErrorLog(), content);
+}
+
+OperationFrame::OperationFrame(AppState& state, UiHost& ui)
+    : state_(state), ui_(ui), protocol_(state.link, TargetOf(state.device)), startNs_(state.clock->Nanoseconds()) {
+  state_.clock->SetEventPump([this] { ui_.PumpEvents(); });
+}
+
+OperationFrame::~OperationFrame() { state_.clock->SetEventPump(nullptr); }
+
+bool OperationFrame::CheckDevice(const UserMessage& noDevice) {
+  if (state_.device.programSize != 0) return true;
+  ui_.ShowMessage(noDevice);
+  return false;
+}
+
+void OperationFrame::Begin(const std::string& statusText) {
+  ui_.ShowProgress(0.0);
+  ui_.ShowStatus(statusText);
+  ui_.SetStatusBar("");
+}
+
+void OperationFrame::Wait(float ms) { DelayMs(*state_.clock, ms); }
+
+void OperationFrame::SetSupply(float volts) {
+  // A refused level leaves the counter where it was; the operation goes on.
+  (void)state_.link.SetVddLevel(volts);
+}
+
+void OperationFrame::PowerUp(const PowerUpPlan& plan) {
+  const DeviceDescriptor& dev = state_.device;
+  PortLink& link = state_.link;
+  link.SetDataLine(kFalse);
+  if (plan.supplyBeforeVdd) SetSupply(*plan.supplyBeforeVdd);
+  if (plan.waitBeforeVdd > 0.0F) Wait(plan.waitBeforeVdd);
+  // Parts that may run their own code at power-up must see Vpp first.
+  if (plan.vppFirstFor16F62 && NameStartsWith(dev.name, "16F62")) {
+    link.SetProgrammingVoltage(kTrue, dev.name, dev.pinCount);
+  }
+  link.SetVdd("on");
+  if (dev.pinCount == 18 && !NameStartsWith(dev.name, "16F81") && !NameStartsWith(dev.name, "16C55")) {
+    Wait(kEighteenPinSettleMs);
+  }
+  if (plan.nominalSupplyAfterVdd) {
+    SetSupply(kNominalVolts);
+    Wait(kWriteSupplySettleMs);
+  }
+  if (plan.icspWait && state_.options.chkICSP) {
+    Wait(static_cast<float>(VbVal(state_.options.cmbICSP)));
+  }
+  link.SetProgrammingVoltage(kTrue, dev.name, dev.pinCount);
+  Wait(plan.vppSettleMs);
+  if (plan.dataLowAfterVpp) link.SetDataLine(kFalse);
+  if (plan.incrementFor12Bit && is12Bit()) protocol_.IncrementAddress();
+}
+
+void OperationFrame::PowerDown() {
+  state_.link.SetProgrammingVoltage(kFalse, state_.device.name, state_.device.pinCount);
+  state_.link.SetVdd("off");
+}
+
+void OperationFrame::End() {
+  ui_.ShowProgress(0.0);
+  ui_.HideProgress();
+  ui_.HideStatus();
+}
+
+void OperationFrame::Progress(int32_t i, int32_t n) {
+  ui_.ShowProgress(n == 0 ? 0.0 : static_cast<double>(i) / static_cast<double>(n) * 100.0);
+}
+
+OpOutcome OperationFrame::ReportFailure(const UserMessage& message, const char* quietLine) {
+  state_.operationFailed = kTrue;
+  if (state_.quiet() && quietLine != nullptr) {
+    // A log that cannot be written cannot be reported either; the exit code still says it.
+    (void)WriteErrorLog(state_, quietLine);
+    ui_.Terminate(kQuietExitCode);
+    return OpOutcome::kTerminated;
+  }
+  ui_.ShowMessage(message);
+  return OpOutcome::kFailed;
+}
+
+void OperationFrame::PlayCompletionSound() {
+  if (state_.options.chkSound) ui_.PlaySound(state_.paths.Sound());
+}
+
+OpResult OperationFrame::Finish(OpOutcome outcome) {
+  return {.outcome = outcome, .durationNs = state_.clock->Nanoseconds() - startNs_};
+}
+
+}  // namespace quorvi

@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The frame every device operation runs in: device check, power-up order,
+// progress, reporting (message box or quiet-mode log line), power-down.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "app/app_state.h"
+#include "app/ui_host.h"
+#include "protocol/serial_protocol.h"
+#include "util/message.h"
+
+namespace quorvi {
+
+/// How an operation ended.
+enum class OpOutcome {
+  kOk,
+  kNoDevice,     // nothing selected: only the message was shown
+  kFailed,       // reported by a message box
+  kTerminated,   // quiet mode: log written, Terminate called
+  kUnavailable,  // the device needs a layer this build lacks
+};
+
+/// What an operation hands back to the front end.
+struct OpResult {
+  OpOutcome outcome = OpOutcome::kOk;
+  /// Clock time from start to end; on the virtual clock an estimate of the
+  /// time the operation takes on real hardware.
+  int64_t durationNs = 0;
+  /// The window must redraw these from the state.
+  bool refreshConfig = false;
+  bool refreshProgramListing = false;
+  bool refreshDataListing = false;
+  bool refreshCalibrationText = false;
+
+  bool ok() const { return outcome == OpOutcome::kOk; }
+  double durationMs() const { return static_cast<double>(durationNs) / 1e6; }
+};
+
+/// The supply level of one compare pass.
+enum class VddLevel { kNormal, kMin, kMax };
+std::string_view VddLevelText(VddLevel level);
+
+/// What happens between "data line low" and the first command, per operation.
+struct PowerUpPlan {
+  /// Supply level set before Vdd, and the wait after it (0: none).
+  std::optional<float> supplyBeforeVdd;
+  float waitBeforeVdd = 0.0F;
+  /// The 16F62 parts (write, compares, configuration write) take Vpp first.
+  bool vppFirstFor16F62 = false;
+  /// The erase in production mode moves the supply back to 5.0 V after Vdd.
+  bool nominalSupplyAfterVdd = false;
+  bool icspWait = false;
+  float vppSettleMs = 100.0F;
+  bool dataLowAfterVpp = true;
+  /// 12-bit core: step from the configuration word to address 0.
+  bool incrementFor12Bit = false;
+};
+
+/// The plans of the operations, from the state's mode and options.
+PowerUpPlan ReadPlan();
+PowerUpPlan BlankPlan(const AppState& state);
+PowerUpPlan ErasePlan(const AppState& state);
+PowerUpPlan WritePlan(const AppState& state);
+PowerUpPlan ComparePlan(VddLevel level, float vddMin, float vddMax);
+PowerUpPlan ConfigWritePlan();
+
+/// Word addresses in messages: upper-case hex without leading zeros, then "h".
+std::string AddressText(int32_t address);
+/// The progress stride of read and compare: n / 20 rounded, never below 1.
+int32_t ProgressStride(int32_t n);
+bool NameStartsWith(std::string_view name, std::string_view prefix);
+/// True for the PIC14000, whose top words hold calibration data.
+bool Is14000(const DeviceDescriptor& device);
+/// The last program address an operation walks: 4031 for the "14000".
+int32_t WordBound(const DeviceDescriptor& device);
+
+/// One operation's frame. Construct at the start of a command; it lets long
+/// waits pump the front end's events while it lives.
+class OperationFrame {
+ public:
+  OperationFrame(AppState& state, UiHost& ui);
+  ~OperationFrame();
+  OperationFrame(const OperationFrame&) = delete;
+  OperationFrame& operator=(const OperationFrame&) = delete;
+
+  AppState& state() { return state_; }
+  UiHost& ui() { return ui_; }
+  SerialProtocol& protocol() { return protocol_; }
+  const DeviceDescriptor& device() const { return state_.device; }
+  bool is12Bit() const { return state_.device.family == family::kCore12; }
+
+  /// False (after showing `noDevice`) when no device is selected.
+  bool CheckDevice(const UserMessage& noDevice);
+  /// `Barra` at 0, `txtStatus` with `text`, `Statusbar` empty.
+  void Begin(const std::string& statusText);
+  /// Data line low, then power-up as `plan` says.
+  void PowerUp(const PowerUpPlan& plan);
+  /// Vpp off, then Vdd off (which also takes data and clock low).
+  void PowerDown();
+  /// `Barra` to 0 and hidden; `txtStatus` hidden and emptied.
+  void End();
+  /// `Barra` = i / n x 100.
+  void Progress(int32_t i, int32_t n);
+  void Wait(float ms);
+  /// Sets the supply; a level the counter cannot reach is left alone.
+  void SetSupply(float volts);
+
+  /// A failure: with "/Q" writes `quietLine` as the error log's one line,
+  /// sets `operationFailed` and calls Terminate (returns kTerminated, the
+  /// caller returns at once); otherwise shows `message` (kFailed). Without
+  /// a quiet line the message box is shown in quiet mode too.
+  OpOutcome ReportFailure(const UserMessage& message, const char* quietLine);
+  /// Plays the completion sound when `chkSound` is ticked.
+  void PlayCompletionSound();
+
+  /// The result with the duration so far.
+  OpResult Finish(OpOutcome outcome);
+
+ private:
+  AppState& state_;
+  UiHost& ui_;
+  SerialProtocol protocol_;
+  int64_t startNs_;
+};
+
+/// Writes the quiet-mode error log: exactly `line` and a line break, replacing the file.
+Status WriteErrorLog(const AppState& state, std::string_view line);
+
+}  // namespace quorvi

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The device operations' own texts, shared by the code and its tests.
+#pragma once
+
+namespace quorvi::op_text {
+
+// Device checks.
+inline constexpr const char* kSelectProcessor = "Select Processor";
+inline constexpr const char* kSelectProcessorFirst = "Select Processor first";
+
+// txtStatus while an operation runs.
+inline constexpr const char* kReading = "reading...";
+inline constexpr const char* kTestingBlank = "Testing blank...";
+inline constexpr const char* kErasing = "erasing...";
+inline constexpr const char* kComparing = "Comparing...";
+inline constexpr const char* kWritingData = "Writing data...";
+inline constexpr const char* kWritingFuses = "Writing fuses...";
+
+// Results.
+inline constexpr const char* kPicNotErased = "PIC not erased";
+inline constexpr const char* kPicNotEqualAt = "PIC not equal at ";
+inline constexpr const char* kErrorWritingFuses = "Error writing fuses";
+inline constexpr const char* kFuseOk = "Fuse OK";
+inline constexpr const char* kFuseError = "Fuse error";
+inline constexpr const char* kOperationOk = "Operation OK";
+
+// txtCal prefixes: silicon revision, calibration word.
+inline constexpr const char* kRevisionPrefix = " R=";
+inline constexpr const char* kCalibrationPrefix = " C=";
+
+// The one line of the error log in quiet mode.
+namespace quiet {
+inline constexpr const char* kEraseFailed = "Erro de apagamento";
+inline constexpr const char* kWriteFailed = "Erro gravando dados";
+inline constexpr const char* kFuseWriteFailed = "Erro gravando fuses";
+inline constexpr const char* kCompareFailed = "Erro de comparação de dados";
+inline constexpr const char* kIdCompareFailed = "Erro comparando IDs";
+inline constexpr const char* kFuseCompareFailed = "Erro comparando fuses";
+}  // namespace quiet
+
+// Not the program's historic texts: what this build says where a part of the
+// program is still missing (the 18F layer, the 24Cxx operations).
+inline constexpr const char* kPic18Unavailable = "18F devices cannot be read, erased or written by this build yet";
+inline constexpr const char* kSerialEepromUnavailable =
+    "24Cxx serial EEPROM operations are not available in this build yet";
+
+}  // namespace quorvi::op_text

@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ops/read.h"
+
+#include "ops/op_texts.h"
+#include "ops/serial_eeprom_handover.h"
+#include "util/arith.h"
+
+namespace quorvi {
+
+namespace {
+
+constexpr int kRevisionMask = 0x1F;
+constexpr int kBandgapReadMask = 0x01FF;
+constexpr int kFuseMapBandgap = 21;
+constexpr int kIdWords = 4;
+
+bool ShowsCalibration(const DeviceDescriptor& device) {
+  return device.oscList == 2 || device.oscList == 3 || device.fuseMap == kFuseMapBandgap;
+}
+
+}  // namespace
+
+std::string CalibrationText(int32_t word) { return op_text::kCalibrationPrefix + PadLeft(HexText(word), 2); }
+
+OpResult cmdRead(AppState& state, UiHost& ui, int16_t readMode) {
+  OperationFrame frame(state, ui);
+  const DeviceDescriptor& device = state.device;
+  const int32_t n = device.programSize;
+  if (!frame.CheckDevice({op_text::kSelectProcessorFirst, title::kQuorviError, MessageIcon::kExclamation})) {
+    return frame.Finish(OpOutcome::kNoDevice);
+  }
+  frame.Begin(op_text::kReading);
+  if (device.family == family::kSerialEeprom) {
+    state.link.SetDataLine(kTrue);
+    state.link.SetClockLine(kTrue);
+    return RunSerialEepromOperation(EepromOperation::kRead, frame);
+  }
+
+  frame.PowerUp(ReadPlan());
+  SerialProtocol& protocol = frame.protocol();
+  MemoryImage& image = state.image;
+  OpResult result;
+  result.refreshConfig = true;
+  result.refreshProgramListing = true;
+
+  if (readMode != read_mode::kConfigurationOnly) {
+    if (device.family == family::kPic18) return Pic18Unavailable(frame);
+    if (frame.is12Bit()) {
+      // The 12-bit counter starts on the configuration word, before address 0.
+      image.configWord = protocol.ReadProgramWord();
+      protocol.IncrementAddress();
+    }
+    const int32_t stride = ProgressStride(n);
+    for (int32_t i = 0; i <= n; ++i) {
+      if (i == n || i % stride == 0) frame.Progress(i, n);
+      image.programBuffer[static_cast<size_t>(i)] = protocol.ReadProgramWord();
+      protocol.IncrementAddress();
+    }
+    const int32_t m = device.dataBytes;
+    if (m >= 1) {
+      for (int32_t j = 0; j <= m && j < MemoryImage::kDataSlots; ++j) {
+        image.dataBuffer[static_cast<size_t>(j)] = static_cast<int16_t>(protocol.ReadDataMemory());
+        protocol.IncrementAddress();
+      }
+      result.refreshDataListing = true;
+    }
+  }
+
+  protocol.LoadConfiguration(0);
+  for (int k = 0; k < kIdWords; ++k) {
+    image.idWords[static_cast<size_t>(k)] = protocol.ReadProgramWord();
+    protocol.IncrementAddress();
+  }
+  protocol.IncrementAddress();
+  protocol.IncrementAddress();
+  if (NameStartsWith(device.name, "16F62") || NameStartsWith(device.name, "16F87")) {
+    const int deviceId = protocol.ReadProgramWord();
+    state.txtCal = op_text::kRevisionPrefix + HexText(deviceId & kRevisionMask);
+    result.refreshCalibrationText = true;
+  }
+  protocol.IncrementAddress();
+  if (!frame.is12Bit()) {
+    image.configWord = protocol.ReadProgramWord();
+    if (readMode == read_mode::kFull && device.fuseMap == kFuseMapBandgap) image.configWord &= kBandgapReadMask;
+  }
+
+  state.link.SetDataLine(kFalse);
+  frame.PowerDown();
+  if (ShowsCalibration(device)) {
+    state.txtCal = CalibrationText(image.programBuffer[static_cast<size_t>(n)]);
+    result.refreshCalibrationText = true;
+  }
+  frame.End();
+  OpResult finished = frame.Finish(OpOutcome::kOk);
+  result.durationNs = finished.durationNs;
+  return result;
+}
+
+}  // namespace quorvi

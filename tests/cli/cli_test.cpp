@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// quorvi2-cli run as a separate process in a temporary home folder, on the
+// simulated board with a chip-state file that carries the chip from run to run.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <map>
+#include <sstream>
+#include <string>
+
+#include "support/run_command.h"
+#include "support/temp_dir.h"
+
+namespace quorvi {
+namespace {
+
+class Cli : public ::testing::Test {
+ protected:
+  // Runs the tool with the arguments after the home, chip and clock options.
+  test::CommandOutput Run(const std::string& args, const std::string& extra = "--clock virtual") {
+    const std::string home = home_.path().string();
+    return test::RunCommand(std::string(QUORVI_CLI_PATH) + " --home '" + home + "' --chip '" + home +
+                            "/chip.json' " + extra + " " + args + " 2>'" + home + "/stderr' </dev/null");
+  }
+  std::string Stderr() { return home_.Read("stderr"); }
+
+  test::TempDir home_;
+};
+
+TEST_F(Cli, ListsDevicesAndShowsOne) {
+  test::CommandOutput devices = Run("devices");
+  EXPECT_EQ(devices.exitCode, 0);
+  EXPECT_NE(devices.out.find("16F877A"), std::string::npos);
+  EXPECT_NE(devices.out.find("24LC515"), std::string::npos);
+  test::CommandOutput info = Run("info 16F628");
+  EXPECT_EQ(info.exitCode, 0);
+  EXPECT_NE(info.out.find("bit  4  FOSC2"), std::string::npos) << info.out;
+  EXPECT_NE(info.out.find("PWRTE  -8"), std::string::npos) << info.out;
+}
+
+TEST_F(Cli, AFuseWriteInOneRunIsReadBackInTheNext) {
+  test::CommandOutput fuses = Run("--device 16F84A fuses --set WDTE=off --osc 2");
+  ASSERT_EQ(fuses.exitCode, 0) << Stderr();
+  EXPECT_NE(Stderr().find(" Fuse=3FFA"), std::string::npos) << Stderr();
+  EXPECT_NE(Stderr().find("Fuse OK"), std::string::npos);
+
+  const std::string out = (home_.path() / "read.hex").string();
+  test::CommandOutput read = Run("--device 16F84A read -o '" + out + "'");
+  ASSERT_EQ(read.exitCode, 0) << Stderr();
+  // The configuration record of a 16F84A holding 3FFAh.
+  EXPECT_NE(home_.Read("read.hex").find(":02400E00FA3F77"), std::string::npos) << home_.Read("read.hex");
+  // And the settings file remembers the device.
+  EXPECT_NE(home_.Read("quorvi2.ini").find("16F84A"), std::string::npos);
+}
+
+TEST_F(Cli, FailuresGiveANonZeroStatusAndOneLine) {
+  test::CommandOutput unknown = Run("--device 16F999 blank");
+  EXPECT_NE(unknown.exitCode, 0);
+  EXPECT_NE(Stderr().find("The device 16F999 is not in the catalogue"), std::string::npos) << Stderr();
+
+  test::CommandOutput badFuse = Run("--device 16F84A fuses --set BODEN=on");
+  EXPECT_NE(badFuse.exitCode, 0);
+  EXPECT_NE(Stderr().find("has no fuse BODEN"), std::string::npos) << Stderr();
+
+  test::CommandOutput badPort = test::RunCommand(std::string(QUORVI_CLI_PATH) + " --home '" +
+                                                 home_.path().string() + "' --port com9 blank 2>&1");
+  EXPECT_NE(badPort.exitCode, 0);
+  EXPECT_NE(badPort.out.find("Unknown port \"com9\""), std::string::npos) << badPort.out;
+}
+
+TEST_F(Cli, LegacyOptionsSelectAndLoadAFileWhateverItsCase) {
+  const std::string file = home_.Write("Work/Blink.hex", ":0400000083168601DC\r\n:00000001FF\r\n");
+  std::string upper = file;
+  for (char& ch : upper) ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
+  test::CommandOutput legacy = Run("/d:16f84a /f:" + upper + " listing '" + file + "'");
+  EXPECT_EQ(legacy.exitCode, 0) << Stderr();
+  EXPECT_NE(legacy.out.find("0000: 1683 0186"), std::string::npos) << legacy.out;
+}
+
+TEST_F(Cli, QuietModeWithAMissingFileEndsWithAnEmptyLog) {
+  home_.Write("quorvi2.err", "an old line\n");
+  test::CommandOutput quiet = Run("/D:16F84A /F:/NO/SUCH/FILE.HEX /Q");
+  EXPECT_NE(quiet.exitCode, 0);
+  EXPECT_EQ(home_.Read("quorvi2.err"), "");
+}
+
+// The last value of each wire in a VCD file.
+std::map<std::string, char> LastLevels(const std::string& vcd) {
+  std::map<char, std::string> names;
+  std::map<std::string, char> levels;
+  std::istringstream lines(vcd);
+  std::string line;
+  while (std::getline(lines, line)) {
+    if (line.rfind("$var", 0) == 0) {
+      std::istringstream words(line);
+      std::string var, type, width, id, name;
+      words >> var >> type >> width >> id >> name;
+      names[id[0]] = name;
+    } else if (line.size() == 2 && (line[0] == '0' || line[0] == '1') && names.count(line[1])) {
+      levels[names[line[1]]] = line[0];
+    }
+  }
+  return levels;
+}
+
+TEST_F(Cli, CtrlCDuringAnOperationPowersTheTargetDown) {
+  const std::string home = home_.path().string();
+  // On the real clock a production-mode erase takes most of a second; interrupt it midway.
+  const std::string command = std::string(QUORVI_CLI_PATH) + " --home '" + home + "' --chip '" + home +
+                              "/chip.json' --trace '" + home + "/t.vcd' --mode prod --device 16F84A erase 2>'" + home +
+                              "/stderr' & pid=$!; sleep 0.4; kill -INT $pid; wait $pid";
+  test::CommandOutput run = test::RunCommand(command);
+  EXPECT_EQ(run.exitCode, 130) << Stderr();
+  EXPECT_NE(Stderr().find("interrupted; the target is powered down"), std::string::npos) << Stderr();
+  const std::map<std::string, char> levels = LastLevels(home_.Read("t.vcd"));
+  ASSERT_FALSE(levels.empty());
+  EXPECT_EQ(levels.at("Vdd"), '1') << "Vdd off (active low)";
+  EXPECT_EQ(levels.at("Vpp1"), '1');
+  EXPECT_EQ(levels.at("Vpp2"), '1');
+  EXPECT_EQ(levels.at("Vpp3"), '1');
+  EXPECT_EQ(levels.at("Clock"), '0');
+  EXPECT_EQ(levels.at("DataOut"), '0');
+}
+
+}  // namespace
+}  // namespace quorvi

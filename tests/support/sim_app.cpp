@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "support/sim_app.h"
+
+#include <gtest/gtest.h>
+
+#include "device/selection.h"
+#include "hw/port_link.h"
+
+namespace quorvi::test {
+
+sim::ChipState BlankChip(const std::string& chipName) {
+  auto info = sim::FindChip(chipName);
+  if (!info) {
+    ADD_FAILURE() << info.message();
+    return {};
+  }
+  return sim::BlankState(*info.value());
+}
+
+SimApp::SimApp(sim::ChipState chip, const std::string& deviceName, bool realClock) {
+  std::unique_ptr<Clock> ownClock;
+  if (realClock) {
+    ownClock = std::make_unique<RealClock>();
+  } else {
+    ownClock = std::make_unique<VirtualClock>();
+  }
+  clock_ = ownClock.get();
+  auto board = sim::MakeBoard(*clock_, std::move(chip));
+  std::unique_ptr<sim::SimBoard> driver;
+  if (board) {
+    driver = std::move(board).value();
+  } else {
+    ADD_FAILURE() << board.message();
+    driver = std::make_unique<sim::SimBoard>(*clock_);
+  }
+  board_ = driver.get();
+  const AppPaths paths{.home = home.path().string(), .data = QUORVI_DATA_DIR};
+  app = std::make_unique<AppState>(paths, std::move(ownClock), std::move(driver));
+  // The idle state the program puts the board in at start-up.
+  app->link.SetVpp1(kFalse);
+  app->link.SetVpp2(kFalse);
+  app->link.SetVpp3(kFalse);
+  app->link.SetVdd("off");
+  (void)app->link.SetVddLevel(5.0F);
+  if (!deviceName.empty()) {
+    auto view = SelectDevice(paths.Catalogue(), deviceName, app->device, app->image, false);
+    if (!view) {
+      ADD_FAILURE() << view.message();
+    } else {
+      app->blankWord = view.value().blankWord;
+    }
+  }
+}
+
+SimApp::SimApp(const std::string& chipName) : SimApp(BlankChip(chipName), chipName) {}
+
+bool SimApp::PoweredDown() const {
+  const uint8_t out = board_->lastWrite();
+  const uint8_t supplies = line::kVdd | line::kVpp1 | line::kVpp2 | line::kVpp3;
+  return (out & supplies) == supplies;
+}
+
+}  // namespace quorvi::test

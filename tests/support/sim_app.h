@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// An application state whose port is the simulated board with a chip in
+// its socket, and whose device is selected from the shipped catalogue.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "app/app_state.h"
+#include "hw/clock.h"
+#include "sim/chip_state.h"
+#include "sim/sim_board.h"
+#include "support/temp_dir.h"
+
+namespace quorvi::test {
+
+class SimApp {
+ public:
+  /// A board holding `chip`, the catalogue device `deviceName` selected
+  /// ("" leaves no device selected), the home folder a fresh temporary one.
+  /// `realClock` runs it on the PC's clock instead of the virtual one.
+  SimApp(sim::ChipState chip, const std::string& deviceName, bool realClock = false);
+  /// A blank chip of that name, and the catalogue device of the same name.
+  explicit SimApp(const std::string& chipName);
+
+  TempDir home;
+  std::unique_ptr<AppState> app;
+
+  AppState& state() { return *app; }
+  sim::SimBoard& board() { return *board_; }
+  sim::ChipState& chip() { return board_->chip()->state(); }
+  const sim::ChipInfo& info() { return board_->chip()->info(); }
+  Clock& clock() { return *clock_; }
+  /// Vdd and all three Vpp switches off on the board.
+  bool PoweredDown() const;
+
+ private:
+  Clock* clock_ = nullptr;
+  sim::SimBoard* board_ = nullptr;
+};
+
+/// A chip of that name as the simulator's blank state has it.
+sim::ChipState BlankChip(const std::string& chipName);
+
+}  // namespace quorvi::test
