@@ -192,7 +192,7 @@ void SerialDialog::Show() {
 
 // --------------------------------------------------------------- frmAdjust
 
-AdjustDialog::AdjustDialog(QWidget* parent, AppState& state, const Prompts& prompts)
+AdjustDialog::AdjustDialog(QWidget* parent, AppState& state, const Prompts& prompts, int& delaySetting)
     : QDialog(parent), state_(state), prompts_(prompts) {
   setObjectName("frmAdjust");
   setWindowTitle("Voltage test and adjust");
@@ -256,12 +256,16 @@ AdjustDialog::AdjustDialog(QWidget* parent, AppState& state, const Prompts& prom
   auto* hsDelay = new QScrollBar(Qt::Horizontal, delay);
   hsDelay->setObjectName("hsDelay");
   hsDelay->setRange(0, 500);
-  auto* txtDelay = new QLineEdit("0", delay);
+  hsDelay->setValue(delaySetting);
+  auto* txtDelay = new QLineEdit(QString::number(delaySetting), delay);
   txtDelay->setObjectName("txtDelay");
   txtDelay->setReadOnly(true);
   txtDelay->setMaximumWidth(60);
   connect(hsDelay, &QScrollBar::valueChanged, this,
-          [txtDelay](int value) { txtDelay->setText(QString::number(value)); });
+          [txtDelay, &delaySetting](int value) {
+            delaySetting = value;
+            txtDelay->setText(QString::number(value));
+          });
   delayLayout->addWidget(hsDelay, 1);
   delayLayout->addWidget(txtDelay);
   layout->addWidget(delay);

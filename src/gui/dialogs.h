@@ -59,7 +59,7 @@ class SerialDialog final : public QDialog {
 /// `frmAdjust`.
 class AdjustDialog final : public QDialog {
  public:
-  AdjustDialog(QWidget* parent, AppState& state, const Prompts& prompts);
+  AdjustDialog(QWidget* parent, AppState& state, const Prompts& prompts, int& delaySetting);
   /// `cmdOk` released, with or without Shift.
   void Close(bool shiftHeld);
 

@@ -32,13 +32,16 @@
 #include "image/image_writer.h"
 #include "image/listing.h"
 #include "image/open_command.h"
+#include "ops/blank_erase.h"
+#include "ops/config_write.h"
+#include "ops/read.h"
 #include "util/atomic_file.h"
 
 namespace quorvi::gui {
 
 namespace {
 
-constexpr const char* kNotBuiltYet = "Not available yet: this device operation is still being built";
+constexpr const char* kNotBuiltYet = "Not available yet: the write and verify operations are still being built";
 constexpr const char* kVersion = "0.1";
 
 QString Q(const std::string& text) { return QString::fromStdString(text); }
@@ -168,14 +171,11 @@ void MainWindow::BuildCommands(QWidget* column) {
   };
   button("cmdOpen", "Open HEX file", [this] { mnuOpenClick(); });
   button("cmdSave", "Save HEX file", [this] { mnuSaveClick(); });
-  for (const char* name : {"cmdRead", "cmdWrite", "cmdCompare", "cmdBlank", "cmdWriteFuse"}) {
-    static const std::map<std::string, const char*> kCaptions = {{"cmdRead", "Read PIC"},
-                                                                 {"cmdWrite", "Write PIC"},
-                                                                 {"cmdCompare", "Compare"},
-                                                                 {"cmdBlank", "Blank Test"},
-                                                                 {"cmdWriteFuse", "Write Fuses Only"}};
-    Unavailable(button(name, kCaptions.at(name), [] {}));
-  }
+  button("cmdRead", "Read PIC", [this] { RunOperation([this] { return cmdRead(state_, *this, read_mode::kFull); }); });
+  Unavailable(button("cmdWrite", "Write PIC", [] {}));
+  Unavailable(button("cmdCompare", "Compare", [] {}));
+  button("cmdBlank", "Blank Test", [this] { RunOperation([this] { return cmdBlank(state_, *this); }); });
+  button("cmdWriteFuse", "Write Fuses Only", [this] { RunOperation([this] { return cmdWriteFuse(state_, *this); }); });
   button("cmdBuff", "Clear Buffer", [this] { cmdBuffClick(); });
   button("cmdHex16to8", "HEX16 to 8", [this] { cmdHex16to8Click(); })->hide();
   button("cmdHelp", "Help", [this] { ShowHelp(); });
@@ -193,12 +193,14 @@ void MainWindow::BuildCommands(QWidget* column) {
     named_[name] = b;
     return b;
   };
-  Unavailable(picture("cmdFill", QStyle::SP_TrashIcon, "Erase the chip", [] {}));
+  // The erase button keeps a factory calibration word.
+  picture("cmdFill", QStyle::SP_TrashIcon, "Erase the chip",
+          [this] { RunOperation([this] { return cmdFill(state_, *this, false); }); });
   picture("cmdAjuste", QStyle::SP_ComputerIcon, "Voltage test and adjust", [this] { OpenAdjustDialog(); });
   picture("cmdStat", QStyle::SP_FileDialogDetailedView, "Program listing / write cycles",
           [this] { cmdStatClick(); });
   picture("cmdCfg", QStyle::SP_FileDialogListView, "Config menu",
-          [this] { mnuConfig_->popup(mapToGlobal(QPoint(40, menuBar()->height()))); });
+          [this] { menuBar()->setActiveAction(mnuConfig_->menuAction()); });
   picture("cmdFim", QStyle::SP_DialogCloseButton, "End the program", [this] {
     session_.Finish();
     QApplication::exit(0);
@@ -416,10 +418,24 @@ QWidget* MainWindow::BuildOptions() {
 // ------------------------------------------------------------ the frame
 
 void MainWindow::Command(const std::function<void()>& body) {
-  if (busy_) return;  // one operation at a time; the window stays live
+  if (busy_) {
+    // One operation at a time; the window stays live. A menu entry Qt has
+    // already ticked gets its check mark back.
+    RefreshChecks();
+    return;
+  }
   busy_ = true;
   body();
   busy_ = false;
+}
+
+void MainWindow::RunOperation(const std::function<OpResult()>& operation) {
+  const OpResult result = operation();
+  if (result.refreshConfig) {
+    ShowConfig(ShowConfigWord(state_.device, state_.image.configWord, state_.image.idWords, cmbOSC_->count()));
+  }
+  if (result.refreshProgramListing || result.refreshDataListing) RefreshListings();
+  if (result.refreshCalibrationText) txtCal_->setText(Q(state_.txtCal));
 }
 
 void MainWindow::ShowProgress(double percent) {
@@ -663,14 +679,20 @@ void MainWindow::RefreshListings() {
 
 // ---------------------------------------------------------------- menus
 
-void MainWindow::RefreshPortMenus() {
+void MainWindow::RefreshChecks() {
   const Settings& s = state_.settings;
   mnuLpt1_->setChecked(s.portEntry == PortEntry::kLpt1);
   mnuLpt2_->setChecked(s.portEntry == PortEntry::kLpt2);
   mnuLpt_->setChecked(s.portEntry == PortEntry::kCustom);
-  mnuLpt_->setText(Q(CustomPortCaption(s)));
   mnuProt_->setChecked(s.mode == "PROT");
   mnuProd_->setChecked(s.mode == "PROD");
+  mnuSQTP_->setChecked(state_.serial.switchedOn);
+}
+
+void MainWindow::RefreshPortMenus() {
+  RefreshChecks();
+  const Settings& s = state_.settings;
+  mnuLpt_->setText(Q(CustomPortCaption(s)));
   lblPort_->setText(Q("Port: " + session_.portName()));
 }
 
@@ -845,6 +867,7 @@ void MainWindow::IdEditingFinished(int box) {
 void MainWindow::mnuSQTPClick() {
   switch (ToggleSerialMenu(state_.serial, !state_.imagePath.empty())) {
     case SerialMenuEffect::kNeedImageFile:
+      mnuSQTP_->setChecked(state_.serial.switchedOn);
       ShowMessage(NeedImageFileMessage());
       return;
     case SerialMenuEffect::kSwitchedOff:
@@ -864,7 +887,7 @@ void MainWindow::OpenSerialDialog() {
 }
 
 void MainWindow::OpenAdjustDialog() {
-  AdjustDialog dialog(this, state_, prompts_);
+  AdjustDialog dialog(this, state_, prompts_, delaySetting_);
   prompts_.runDialog(dialog);
 }
 

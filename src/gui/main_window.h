@@ -28,6 +28,10 @@ class QRadioButton;
 class QStatusBar;
 class QWidget;
 
+namespace quorvi {
+struct OpResult;
+}
+
 namespace quorvi::gui {
 
 class SocketPicture;
@@ -74,10 +78,13 @@ class MainWindow final : public QMainWindow, public UiHost {
   /// Runs a command unless an operation is under way.
   void Command(const std::function<void()>& body);
   void Unavailable(QPushButton* button);
+  /// A device operation, then what it asks the window to redraw.
+  void RunOperation(const std::function<OpResult()>& operation);
 
   void ApplySelection(const SelectionView& view);
   void ShowConfig(const ConfigDisplay& config);
   void RefreshListings();
+  void RefreshChecks();
   void RefreshPortMenus();
   void RefreshVddPanels();
   void RefreshSerialIndicator(uint32_t colour);
@@ -112,7 +119,9 @@ class MainWindow final : public QMainWindow, public UiHost {
   bool activated_ = false;
   bool busy_ = false;
   bool showingCycles_ = false;
-  bool applying_ = false;  // the window sets controls; their signals are not user input
+  bool applying_ = false;
+  /// The voltage dialog's delay (`hsDelay`): kept for the run, read by nothing.
+  int delaySetting_ = 0;  // the window sets controls; their signals are not user input
 
   std::map<std::string, QWidget*> named_;
   QMenu* mnuConfig_ = nullptr;

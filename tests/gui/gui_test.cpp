@@ -11,6 +11,7 @@
 #include <QMenu>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScrollBar>
 #include <QStatusBar>
 #include <QTest>
 #include <deque>
@@ -295,8 +296,12 @@ class GuiTest : public QObject {
       QTest::keyClick(data, Qt::Key_Return);
       dialog.findChild<QRadioButton*>("opDec")->click();
       QCOMPARE(data->text(), QString("2748"));
-      // Every command waits while the editor is open.
+      // Every command waits while the editor is open, and menu check marks stay.
       h.Find<QPushButton>("cmdBuff")->click();
+      h.Action("mnuProd")->trigger();
+      QVERIFY(!h.Action("mnuProd")->isChecked());
+      QVERIFY(h.Action("mnuProt")->isChecked());
+      QCOMPARE(h.state().settings.mode, std::string("PROT"));
       clickedDuringEdit = true;
       QCOMPARE(h.state().image.programBuffer[2], 0x1234);
     };
@@ -342,6 +347,9 @@ class GuiTest : public QObject {
     h.Action("mnuSQTP")->trigger();
     QCOMPARE(h.messages.back().text, std::string("You need to open a HEX file first..."));
     QCOMPARE(h.messages.back().title, std::string("Quorvi error"));
+    QVERIFY(!h.Action("mnuSQTP")->isChecked());
+    h.Find<QPushButton>("ledSQTP")->click();
+    QCOMPARE(h.messages.back().text, std::string("You need to open a HEX file first..."));
 
     h.Open((h.home.path() / "missing.hex").string());
     QVERIFY(h.messages.size() >= 3);
@@ -361,6 +369,28 @@ class GuiTest : public QObject {
     QVERIFY(h.Find<QListWidget>("MList1")->item(0)->text().startsWith("0000:    0"));
     h.Find<QPushButton>("cmdStat")->click();
     QVERIFY(h.Find<QListWidget>("MList1")->item(0)->text().startsWith("0000: 1683"));
+  }
+
+  void operationsRunOnTheSimulatedBoard() {
+    Harness h;
+    h.Select("16F84A");
+    h.Find<QRadioButton>("WDT_OFF")->click();
+    h.Find<QPushButton>("cmdWriteFuse")->click();
+    h.Find<QRadioButton>("WDT_ON")->click();
+    QCOMPARE(h.state().image.configWord, 0x3FFF);
+    h.Find<QPushButton>("cmdRead")->click();
+    QCOMPARE(h.state().image.configWord, 0x3FFB);
+    QVERIFY(h.Find<QRadioButton>("WDT_OFF")->isChecked());
+    QCOMPARE(h.Find<QLabel>("txtFuses")->text(), QString(" Fuse=3FFB"));
+    QVERIFY(h.Widget("Barra")->isHidden());
+    QVERIFY(h.Widget("txtStatus")->isHidden());
+    QCOMPARE(h.Find<QListWidget>("MList1")->item(0)->text(),
+             QString("0000: 3FFF 3FFF 3FFF 3FFF 3FFF 3FFF 3FFF 3FFF "));
+    // A factory-blank chip passes the blank check, and the erase reports nothing.
+    h.Find<QPushButton>("cmdBlank")->click();
+    h.Find<QPushButton>("cmdFill")->click();
+    QVERIFY(h.messages.empty());
+    QVERIFY(h.Widget("Barra")->isHidden());
   }
 
   void serialNumberingThroughTheDialog() {
@@ -447,6 +477,31 @@ class GuiTest : public QObject {
     const uint8_t lines = h.state().link.outputShadow();
     QVERIFY((lines & 0x20) == 0);  // Vpp3 stays on
     QVERIFY((lines & 0x04) != 0);  // Vdd off
+  }
+
+  void theAdjustDialogKeepsItsDelayAndCyclesOnShiftRelease() {
+    Harness h;
+    int opened = 0;
+    h.onDialog = [&](QDialog& dialog) {
+      auto* delay = dialog.findChild<QScrollBar*>("hsDelay");
+      auto* text = dialog.findChild<QLineEdit*>("txtDelay");
+      if (opened++ == 0) {
+        QCOMPARE(text->text(), QString("0"));
+        delay->setValue(120);
+        QCOMPARE(text->text(), QString("120"));
+        dynamic_cast<AdjustDialog&>(dialog).Close(false);
+        return;
+      }
+      QCOMPARE(text->text(), QString("120"));
+      const int64_t before = h.state().clock->Nanoseconds();
+      dynamic_cast<AdjustDialog&>(dialog).Close(true);
+      // Seven waits of 250 ms, each counted on the millisecond clock.
+      QVERIFY(h.state().clock->Nanoseconds() - before >= 7 * 249'000'000LL);
+    };
+    h.Find<QPushButton>("cmdAjuste")->click();
+    h.Find<QPushButton>("cmdAjuste")->click();
+    QCOMPARE(opened, 2);
+    QVERIFY((h.state().link.outputShadow() & 0x3C) == 0x3C);  // every supply off
   }
 
   void helpAndAboutOpenTheirWindows() {
