@@ -705,7 +705,8 @@ void MainWindow::RefreshVddPanels() {
 
 void MainWindow::RefreshSerialIndicator(uint32_t colour) {
   ledSQTP_->setStyleSheet(QString("background-color: #%1;").arg(colour, 6, 16, QChar('0')));
-  ledSQTP_->setText(Q(SerialActive(state_.serial) || state_.serial.size != 0 ? SerialIndicatorText(state_.serial) : ""));
+  const bool numbered = state_.serial.size != 0 && state_.serial.increment != 0;
+  ledSQTP_->setText(Q(numbered ? SerialIndicatorText(state_.serial) : ""));
   mnuSQTP_->setChecked(state_.serial.switchedOn);
 }
 
@@ -825,7 +826,9 @@ void MainWindow::ListingClicked(QListWidget* list, int x, int y) {
   if (item == nullptr || (list == MList1_ && showingCycles_)) return;
   // The column rules count in the form's units over the listing's characters:
   // "0000: " then 5 characters a word, "00: " then 3 characters a byte.
-  const double chars = (x - 2.0) / list->fontMetrics().horizontalAdvance(QChar('0'));
+  const int charWidth = list->fontMetrics().horizontalAdvance(QChar('0'));
+  if (charWidth <= 0) return;
+  const double chars = (x - 2.0) / charWidth;
   const bool program = list == MList1_;
   const double twips = program ? 4.0 + chars * 106.0 : 23.0 + chars * 320.0 / 3.0;
   const int column = program ? ProgramClickColumn(twips) : DataClickColumn(twips);
