@@ -36,8 +36,7 @@ run: build
 	  echo "$(GUI) --home $(BUILD)/run-home --port sim"; \
 	  $(GUI) --home $(BUILD)/run-home --port sim; \
 	else \
-	  echo "$(CLI) --home $(BUILD)/run-home --port sim --clock virtual --device 16F84A --trace $(BUILD)/run-trace.vcd power-cycle"; \
-	  $(CLI) --home $(BUILD)/run-home --port sim --clock virtual --device 16F84A --trace $(BUILD)/run-trace.vcd power-cycle; \
+	  scripts/cli-demo $(BUILD)/bin $(BUILD)/run-home; \
 	fi
 
 bench: build

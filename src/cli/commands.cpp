@@ -12,6 +12,8 @@
 #include "image/listing.h"
 #include "image/open_command.h"
 #include "ops/blank_erase.h"
+#include "ops/compare.h"
+#include "ops/write.h"
 #include "ops/config_write.h"
 #include "ops/read.h"
 #include "app/command_line.h"
@@ -90,6 +92,16 @@ int ReadChip(CliSession& session, const std::string& out) {
 
 int BlankCheck(CliSession& session) {
   return Finished(session, cmdBlank(session.state(), session.ui()), "Blank check");
+}
+
+int WriteChip(CliSession& session, const std::string& file) {
+  if (!OpenImage(session, file)) return 1;
+  return Finished(session, cmdWrite(session.state(), session.ui()), "Write");
+}
+
+int VerifyChip(CliSession& session, const std::string& file) {
+  if (!OpenImage(session, file)) return 1;
+  return Finished(session, cmdCompare(session.state(), session.ui()), "Verify");
 }
 
 int EraseChip(CliSession& session, bool blankCalibration) {
@@ -277,7 +289,7 @@ int RunLegacyOptions(CliSession& session) {
     state.device = device;
   }
   if (legacy.file && !OpenImage(session, FindPathIgnoringCase(*legacy.file))) return 1;
-  if (legacy.write) return Fail("/W: the write command is not built into this version yet");
+  if (legacy.write) return Finished(session, cmdWrite(state, session.ui()), "Write");
   return 0;
 }
 

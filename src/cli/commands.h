@@ -26,6 +26,10 @@ bool OpenImage(CliSession& session, const std::string& path);
 /// "Read": the chip into the image, saved as HEX when `out` is given.
 int ReadChip(CliSession& session, const std::string& out);
 int BlankCheck(CliSession& session);
+/// Loads `file` and writes it into the chip (verifying it as the write does).
+int WriteChip(CliSession& session, const std::string& file);
+/// Loads `file` and compares the chip with it.
+int VerifyChip(CliSession& session, const std::string& file);
 int EraseChip(CliSession& session, bool blankCalibration);
 
 /// A fuse edit: a fuse name with on or off, as NAME=on.

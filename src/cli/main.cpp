@@ -78,6 +78,11 @@ int main(int argc, char** argv) {
   std::string readOut;
   CLI::App* read = app.add_subcommand("read", "Read the chip into the image (and save it as HEX)");
   read->add_option("-o,--output", readOut, "HEX file to save what was read");
+  std::string writeFile, verifyFile;
+  CLI::App* write = app.add_subcommand("write", "Load an image file and write it into the chip, then verify it");
+  write->add_option("FILE", writeFile, "Image file (HEX, OBJ, BIN, TIF)")->required();
+  CLI::App* verify = app.add_subcommand("verify", "Load an image file and compare the chip with it");
+  verify->add_option("FILE", verifyFile, "Image file (HEX, OBJ, BIN, TIF)")->required();
   app.add_subcommand("blank", "Check that the chip is erased");
   bool blankCalibration = false;
   CLI::App* erase = app.add_subcommand("erase", "Erase the chip (electrically erasable parts)");
@@ -120,6 +125,8 @@ int main(int argc, char** argv) {
   if (status == 0 && app.got_subcommand("listing")) status = ShowListing(session, listingFile);
   if (status == 0 && app.got_subcommand("convert")) status = ConvertImage(session, convertIn, convertOut);
   if (status == 0 && app.got_subcommand("power-cycle")) status = PowerCycle(session);
+  if (status == 0 && app.got_subcommand("write")) status = WriteChip(session, writeFile);
+  if (status == 0 && app.got_subcommand("verify")) status = VerifyChip(session, verifyFile);
   if (status == 0 && app.got_subcommand("read")) status = ReadChip(session, readOut);
   if (status == 0 && app.got_subcommand("blank")) status = BlankCheck(session);
   if (status == 0 && app.got_subcommand("erase")) status = EraseChip(session, blankCalibration);

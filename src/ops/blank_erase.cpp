@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ops/blank_erase.h"
 
+#include <vector>
+
 #include "ops/config_write.h"
 #include "ops/op_texts.h"
 #include "ops/serial_eeprom_handover.h"
+#include "protocol/pic18_protocol.h"
 
 namespace quorvi {
 
@@ -13,6 +16,7 @@ constexpr int kFuseMapBandgap = 21;
 constexpr int kBandgapBits = 0x3000;
 constexpr int kBandgapConfigValue = 0x01FF;
 constexpr int kAllOnes14 = 0x3FFF;
+constexpr int kErased18 = 0xFFFF;
 constexpr int kIncrementsToConfig = 7;
 constexpr int32_t kBlankProgressStep = 100;
 constexpr int32_t kBound14000 = 4031;
@@ -106,19 +110,25 @@ OpResult cmdBlank(AppState& state, UiHost& ui) {
     return frame.Finish(OpOutcome::kNoDevice);
   }
   frame.Begin(op_text::kTestingBlank);
-  if (state.device.family == family::kPic18) {
-    frame.PowerDown();
-    return Pic18Unavailable(frame);
-  }
   frame.PowerUp(BlankPlan(state));
-  const int expected = frame.is12Bit() ? 0xFFF : kAllOnes14;
   SerialProtocol& protocol = frame.protocol();
   int32_t good = 0;
-  for (int32_t i = 0; i <= n; ++i) {
-    if (i % kBlankProgressStep == 0) frame.Progress(i, n);
-    if (protocol.ReadProgramWord() != expected) break;
-    ++good;
-    protocol.IncrementAddress();
+  if (state.device.family == family::kPic18) {
+    // The 18F words come through the 18F read; an erased word reads FFFFh.
+    Pic18Protocol pic18(protocol);
+    const std::vector<int> words = pic18.ReadProgramMemory(n, [&](int address) {
+      if (address % kBlankProgressStep == 0) frame.Progress(address, n);
+      return true;
+    });
+    while (static_cast<size_t>(good) < words.size() && words[static_cast<size_t>(good)] == kErased18) ++good;
+  } else {
+    const int expected = frame.is12Bit() ? 0xFFF : kAllOnes14;
+    for (int32_t i = 0; i <= n; ++i) {
+      if (i % kBlankProgressStep == 0) frame.Progress(i, n);
+      if (protocol.ReadProgramWord() != expected) break;
+      ++good;
+      protocol.IncrementAddress();
+    }
   }
   frame.PowerDown();
   if (state.productionMode()) frame.SetSupply(kNominalVolts);
@@ -138,14 +148,14 @@ OpResult cmdFill(AppState& state, UiHost& ui, bool blankCalibration) {
   if (!frame.CheckDevice({op_text::kSelectProcessor, title::kQuorviError, MessageIcon::kExclamation})) {
     return frame.Finish(OpOutcome::kNoDevice);
   }
-  ui.ShowStatus(op_text::kErasing);
-  ui.SetStatusBar("");
-  if (state.device.family == family::kPic18) return Pic18Unavailable(frame);
+  frame.Begin(op_text::kErasing);
   frame.PowerUp(ErasePlan(state));
 
   SerialProtocol& protocol = frame.protocol();
   const DeviceDescriptor& device = state.device;
-  if (device.fuseMap == kFuseMapBandgap) {
+  if (device.family == family::kPic18) {
+    Pic18Protocol(protocol).BulkErase();
+  } else if (device.fuseMap == kFuseMapBandgap) {
     EraseKeepingCalibration(frame, blankCalibration);
   } else if (device.family == 8 || device.family == 9) {
     protocol.LoadConfiguration(0);

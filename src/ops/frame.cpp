@@ -125,6 +125,10 @@ OperationFrame::OperationFrame(AppState& state, UiHost& ui)
   state_.clock->SetEventPump([this] { ui_.PumpEvents(); });
 }
 
+void OperationFrame::ResumeEventPump() {
+  state_.clock->SetEventPump([this] { ui_.PumpEvents(); });
+}
+
 OperationFrame::~OperationFrame() { state_.clock->SetEventPump(nullptr); }
 
 bool OperationFrame::CheckDevice(const UserMessage& noDevice) {

@@ -22,6 +22,7 @@ enum class OpOutcome {
   kFailed,       // reported by a message box
   kTerminated,   // quiet mode: log written, Terminate called
   kUnavailable,  // the device needs a layer this build lacks
+  kCancelled,    // the user answered No to a question before anything was done
 };
 
 /// What an operation hands back to the front end.
@@ -114,6 +115,9 @@ class OperationFrame {
   /// caller returns at once); otherwise shows `message` (kFailed). Without
   /// a quiet line the message box is shown in quiet mode too.
   OpOutcome ReportFailure(const UserMessage& message, const char* quietLine);
+  /// Lets long waits pump the front end's events again, after an operation
+  /// run inside this one (which takes the pump away when it ends).
+  void ResumeEventPump();
   /// Plays the completion sound when `chkSound` is ticked.
   void PlayCompletionSound();
 

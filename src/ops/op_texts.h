@@ -15,10 +15,27 @@ inline constexpr const char* kErasing = "erasing...";
 inline constexpr const char* kComparing = "Comparing...";
 inline constexpr const char* kWritingData = "Writing data...";
 inline constexpr const char* kWritingFuses = "Writing fuses...";
+inline constexpr const char* kWritingEeData = "Writing EE data...";
+inline constexpr const char* kComparingAtVddMin = "Comparing at Vdd min...";
+inline constexpr const char* kComparingAtVddMax = "Comparing at Vdd max...";
+inline constexpr const char* kComparingFusesVddMin = "Comparing fuses Vdd min...";
+inline constexpr const char* kComparingFusesVddMax = "Comparing fuses Vdd max...";
+// The compare passes' own texts, with their own spelling.
+inline constexpr const char* kPassAtVddMin = "Comparing at VDD min...";
+inline constexpr const char* kPassAtVddMax = "Comparing at VDD max...";
+inline constexpr const char* kPassNormal = "Comparing ...";
+inline constexpr const char* kFusePassAtVddMin = "Comparing fuses at VDD min";
+inline constexpr const char* kFusePassAtVddMax = "Comparing fuses at VDD max";
+inline constexpr const char* kFusePassNormal = "Comparing fuses ...";
 
 // Results.
 inline constexpr const char* kPicNotErased = "PIC not erased";
 inline constexpr const char* kPicNotEqualAt = "PIC not equal at ";
+inline constexpr const char* kFusesNotEqual = "fuses not equal";
+inline constexpr const char* kWritingErrorAt = "Writing error at ";
+inline constexpr const char* kPicNotErasedContinue = "PIC not erased, continue?";
+inline constexpr const char* kCodeProtectionWarning =
+    "Some chips can not be erased if you programm with CODE PROTECTION ON. Continue ?";
 inline constexpr const char* kErrorWritingFuses = "Error writing fuses";
 inline constexpr const char* kFuseOk = "Fuse OK";
 inline constexpr const char* kFuseError = "Fuse error";
@@ -39,9 +56,7 @@ inline constexpr const char* kFuseCompareFailed = "Erro comparando fuses";
 }  // namespace quiet
 
 // Not the program's historic texts: what this build says where a part of the
-// program is still missing (the 18F layer, the 24Cxx operations).
-inline constexpr const char* kPic18Unavailable = "18F devices cannot be read, erased or written by this build yet";
-inline constexpr const char* kSerialEepromUnavailable =
-    "24Cxx serial EEPROM operations are not available in this build yet";
+// program is still missing (the 18F configuration write).
+inline constexpr const char* kPic18Unavailable = "The configuration of 18F devices cannot be written by this build yet";
 
 }  // namespace quorvi::op_text

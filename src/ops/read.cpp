@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ops/read.h"
 
+#include <vector>
+
 #include "ops/op_texts.h"
+#include "protocol/pic18_protocol.h"
 #include "ops/serial_eeprom_handover.h"
 #include "util/arith.h"
 
@@ -44,7 +47,20 @@ OpResult cmdRead(AppState& state, UiHost& ui, int16_t readMode) {
   result.refreshProgramListing = true;
 
   if (readMode != read_mode::kConfigurationOnly) {
-    if (device.family == family::kPic18) return Pic18Unavailable(frame);
+    if (device.family == family::kPic18) {
+      Pic18Protocol pic18(protocol);
+      const int32_t stride = ProgressStride(n);
+      const std::vector<int> words = pic18.ReadProgramMemory(n, [&](int address) {
+        if (address == n || address % stride == 0) frame.Progress(address, n);
+        return true;
+      });
+      for (size_t i = 0; i < words.size(); ++i) image.programBuffer[i] = words[i];
+      state.link.SetDataLine(kFalse);
+      frame.PowerDown();
+      frame.End();
+      result.durationNs = frame.Finish(OpOutcome::kOk).durationNs;
+      return result;
+    }
     if (frame.is12Bit()) {
       // The 12-bit counter starts on the configuration word, before address 0.
       image.configWord = protocol.ReadProgramWord();
@@ -91,8 +107,7 @@ OpResult cmdRead(AppState& state, UiHost& ui, int16_t readMode) {
     result.refreshCalibrationText = true;
   }
   frame.End();
-  OpResult finished = frame.Finish(OpOutcome::kOk);
-  result.durationNs = finished.durationNs;
+  result.durationNs = frame.Finish(OpOutcome::kOk).durationNs;
   return result;
 }
 

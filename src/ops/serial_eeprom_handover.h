@@ -12,9 +12,8 @@ enum class EepromOperation { kRead, kBlank, kErase, kWrite, kCompare };
 /// Hand-over point for family 5: runs the 24Cxx variant of `operation`.
 OpResult RunSerialEepromOperation(EepromOperation operation, OperationFrame& frame);
 
-/// UNFINISHED: the 18F paths of read, erase and configuration write need the
-/// 18F command layer, which is not in this build yet. Powers down, reports
-/// that, and ends the operation.
+/// UNFINISHED: the configuration write of 18F parts (byte-wide registers at
+/// 300000h) has no sequence yet. Powers down, reports that, and ends the operation.
 OpResult Pic18Unavailable(OperationFrame& frame);
 
 }  // namespace quorvi

@@ -65,6 +65,9 @@ struct ChipInfo {
   // How soon after Vdd a quick entry must raise Vpp: about when a part with
   // its internal oscillator and MCLR as an input starts running its own code.
   int vppWindowUs = 0;
+  // The MCLR-enable bit of the configuration word: while it is set the pin
+  // holds the part in reset until Vpp, so Vdd may come first after all.
+  int mclreMask = 0;
   // Flash behaviour.
   BeginMode begin = BeginMode::kEraseProgramInternal;
   ProgramOnlyMode programOnly = ProgramOnlyMode::kNone;

@@ -29,7 +29,8 @@ constexpr ChipInfo Classic84(std::string_view name, int words, int cp) {
 constexpr ChipInfo F62x(std::string_view name, int words, int id) {
   return {.name = name, .kind = ChipClass::kFlash14, .programWords = words, .dataBytes = 128, .pins = 18,
           .vppSwitch = 1, .cpMask = 0x3C00, .cpdMask = 0x0100, .deviceId = id,
-          .entry = Entry::kVppFirstOrQuick, .vppWindowUs = 250, .begin = BeginMode::kEraseProgramInternal,
+          .entry = Entry::kVppFirstOrQuick, .vppWindowUs = 250, .mclreMask = 0x0020,
+          .begin = BeginMode::kEraseProgramInternal,
           .bulk = BulkMode::kThenBeginProgramming, .cpDisable = true, .programUs = 4'000, .eraseUs = 10'000,
           .dataUs = 4'000, .minEraseVdd = 4.5, .document = "DS30034"};
 }
@@ -38,14 +39,11 @@ constexpr ChipInfo F62x(std::string_view name, int words, int id) {
 // erase pair: Bulk Erase Program Memory after Load Configuration clears the
 // protection and the configuration word, self-timed (TERA 6 ms); Begin
 // Programming internally timed, TPROG 4 ms; bits 12:9 are not implemented.
-// Vpp-first entry matters only once a program runs on the internal
-// oscillator with MCLR off; the host raises Vpp first only for names that
-// start "16F62", so the 648A is taken as entered Vdd-first, as a blank or
-// MCLR-enabled part is.
-constexpr ChipInfo F62xA(std::string_view name, int words, int data, int id, Entry entry) {
+constexpr ChipInfo F62xA(std::string_view name, int words, int data, int id) {
   return {.name = name, .kind = ChipClass::kFlash14, .programWords = words, .dataBytes = data, .pins = 18,
           .vppSwitch = 1, .configBits = 0x21FF, .cpMask = 0x2000, .cpdMask = 0x0100, .deviceId = id,
-          .entry = entry, .vppWindowUs = 250, .begin = BeginMode::kEraseProgramInternal,
+          .entry = Entry::kVppFirstOrQuick, .vppWindowUs = 250, .mclreMask = 0x0020,
+          .begin = BeginMode::kEraseProgramInternal,
           .bulk = BulkMode::kSelfTimed, .programUs = 4'000, .eraseUs = 6'000, .dataUs = 6'000,
           .minEraseVdd = 4.5, .document = "DS41196"};
 }
@@ -58,7 +56,7 @@ constexpr ChipInfo F629(std::string_view name, int pins) {
   return {.name = name, .kind = ChipClass::kFlash14, .programWords = 1024, .dataBytes = 128, .pins = pins,
           .vppSwitch = 1, .configBits = 0x31FF, .cpMask = 0x0080, .cpdMask = 0x0100,
           .calibration = Calibration::kRetlwLastWord, .bandgapMask = 0x3000, .entry = Entry::kVppFirstOrQuick,
-          .vppWindowUs = 250, .begin = BeginMode::kEraseProgramInternal, .bulk = BulkMode::kSelfTimed,
+          .vppWindowUs = 250, .mclreMask = 0x0020, .begin = BeginMode::kEraseProgramInternal, .bulk = BulkMode::kSelfTimed,
           .programUs = 2'500, .eraseUs = 8'000, .dataUs = 6'000, .minEraseVdd = 4.5, .document = "DS41191"};
 }
 
@@ -91,7 +89,8 @@ constexpr ChipInfo F87xA(std::string_view name, int words, int data, int pins, i
 constexpr ChipInfo F81x(std::string_view name, int words, int data, int id) {
   return {.name = name, .kind = ChipClass::kFlash14, .programWords = words, .dataBytes = data, .pins = 18,
           .vppSwitch = 1, .cpMask = 0x2000, .cpdMask = 0x0100, .deviceId = id,
-          .entry = Entry::kVppFirstOrQuick, .vppWindowUs = 250, .begin = BeginMode::kEraseProgramInternal,
+          .entry = Entry::kVppFirstOrQuick, .vppWindowUs = 250, .mclreMask = 0x0020,
+          .begin = BeginMode::kEraseProgramInternal,
           .programOnly = ProgramOnlyMode::kExternal, .endsWith23 = true, .bulk = BulkMode::kSelfTimed,
           .chipErase = true, .latchWords = 4, .programUs = 8'000, .programOnlyUs = 1'000, .eraseUs = 8'000,
           .dataUs = 8'000, .minEraseVdd = 4.5, .document = "DS39603"};
@@ -131,9 +130,9 @@ constexpr std::array kChips = {
     Classic84("16F84A", 1024, 0x3FF0),
     F62x("16F627", 1024, 0x07A0),
     F62x("16F628", 2048, 0x07C0),
-    F62xA("16F627A", 1024, 128, 0x1040, Entry::kVppFirstOrQuick),
-    F62xA("16F628A", 2048, 128, 0x1060, Entry::kVppFirstOrQuick),
-    F62xA("16F648A", 4096, 256, 0x1100, Entry::kVddFirst),
+    F62xA("16F627A", 1024, 128, 0x1040),
+    F62xA("16F628A", 2048, 128, 0x1060),
+    F62xA("16F648A", 4096, 256, 0x1100),
     F629("12F629", 8),
     F629("12F675", 8),
     F629("16F630", 14),

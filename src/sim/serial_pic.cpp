@@ -54,7 +54,10 @@ void SerialPicChip::TryEntry(const SocketPins& pins, int64_t nowNs) {
   switch (info_.entry) {
     case Entry::kVddFirst: ordered = vppRoseWhilePowered_ && vppSinceNs_ > poweredSinceNs_; break;
     case Entry::kVppFirstOrQuick:
-      ordered = !vppRoseWhilePowered_ || nowNs - poweredSinceNs_ <= int64_t{info_.vppWindowUs} * 1000;
+      // With MCLR enabled the part sits in reset until Vpp comes; with MCLR
+      // off it runs its own program unless Vpp comes first or at once.
+      ordered = !vppRoseWhilePowered_ || nowNs - poweredSinceNs_ <= int64_t{info_.vppWindowUs} * 1000 ||
+                (state_.config & info_.mclreMask) != 0;
       break;
   }
   // Clock and data must be low while MCLR rises, or the part starts in another mode.

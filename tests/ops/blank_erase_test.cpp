@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "ops/config_write.h"
 #include "ops/op_texts.h"
 #include "support/ops_fixtures.h"
 #include "support/recording_ui.h"
@@ -237,10 +238,37 @@ TEST(Erase, ProductionModeErasesAtTheNominalSupply) {
   EXPECT_EQ(sim.chip().program[1], 0x3FFF);
 }
 
-TEST(Erase, Pic18IsReportedAsNotYetAvailable) {
-  test::SimApp sim(test::BlankChip("16F877A"), "18F452");
+TEST(Erase, Pic18BulkEraseThenBlank) {
+  test::SimApp sim(test::PatternedChip("18F452"), "18F452");
   test::RecordingUi ui;
-  EXPECT_EQ(cmdFill(sim.state(), ui, false).outcome, OpOutcome::kUnavailable);
+  ASSERT_TRUE(cmdFill(sim.state(), ui, false).ok());
+  EXPECT_TRUE(sim.PoweredDown());
+  for (size_t i = 0; i < sim.chip().program.size(); ++i) ASSERT_EQ(sim.chip().program[i], 0xFFFF) << i;
+  test::RecordingUi blankUi;
+  EXPECT_TRUE(cmdBlank(sim.state(), blankUi).ok());
+  EXPECT_TRUE(blankUi.messages.empty());
+  EXPECT_TRUE(sim.PoweredDown());
+}
+
+TEST(Blank, Pic18WithOneProgrammedWordIsNotBlank) {
+  auto info = sim::FindChip("18F452");
+  ASSERT_TRUE(info.ok());
+  sim::ChipState chip = sim::BlankState(*info.value());
+  chip.program[0x2345] = 0x1234;
+  test::SimApp sim(chip, "18F452");
+  test::RecordingUi ui;
+  EXPECT_EQ(cmdBlank(sim.state(), ui).outcome, OpOutcome::kFailed);
+  ASSERT_EQ(ui.messages.size(), 1U);
+  EXPECT_EQ(ui.messages[0], kNotErased);
+  EXPECT_TRUE(sim.PoweredDown());
+}
+
+TEST(FuseWrite18, Pic18IsReportedAsNotYetAvailable) {
+  test::SimApp sim(test::BlankChip("18F452"), "18F452");
+  test::RecordingUi ui;
+  EXPECT_EQ(cmdWriteFuse(sim.state(), ui).outcome, OpOutcome::kUnavailable);
+  ASSERT_EQ(ui.messages.size(), 1U);
+  EXPECT_EQ(ui.messages[0].text, op_text::kPic18Unavailable);
   EXPECT_TRUE(sim.PoweredDown());
 }
 

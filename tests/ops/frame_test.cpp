@@ -159,9 +159,12 @@ TEST(OpFrame, CompletionSoundOnlyWhenTicked) {
 }
 
 TEST(OpFrame, VppFirstOnlyForThe16F62PartsAndOnlyWherePlanned) {
-  // The 16F628 enters programming mode only with Vpp before (or just after) Vdd.
+  // A 16F628 running with MCLR off enters programming mode only with Vpp
+  // before (or just after) Vdd.
   for (const bool vppFirst : {false, true}) {
-    test::SimApp sim("16F628");
+    sim::ChipState chip = test::BlankChip("16F628");
+    chip.config &= ~0x0020;
+    test::SimApp sim(chip, "16F628");
     test::RecordingUi ui;
     OperationFrame frame(sim.state(), ui);
     PowerUpPlan plan = ReadPlan();

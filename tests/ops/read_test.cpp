@@ -4,7 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
+#include <vector>
 
+#include "ops/blank_erase.h"
 #include "ops/op_texts.h"
 #include "support/ops_fixtures.h"
 #include "support/recording_ui.h"
@@ -109,18 +112,13 @@ TEST(Read, CalibrationTextHasTwoDigitsAtLeast) {
 }
 
 TEST(Read, RevisionOfThe16F62And16F87Parts) {
-  for (const std::string chip : {"16F877A", "16F877"}) {
+  for (const std::string chip : {"16F877A", "16F877", "16F628"}) {
     test::SimApp sim(test::PatternedChip(chip), chip);
     test::RecordingUi ui;
     ASSERT_TRUE(cmdRead(sim.state(), ui, read_mode::kFull).ok());
     EXPECT_EQ(sim.state().txtCal, " R=" + HexText(sim.info().deviceId & 0x1F)) << chip;
   }
-  // The read raises Vpp after the 18-pin wait, too late for a 16F62x whose
-  // entry needs Vpp first: the words read are all ones, but the rule runs.
-  test::SimApp f628(test::PatternedChip("16F628"), "16F628");
   test::RecordingUi ui;
-  ASSERT_TRUE(cmdRead(f628.state(), ui, read_mode::kFull).ok());
-  EXPECT_EQ(f628.state().txtCal, " R=1F");
   test::SimApp other(test::PatternedChip("16F84A"), "16F84A");
   ASSERT_TRUE(cmdRead(other.state(), ui, read_mode::kFull).ok());
   EXPECT_EQ(other.state().txtCal, "");
@@ -145,14 +143,20 @@ TEST(Read, ProgressReachesOneHundredAtTheLastWord) {
   EXPECT_NE(std::find(ui.progress.begin(), ui.progress.end(), 26.0 / 511.0 * 100.0), ui.progress.end());
 }
 
-TEST(Read, Pic18IsReportedAsNotYetAvailableAndPowersDown) {
-  test::SimApp sim(test::BlankChip("16F877A"), "18F452");
+TEST(Read, Pic18ProgramMemoryThroughThe18FLayer) {
+  const sim::ChipState loaded = test::PatternedChip("18F452");
+  test::SimApp sim(loaded, "18F452");
   test::RecordingUi ui;
   const OpResult result = cmdRead(sim.state(), ui, read_mode::kFull);
-  EXPECT_EQ(result.outcome, OpOutcome::kUnavailable);
-  ASSERT_EQ(ui.messages.size(), 1U);
-  EXPECT_EQ(ui.messages[0].text, op_text::kPic18Unavailable);
+  ASSERT_TRUE(result.ok());
+  const int32_t n = sim.state().device.programSize;
+  ASSERT_EQ(static_cast<size_t>(n) + 1, loaded.program.size());
+  for (int32_t i = 0; i <= n; ++i) {
+    ASSERT_EQ(sim.state().image.programBuffer[static_cast<size_t>(i)], loaded.program[static_cast<size_t>(i)]) << i;
+  }
   EXPECT_TRUE(sim.PoweredDown());
+  EXPECT_FALSE(ui.progressVisible);
+  EXPECT_NE(std::find(ui.progress.begin(), ui.progress.end(), 100.0), ui.progress.end());
 }
 
 }  // namespace

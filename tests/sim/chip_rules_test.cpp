@@ -32,8 +32,20 @@ TEST(ModeEntry, VddFirstPartRefusesVppBeforeVdd) {
   EXPECT_EQ(s.state().program[0], 0x3FFF) << "nothing is programmed outside programming mode";
 }
 
-TEST(ModeEntry, SixteenF628NeedsVppFirst) {
-  SimLink late("16F628");
+// A part whose program runs with MCLR off (MCLRE, bit 5, clear).
+sim::ChipState RunningWithoutMclr(const char* name) {
+  sim::ChipState state = sim::BlankState(*sim::FindChip(name).value());
+  state.config &= ~0x0020;
+  return state;
+}
+
+TEST(ModeEntry, SixteenF628NeedsVppFirstOnceMclrIsOff) {
+  SimLink blank("16F628");  // MCLR enabled: the part waits in reset for Vpp
+  SerialProtocol b = blank.Protocol(1);
+  b.EnterProgrammingMode();
+  EXPECT_TRUE(blank.chip().inProgrammingMode());
+
+  SimLink late(RunningWithoutMclr("16F628"));
   SerialProtocol p = late.Protocol(1);
   p.EnterProgrammingMode();  // 18 pins: Vpp 100 ms after Vdd
   EXPECT_FALSE(late.chip().inProgrammingMode());
@@ -41,7 +53,7 @@ TEST(ModeEntry, SixteenF628NeedsVppFirst) {
   late.board->Sync();
   EXPECT_EQ(late.state().program[0], 0x3FFF);
 
-  SimLink first("16F628");
+  SimLink first(RunningWithoutMclr("16F628"));
   first.EnterVppFirst();
   EXPECT_TRUE(first.chip().inProgrammingMode());
 }
@@ -52,7 +64,7 @@ TEST(ModeEntry, QuickPartsTakeVppRightAfterVddButNotLater) {
   p.EnterProgrammingMode();  // "16F81": no settle wait
   EXPECT_TRUE(quick.chip().inProgrammingMode());
 
-  SimLink slow("16F818");
+  SimLink slow(RunningWithoutMclr("16F818"));
   SerialProtocol q = slow.Protocol(9);
   slow.link.SetProgrammingVoltage(kFalse, "16F818", 18);
   slow.link.SetVdd("off");

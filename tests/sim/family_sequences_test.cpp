@@ -147,7 +147,8 @@ TEST_P(FamilySequences, EraseWriteAndConfigureAProgrammedPart) {
   const sim::ChipInfo& info = *sim::FindChip(c.chip).value();
   sim::ChipState state = sim::BlankState(info);
   std::fill(state.program.begin(), state.program.end(), 0x0000);
-  state.config = 0x0000 & info.configBits;
+  // Protected, with MCLR left enabled so that every host entry order works.
+  state.config = info.mclreMask & info.configBits;
   SimLink s(state);
   SerialProtocol p = s.Protocol(c.family);
 

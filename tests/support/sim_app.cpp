@@ -8,6 +8,28 @@
 
 namespace quorvi::test {
 
+namespace {
+
+// The board, with every byte written to it kept for the test.
+class TeePort final : public PortDriver {
+ public:
+  explicit TeePort(std::unique_ptr<sim::SimBoard> board) : board_(std::move(board)) {}
+  void WriteData(uint8_t value) override {
+    writes.push_back(value);
+    board_->WriteData(value);
+  }
+  uint8_t ReadStatus() override { return board_->ReadStatus(); }
+  std::string Describe() const override { return board_->Describe(); }
+  sim::SimBoard* board() { return board_.get(); }
+
+  std::vector<uint8_t> writes;
+
+ private:
+  std::unique_ptr<sim::SimBoard> board_;
+};
+
+}  // namespace
+
 sim::ChipState BlankChip(const std::string& chipName) {
   auto info = sim::FindChip(chipName);
   if (!info) {
@@ -34,8 +56,10 @@ SimApp::SimApp(sim::ChipState chip, const std::string& deviceName, bool realCloc
     driver = std::make_unique<sim::SimBoard>(*clock_);
   }
   board_ = driver.get();
+  auto tee = std::make_unique<TeePort>(std::move(driver));
+  writes_ = &tee->writes;
   const AppPaths paths{.home = home.path().string(), .data = QUORVI_DATA_DIR};
-  app = std::make_unique<AppState>(paths, std::move(ownClock), std::move(driver));
+  app = std::make_unique<AppState>(paths, std::move(ownClock), std::move(tee));
   // The idle state the program puts the board in at start-up.
   app->link.SetVpp1(kFalse);
   app->link.SetVpp2(kFalse);
@@ -53,6 +77,12 @@ SimApp::SimApp(sim::ChipState chip, const std::string& deviceName, bool realCloc
 }
 
 SimApp::SimApp(const std::string& chipName) : SimApp(BlankChip(chipName), chipName) {}
+
+std::vector<uint8_t> SimApp::TakeWrites() {
+  std::vector<uint8_t> taken;
+  taken.swap(*writes_);
+  return taken;
+}
 
 bool SimApp::PoweredDown() const {
   const uint8_t out = board_->lastWrite();

@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "app/app_state.h"
 #include "hw/clock.h"
@@ -33,10 +34,13 @@ class SimApp {
   Clock& clock() { return *clock_; }
   /// Vdd and all three Vpp switches off on the board.
   bool PoweredDown() const;
+  /// Every byte written to the port since the last call, then forgets them.
+  std::vector<uint8_t> TakeWrites();
 
  private:
   Clock* clock_ = nullptr;
   sim::SimBoard* board_ = nullptr;
+  std::vector<uint8_t>* writes_ = nullptr;
 };
 
 /// A chip of that name as the simulator's blank state has it.
