@@ -33,15 +33,16 @@
 #include "image/listing.h"
 #include "image/open_command.h"
 #include "ops/blank_erase.h"
+#include "ops/compare.h"
 #include "ops/config_write.h"
 #include "ops/read.h"
+#include "ops/write.h"
 #include "util/atomic_file.h"
 
 namespace quorvi::gui {
 
 namespace {
 
-constexpr const char* kNotBuiltYet = "Not available yet: the write and verify operations are still being built";
 constexpr const char* kVersion = "0.1";
 
 QString Q(const std::string& text) { return QString::fromStdString(text); }
@@ -172,8 +173,8 @@ void MainWindow::BuildCommands(QWidget* column) {
   button("cmdOpen", "Open HEX file", [this] { mnuOpenClick(); });
   button("cmdSave", "Save HEX file", [this] { mnuSaveClick(); });
   button("cmdRead", "Read PIC", [this] { RunOperation([this] { return cmdRead(state_, *this, read_mode::kFull); }); });
-  Unavailable(button("cmdWrite", "Write PIC", [] {}));
-  Unavailable(button("cmdCompare", "Compare", [] {}));
+  button("cmdWrite", "Write PIC", [this] { RunOperation([this] { return cmdWrite(state_, *this); }); });
+  button("cmdCompare", "Compare", [this] { RunOperation([this] { return cmdCompare(state_, *this); }); });
   button("cmdBlank", "Blank Test", [this] { RunOperation([this] { return cmdBlank(state_, *this); }); });
   button("cmdWriteFuse", "Write Fuses Only", [this] { RunOperation([this] { return cmdWriteFuse(state_, *this); }); });
   button("cmdBuff", "Clear Buffer", [this] { cmdBuffClick(); });
@@ -207,11 +208,6 @@ void MainWindow::BuildCommands(QWidget* column) {
   });
   layout->addLayout(pictures);
   layout->addStretch(1);
-}
-
-void MainWindow::Unavailable(QPushButton* button) {
-  button->setEnabled(false);
-  button->setToolTip(kNotBuiltYet);
 }
 
 QWidget* MainWindow::BuildDevicePanel() {
@@ -436,6 +432,8 @@ void MainWindow::RunOperation(const std::function<OpResult()>& operation) {
   }
   if (result.refreshProgramListing || result.refreshDataListing) RefreshListings();
   if (result.refreshCalibrationText) txtCal_->setText(Q(state_.txtCal));
+  // A write advances the serial number.
+  RefreshSerialIndicator(state_.serial.switchedOn ? kSerialOnColour : kSerialOffColour);
 }
 
 void MainWindow::ShowProgress(double percent) {
