@@ -33,15 +33,16 @@
 #include "image/listing.h"
 #include "image/open_command.h"
 #include "ops/blank_erase.h"
+#include "ops/compare.h"
 #include "ops/config_write.h"
 #include "ops/read.h"
+#include "ops/write.h"
 #include "util/atomic_file.h"
 
 namespace quorvi::gui {
 
 namespace {
 
-constexpr const char* kNotBuiltYet = "Not available yet: the write and verify operations are still being built";
 constexpr const char* kVersion = "0.1";
 
 QString Q(const std::string& text) { return QString::fromStdString(text); }
@@ -172,8 +173,8 @@ void MainWindow::BuildCommands(QWidget* column) {
   button("cmdOpen", "Open HEX file", [this] { mnuOpenClick(); });
   button("cmdSave", "Save HEX file", [this] { mnuSaveClick(); });
   button("cmdRead", "Read PIC", [this] { RunOperation([this] { return cmdRead(state_, *this, read_mode::kFull); }); });
-  Unavailable(button("cmdWrite", "Write PIC", [] {}));
-  Unavailable(button("cmdCompare", "Compare", [] {}));
+  button("cmdWrite", "Write PIC", [this] { RunOperation([this] { return cmdWrite(state_, *this); }); });
+  button("cmdCompare", "Compare", [this] { RunOperation([this] { return cmdCompare(state_, *this); }); });
   button("cmdBlank", "Blank Test", [this] { RunOperation([this] { return cmdBlank(state_, *this); }); });
   button("cmdWriteFuse", "Write Fuses Only", [this] { RunOperation([this] { return cmdWriteFuse(state_, *this); }); });
   button("cmdBuff", "Clear Buffer", [this] { cmdBuffClick(); });
@@ -207,11 +208,6 @@ void MainWindow::BuildCommands(QWidget* column) {
   });
   layout->addLayout(pictures);
   layout->addStretch(1);
-}
-
-void MainWindow::Unavailable(QPushButton* button) {
-  button->setEnabled(false);
-  button->setToolTip(kNotBuiltYet);
 }
 
 QWidget* MainWindow::BuildDevicePanel() {
@@ -436,6 +432,8 @@ void MainWindow::RunOperation(const std::function<OpResult()>& operation) {
   }
   if (result.refreshProgramListing || result.refreshDataListing) RefreshListings();
   if (result.refreshCalibrationText) txtCal_->setText(Q(state_.txtCal));
+  // A write advances the serial number.
+  RefreshSerialIndicator(state_.serial.switchedOn ? kSerialOnColour : kSerialOffColour);
 }
 
 void MainWindow::ShowProgress(double percent) {
@@ -705,7 +703,8 @@ void MainWindow::RefreshVddPanels() {
 
 void MainWindow::RefreshSerialIndicator(uint32_t colour) {
   ledSQTP_->setStyleSheet(QString("background-color: #%1;").arg(colour, 6, 16, QChar('0')));
-  ledSQTP_->setText(Q(SerialActive(state_.serial) || state_.serial.size != 0 ? SerialIndicatorText(state_.serial) : ""));
+  const bool numbered = state_.serial.size != 0 && state_.serial.increment != 0;
+  ledSQTP_->setText(Q(numbered ? SerialIndicatorText(state_.serial) : ""));
   mnuSQTP_->setChecked(state_.serial.switchedOn);
 }
 
@@ -825,7 +824,9 @@ void MainWindow::ListingClicked(QListWidget* list, int x, int y) {
   if (item == nullptr || (list == MList1_ && showingCycles_)) return;
   // The column rules count in the form's units over the listing's characters:
   // "0000: " then 5 characters a word, "00: " then 3 characters a byte.
-  const double chars = (x - 2.0) / list->fontMetrics().horizontalAdvance(QChar('0'));
+  const int charWidth = list->fontMetrics().horizontalAdvance(QChar('0'));
+  if (charWidth <= 0) return;
+  const double chars = (x - 2.0) / charWidth;
   const bool program = list == MList1_;
   const double twips = program ? 4.0 + chars * 106.0 : 23.0 + chars * 320.0 / 3.0;
   const int column = program ? ProgramClickColumn(twips) : DataClickColumn(twips);

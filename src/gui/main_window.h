@@ -77,7 +77,6 @@ class MainWindow final : public QMainWindow, public UiHost {
   QWidget* BuildOptions();
   /// Runs a command unless an operation is under way.
   void Command(const std::function<void()>& body);
-  void Unavailable(QPushButton* button);
   /// A device operation, then what it asks the window to redraw.
   void RunOperation(const std::function<OpResult()>& operation);
 

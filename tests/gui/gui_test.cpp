@@ -338,10 +338,6 @@ class GuiTest : public QObject {
     Harness h;
     h.Action("mnuCheck")->trigger();
     QVERIFY(HasMessage(h, "Not impemented yet!"));
-    auto* write = h.Find<QPushButton>("cmdWrite");
-    QVERIFY(!write->isEnabled());
-    QVERIFY(write->toolTip().contains("Not available yet"));
-    QTest::keyClick(h.window.get(), Qt::Key_Return);  // Enter runs Write, which is not there yet
     QVERIFY(h.messages.size() == 1);
 
     h.Action("mnuSQTP")->trigger();
@@ -386,9 +382,26 @@ class GuiTest : public QObject {
     QVERIFY(h.Widget("txtStatus")->isHidden());
     QCOMPARE(h.Find<QListWidget>("MList1")->item(0)->text(),
              QString("0000: 3FFF 3FFF 3FFF 3FFF 3FFF 3FFF 3FFF 3FFF "));
-    // A factory-blank chip passes the blank check, and the erase reports nothing.
-    h.Find<QPushButton>("cmdBlank")->click();
+    // Enter anywhere runs Write: the chip gets the image, then the sound and "Operation OK".
+    h.Open(h.Example("eeprom_16f84a.inhx8m.hex"));
+    QTest::keyClick(h.window.get(), Qt::Key_Return);
+    QCOMPARE(h.Find<QStatusBar>("Statusbar")->currentMessage(), QString("Operation OK"));
+    QCOMPARE(h.sounds.size(), size_t{1});
+    QVERIFY(h.sounds[0].ends_with("ok.wav"));
+    h.Find<QPushButton>("cmdCompare")->click();
+    h.Find<QPushButton>("cmdBuff")->click();
+    h.Find<QPushButton>("cmdRead")->click();
+    QCOMPARE(h.Find<QListWidget>("MList1")->item(0)->text(),
+             QString("0000: 1683 0186 1283 0189 1683 1408 1283 0808 "));
+    QVERIFY(h.messages.empty());
+    h.state().image.programBuffer[1] = 0x0000;
+    h.Find<QPushButton>("cmdCompare")->click();
+    QCOMPARE(h.messages.size(), size_t{1});
+    QVERIFY(h.messages[0].text.find("1h") != std::string::npos);
+    h.messages.clear();
     h.Find<QPushButton>("cmdFill")->click();
+    // An erased chip passes the blank check, and the erase reports nothing.
+    h.Find<QPushButton>("cmdBlank")->click();
     QVERIFY(h.messages.empty());
     QVERIFY(h.Widget("Barra")->isHidden());
   }
@@ -519,6 +532,17 @@ class GuiTest : public QObject {
     QVERIFY(h.messages.front().text.rfind("O driver retornou o valor ", 0) == 0);
     QVERIFY(h.Find<QLabel>("lblPort")->text().contains("not open"));
     QCOMPARE(h.Find<QPushButton>("panelDevice")->text(), QString("16F84"));
+  }
+
+  void legacyWriteProgramsTheChipAndEnds() {
+    test::TempDir files;
+    const std::filesystem::path image = files.path() / "b.hex";
+    std::filesystem::copy_file(std::filesystem::path(QUORVI_EXAMPLES_DIR) / "eeprom_16f84a.inhx8m.hex", image);
+    Harness h("/D:16F84 /F:" + image.string() + " /W /Q");
+    QCOMPARE(h.Find<QStatusBar>("Statusbar")->currentMessage(), QString("Operation OK"));
+    QVERIFY(h.messages.empty());
+    QCOMPARE(h.terminated, std::vector<int>{0});
+    QVERIFY(!std::filesystem::exists(h.home.path() / "quorvi2.err"));
   }
 
   void legacyOptionsDriveTheWindow() {
