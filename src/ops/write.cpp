@@ -13,6 +13,7 @@
 #include "ops/op_texts.h"
 #include "ops/serial_eeprom_handover.h"
 #include "protocol/pic18_protocol.h"
+#include "util/atomic_file.h"
 
 namespace quorvi {
 
@@ -68,7 +69,8 @@ class Writer {
   }
 
   bool AskCodeProtection();
-  void ReloadChangedImage();
+  // False when quiet mode ends the program because the file is gone.
+  bool ReloadChangedImage();
   // False when the command ends here (No, or quiet-mode termination in `ended`).
   bool BlankTest(OpOutcome& ended);
   void EraseFirst();
@@ -95,17 +97,27 @@ bool Writer::AskCodeProtection() {
   return frame_.ui().AskYesNo({op_text::kCodeProtectionWarning, title::kQuorvi2Alert, MessageIcon::kCritical});
 }
 
-void Writer::ReloadChangedImage() {
+bool Writer::ReloadChangedImage() {
   if (!state_.imagePath.empty() && state_.imageTimeStamp) {
     const auto stamp = FileTimeStamp(state_.imagePath);
     if (stamp != state_.imageTimeStamp) {
-      const LoadReport report = LoadImageFile(state_.imagePath, false, device_, state_.image);
+      LoadOptions options;
+      options.quiet = state_.quiet();
+      const LoadReport report = LoadImageFile(state_.imagePath, false, device_, state_.image, options);
       for (const UserMessage& message : report.messages) frame_.ui().ShowMessage(message);
+      if (report.endProgramWithEmptyErrorLog) {
+        // The old program's log line went nowhere: the file is left empty.
+        (void)WriteFileAtomically(state_.paths.ErrorLog(), "");
+        state_.operationFailed = kTrue;
+        frame_.ui().Terminate(1);
+        return false;
+      }
       if (report.loaded) state_.imageTimeStamp = stamp;
     }
   }
   // A number that does not fit leaves the image as it is; the write goes on.
   if (SerialActive(state_.serial)) (void)ApplySerial(state_.serial, device_, state_.image, ClockSeededUniform());
+  return true;
 }
 
 bool Writer::BlankTest(OpOutcome& ended) {
@@ -363,7 +375,7 @@ OpResult Writer::Fail(OpOutcome outcome) {
 OpResult Writer::Run() {
   UiHost& ui = frame_.ui();
   if (!AskCodeProtection()) return frame_.Finish(OpOutcome::kCancelled);
-  ReloadChangedImage();
+  if (!ReloadChangedImage()) return frame_.Finish(OpOutcome::kTerminated);
   frame_.Begin(op_text::kWritingData);
   std::fill(state_.cycleTable.begin(), state_.cycleTable.end(), int16_t{0});
   frame_.PowerUp(WritePlan(state_));

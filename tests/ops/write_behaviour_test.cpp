@@ -328,6 +328,24 @@ TEST(WriteStart, AnImageFileChangedSinceItWasOpenedIsReloaded) {
   EXPECT_EQ(state.imageTimeStamp, FileTimeStamp(path));
 }
 
+TEST(WriteStart, QuietModeEndsWithAnEmptyLogWhenTheChangedFileIsGone) {
+  test::SimApp sim("16F84A");
+  AppState& state = sim.state();
+  const std::string path = (sim.home.path() / "board.HEX").string();
+  sim.home.Write("board.HEX", ":020000003412B8\n:00000001FF\n");
+  state.imagePath = path;
+  state.imageTimeStamp = FileTimeStamp(path);
+  std::filesystem::remove(path);
+  state.commandLine.quiet = true;
+  (void)sim.TakeWrites();
+  test::RecordingUi ui;
+  EXPECT_EQ(cmdWrite(state, ui).outcome, OpOutcome::kTerminated);
+  EXPECT_EQ(ui.terminated.size(), 1U);
+  EXPECT_EQ(sim.home.Read("quorvi2.err"), "");
+  EXPECT_TRUE(std::filesystem::exists(sim.home.path() / "quorvi2.err"));
+  EXPECT_TRUE(sim.TakeWrites().empty());
+}
+
 TEST(WriteStart, QuietSuccessLeavesNoLogAndPlaysTheSound) {
   test::SimApp sim("16F628A");
   PatternImage(sim.state(), 0x2171);
