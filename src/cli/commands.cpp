@@ -158,10 +158,8 @@ int ListDevices(const std::string& cataloguePath) {
     const std::string name = Trimmed(entry);
     DeviceDescriptor d;
     if (!LoadDeviceRecord(cataloguePath, name, d)) continue;
-    const bool eeprom = d.family == family::kSerialEeprom;
     std::printf("%-10s %-44s %8d %6d %5d\n", name.c_str(), FamilyText(d.family), d.programSize + 1, d.dataBytes,
                 d.pinCount);
-    (void)eeprom;
   }
   return 0;
 }
