@@ -6,9 +6,9 @@
 #include <string>
 
 #include "app/app_state.h"
+#include "app/session.h"
 #include "cli/terminal_ui.h"
 #include "hw/vcd_trace.h"
-#include "sim/sim_board.h"
 #include "util/result.h"
 
 namespace quorvi::cli {
@@ -37,19 +37,16 @@ class CliSession {
   CliSession(const CliSession&) = delete;
   CliSession& operator=(const CliSession&) = delete;
 
-  AppState& state() { return *state_; }
+  AppState& state() { return session_->state(); }
   TerminalUi& ui() { return *ui_; }
   /// Powers down, saves the simulated chip and closes the trace; idempotent.
   void Finish();
 
  private:
   CliSession() = default;
-  Status InsertChipForDevice();
 
-  GlobalOptions options_;
-  std::unique_ptr<AppState> state_;
+  std::unique_ptr<Session> session_;
   std::unique_ptr<TerminalUi> ui_;
-  sim::SimBoard* board_ = nullptr;
   VcdTracePort* tracer_ = nullptr;
   bool finished_ = false;
 };

@@ -8,11 +8,11 @@
 
 #include "gui/main_window.h"
 #include "gui/prompts.h"
-#include "gui/window_session.h"
+#include "app/session.h"
 
 int main(int argc, char** argv) {
   QApplication app(argc, argv);
-  quorvi::gui::LaunchOptions options;
+  quorvi::SessionOptions options;
   std::string legacy;
   const QStringList args = QApplication::arguments();
   for (qsizetype i = 1; i < args.size(); ++i) {
@@ -39,7 +39,7 @@ int main(int argc, char** argv) {
     }
   }
   options.legacyLine = legacy;
-  auto session = quorvi::gui::WindowSession::Open(options, argv[0]);
+  auto session = quorvi::Session::Open(options, argv[0]);
   if (!session) {
     std::fprintf(stderr, "quorvi2: %s\n", session.message().c_str());
     return 1;
@@ -49,6 +49,6 @@ int main(int argc, char** argv) {
   // First activation once the window is up, as the old form did.
   QTimer::singleShot(0, &window, [&window] { window.Activate(); });
   const int code = QApplication::exec();
-  session.value()->Finish();
+  (void)session.value()->Finish();
   return code;
 }

@@ -56,7 +56,7 @@ struct FrameSpec {
 
 }  // namespace
 
-MainWindow::MainWindow(WindowSession& session, Prompts prompts)
+MainWindow::MainWindow(Session& session, Prompts prompts)
     : session_(session), state_(session.state()), prompts_(std::move(prompts)) {
   setObjectName("frmMain");
   setWindowTitle(Q(std::string("Quorvi XP      V") + kVersion));
@@ -203,7 +203,7 @@ void MainWindow::BuildCommands(QWidget* column) {
   picture("cmdCfg", QStyle::SP_FileDialogListView, "Config menu",
           [this] { menuBar()->setActiveAction(mnuConfig_->menuAction()); });
   picture("cmdFim", QStyle::SP_DialogCloseButton, "End the program", [this] {
-    session_.Finish();
+    (void)session_.Finish();
     QApplication::exit(0);
   });
   layout->addLayout(pictures);
@@ -473,7 +473,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
     event->ignore();
     return;
   }
-  session_.Finish();
+  (void)session_.Finish();
   event->accept();
 }
 
@@ -554,7 +554,7 @@ void MainWindow::Activate() {
     if (write->isEnabled()) write->click();
   }
   if (legacy.quiet) {
-    session_.Finish();
+    (void)session_.Finish();
     Terminate(0);
   }
 }

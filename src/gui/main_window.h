@@ -12,7 +12,7 @@
 #include "device/selection.h"
 #include "image/image_reader.h"
 #include "gui/prompts.h"
-#include "gui/window_session.h"
+#include "app/session.h"
 
 class QAction;
 class QCheckBox;
@@ -41,7 +41,7 @@ inline constexpr int kTwipsPerPixel = 12;
 
 class MainWindow final : public QMainWindow, public UiHost {
  public:
-  MainWindow(WindowSession& session, Prompts prompts);
+  MainWindow(Session& session, Prompts prompts);
 
   /// First activation: the port report, the device list, the remembered
   /// device, then the legacy options. Runs once.
@@ -112,7 +112,7 @@ class MainWindow final : public QMainWindow, public UiHost {
   void ShowAbout();
   void ReportLoad(const LoadReport& report);
 
-  WindowSession& session_;
+  Session& session_;
   AppState& state_;
   Prompts prompts_;
   bool activated_ = false;

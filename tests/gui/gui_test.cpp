@@ -23,7 +23,7 @@
 #include "gui/dialogs.h"
 #include "gui/main_window.h"
 #include "gui/socket_picture.h"
-#include "gui/window_session.h"
+#include "app/session.h"
 #include "support/temp_dir.h"
 
 using namespace quorvi;
@@ -51,12 +51,12 @@ std::vector<std::string> Lines(const std::string& text) {
 /// One window on a fresh home folder, every prompt recorded.
 struct Harness {
   explicit Harness(const std::string& legacyLine = "", const std::string& port = "sim") {
-    LaunchOptions options;
+    SessionOptions options;
     options.home = home.path().string();
     options.port = port;
     options.virtualClock = true;
     options.legacyLine = legacyLine;
-    Result<std::unique_ptr<WindowSession>> opened = WindowSession::Open(options, QUORVI_TEST_ARGV0);
+    Result<std::unique_ptr<Session>> opened = Session::Open(options, QUORVI_TEST_ARGV0);
     if (!opened) qFatal("session: %s", opened.message().c_str());
     session = std::move(opened).value();
     Prompts prompts;
@@ -114,7 +114,7 @@ struct Harness {
   }
 
   test::TempDir home;
-  std::unique_ptr<WindowSession> session;
+  std::unique_ptr<Session> session;
   std::unique_ptr<MainWindow> window;
   std::vector<UserMessage> messages;
   std::vector<UserMessage> questions;

@@ -12,7 +12,7 @@
 
 #include "gui/dialogs.h"
 #include "gui/main_window.h"
-#include "gui/window_session.h"
+#include "app/session.h"
 
 using namespace quorvi;
 using namespace quorvi::gui;
@@ -46,11 +46,11 @@ int main(int argc, char** argv) {
   std::filesystem::create_directories(out);
   std::filesystem::copy_file(examples / "eeprom_16f84a.inhx8m.hex", home / "eeprom_16f84a.hex");
 
-  LaunchOptions options;
+  SessionOptions options;
   options.home = home.string();
   options.port = "sim";
   options.virtualClock = true;
-  Result<std::unique_ptr<WindowSession>> session = WindowSession::Open(options, argv[0]);
+  Result<std::unique_ptr<Session>> session = Session::Open(options, argv[0]);
   if (!session) {
     std::fprintf(stderr, "quorvi_gui_screenshots: %s\n", session.message().c_str());
     return 1;

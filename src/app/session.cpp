@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "gui/window_session.h"
+#include "app/session.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 
@@ -12,7 +11,7 @@
 #include "sim/chip_state.h"
 #include "sim/sim_board.h"
 
-namespace quorvi::gui {
+namespace quorvi {
 
 namespace {
 
@@ -29,8 +28,8 @@ class ForwardingPort final : public PortDriver {
 
 }  // namespace
 
-Result<std::unique_ptr<WindowSession>> WindowSession::Open(const LaunchOptions& options, const char* argv0) {
-  std::unique_ptr<WindowSession> session(new WindowSession());
+Result<std::unique_ptr<Session>> Session::Open(const SessionOptions& options, const char* argv0) {
+  std::unique_ptr<Session> session(new Session());
   session->options_ = options;
   const AppPaths paths = ResolveAppPaths(ProcessHomeSources(argv0, options.home));
   std::error_code ec;
@@ -55,10 +54,15 @@ Result<std::unique_ptr<WindowSession>> WindowSession::Open(const LaunchOptions& 
     }
     port = std::filesystem::exists(*options.chip) ? "sim:" + *options.chip : "sim";
   }
+
   PortEnvironment env;
   env.clock = state.clock.get();
   Result<std::unique_ptr<PortDriver>> opened = OpenPort(port, env);
   if (opened) {
+    // Virtual time would cut every wait short on a real chip.
+    if (options.virtualClock && port != "record" && port.rfind("sim", 0) != 0) {
+      return Status::Fail("the virtual clock is only for the simulated board or the record port");
+    }
     session->port_ = std::move(opened).value();
   } else {
     // As the old driver's failure: reported at activation; the lines go nowhere.
@@ -67,12 +71,18 @@ Result<std::unique_ptr<WindowSession>> WindowSession::Open(const LaunchOptions& 
   }
   session->board_ = dynamic_cast<sim::SimBoard*>(session->port_.get());
   session->portName_ = session->board_ ? port + " (simulated board)" : session->portFailure_ ? port + " (not open)" : port;
-  state.link.SetDriver(std::make_unique<ForwardingPort>(*session->port_));
+  std::unique_ptr<PortDriver> driver = std::make_unique<ForwardingPort>(*session->port_);
+  if (options.decorate) {
+    Result<std::unique_ptr<PortDriver>> decorated = options.decorate(std::move(driver), *state.clock);
+    if (!decorated) return decorated.status();
+    driver = std::move(decorated).value();
+  }
+  state.link.SetDriver(std::move(driver));
   PutProgrammerAtRest(state);
   return session;
 }
 
-void WindowSession::InsertChipForDevice() {
+void Session::InsertChipForDevice() {
   if (board_ == nullptr || board_->chip() != nullptr) return;
   Result<sim::ChipState> chip = NewSimChip(state_->device.name);
   if (!chip) return;  // an empty socket: the device has no simulated chip
@@ -80,7 +90,7 @@ void WindowSession::InsertChipForDevice() {
   if (model) board_->Insert(std::move(model).value());
 }
 
-PortOpener WindowSession::Opener() {
+PortOpener Session::Opener() {
   return [this](long base) -> Result<std::unique_ptr<PortDriver>> {
     if (board_ == nullptr && !options_.port) {
       PortEnvironment env;
@@ -100,18 +110,17 @@ PortOpener WindowSession::Opener() {
   };
 }
 
-void WindowSession::Finish() {
-  if (finished_ || !state_) return;
+Status Session::Finish() {
+  if (finished_ || !state_) return Status::Ok();
   finished_ = true;
   EndSession(*state_);
   if (board_ && board_->chip() && options_.chip) {
     board_->Sync();
-    if (Status saved = sim::SaveChipState(board_->chip()->state(), *options_.chip); !saved) {
-      std::fprintf(stderr, "quorvi2: %s\n", saved.message().c_str());
-    }
+    return sim::SaveChipState(board_->chip()->state(), *options_.chip);
   }
+  return Status::Ok();
 }
 
-WindowSession::~WindowSession() { Finish(); }
+Session::~Session() { (void)Finish(); }
 
-}  // namespace quorvi::gui
+}  // namespace quorvi
