@@ -17,21 +17,15 @@ constexpr int kBandgapBits = 0x3000;
 constexpr int kBandgapConfigValue = 0x01FF;
 constexpr int kAllOnes14 = 0x3FFF;
 constexpr int kErased18 = 0xFFFF;
-constexpr int kIncrementsToConfig = 7;
 constexpr int32_t kBlankProgressStep = 100;
 constexpr int32_t kBound14000 = 4031;
 constexpr float kNominalVolts = 5.0F;
 constexpr float kPowerOffMs = 250.0F;
 
-void ToConfigWord(SerialProtocol& protocol, int latch) {
-  protocol.LoadConfiguration(latch);
-  for (int i = 0; i < kIncrementsToConfig; ++i) protocol.IncrementAddress();
-}
-
 // The code-protection erase of program memory, through the configuration word.
 void CodeProtectEraseA(OperationFrame& frame) {
   SerialProtocol& protocol = frame.protocol();
-  ToConfigWord(protocol, kAllOnes14);
+  protocol.GoToConfigurationWord(kAllOnes14);
   protocol.SendCommand(cmd::kEraseSetup1);
   protocol.SendCommand(cmd::kEraseSetup2);
   protocol.SendCommand(cmd::kBeginProgramming);
@@ -64,7 +58,7 @@ void EraseKeepingCalibration(OperationFrame& frame, bool blankCalibration) {
 
   for (int32_t i = 0; i < n; ++i) protocol.IncrementAddress();
   state.savedCalibration = static_cast<int16_t>(protocol.ReadProgramWord());
-  ToConfigWord(protocol, 0);
+  protocol.GoToConfigurationWord(0);
   state.savedBandgap = static_cast<int16_t>(protocol.ReadProgramWord() & kBandgapBits);
 
   protocol.LoadConfiguration(kAllOnes14);

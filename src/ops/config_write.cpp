@@ -12,7 +12,6 @@ namespace {
 constexpr int kNoWord = 0x4000;  // no 14-bit word has this value
 constexpr int16_t kCycleLimit = 26;
 constexpr int16_t kCore12CycleLimit = 8;
-constexpr int kIncrementsToConfig = 7;
 constexpr int kOtpRounds = 100;
 constexpr int kBandgapReadMask = 0x01FF;
 constexpr int kFuseMapBandgap = 21;
@@ -21,15 +20,10 @@ constexpr float kInternalCycleMs = 10.0F;
 constexpr float kExternalCycleMs = 1.0F;
 constexpr int kIdleConfigLatch = 0x3FFF;
 
-void ToConfigWord(SerialProtocol& protocol, int latch) {
-  protocol.LoadConfiguration(latch);
-  for (int i = 0; i < kIncrementsToConfig; ++i) protocol.IncrementAddress();
-}
-
 bool OtpSequence(OperationFrame& frame) {
   SerialProtocol& protocol = frame.protocol();
   const MemoryImage& image = frame.state().image;
-  if (!frame.is12Bit()) ToConfigWord(protocol, image.idWords[0]);
+  if (!frame.is12Bit()) protocol.GoToConfigurationWord(image.idWords[0]);
   protocol.LoadProgramData(image.configWord);
   protocol.LoadProgramData(image.configWord);
   // The first round programs the word; each later one adds at least one pulse.
@@ -88,7 +82,7 @@ bool WriteConfiguration(OperationFrame& frame) {
   const bool bandgapPart = state.device.fuseMap == kFuseMapBandgap;
   switch (state.device.family) {
     case 8: {
-      ToConfigWord(protocol, kIdleConfigLatch);
+      protocol.GoToConfigurationWord(kIdleConfigLatch);
       protocol.LoadProgramData(configWord);
       protocol.BeginProgramming();
       frame.Wait(kInternalCycleMs);
@@ -96,7 +90,7 @@ bool WriteConfiguration(OperationFrame& frame) {
     }
     case 1:
     case 6: {
-      ToConfigWord(protocol, kIdleConfigLatch);
+      protocol.GoToConfigurationWord(kIdleConfigLatch);
       protocol.LoadProgramData(bandgapPart ? (configWord | state.savedBandgap) : configWord);
       protocol.BeginProgramming();
       if (state.device.family == 1) {
@@ -110,7 +104,7 @@ bool WriteConfiguration(OperationFrame& frame) {
       return read == configWord;
     }
     case 9: {
-      ToConfigWord(protocol, kIdleConfigLatch);
+      protocol.GoToConfigurationWord(kIdleConfigLatch);
       protocol.LoadProgramData(configWord);
       protocol.SendCommand(cmd::kBeginProgrammingOnly);
       frame.Wait(kExternalCycleMs);

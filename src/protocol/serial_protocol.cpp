@@ -144,6 +144,11 @@ void SerialProtocol::BeginProgramming() {
   link_.SetDataLine(kFalse);
 }
 
+void SerialProtocol::GoToConfigurationWord(int data) {
+  LoadConfiguration(data);
+  for (int i = 0; i < kIncrementsToConfigWord; ++i) IncrementAddress();
+}
+
 void SerialProtocol::EndProgramming() {
   SendCommand(cmd::kEndProgramming);
   link_.SetDataLine(kFalse);
@@ -168,8 +173,7 @@ void SerialProtocol::LeaveProgrammingMode() {
 }
 
 void SerialProtocol::CodeProtectEraseConfigPath() {
-  LoadConfiguration(kWordMask);
-  for (int i = 0; i < kIncrementsToConfigWord; ++i) IncrementAddress();
+  GoToConfigurationWord(kWordMask);
   SendCommand(cmd::kEraseSetup1);
   SendCommand(cmd::kEraseSetup2);
   SendCommand(cmd::kBeginProgramming);
@@ -207,8 +211,7 @@ void SerialProtocol::CodeProtectEraseProgramPath() {
 }
 
 void SerialProtocol::CodeProtectBulkEraseA() {
-  LoadConfiguration(kWordMask);
-  for (int i = 0; i < kIncrementsToConfigWord; ++i) IncrementAddress();
+  GoToConfigurationWord(kWordMask);
   SendCommand(cmd::kEraseSetup1);
   SendCommand(cmd::kEraseSetup2);
   BeginProgramming();
@@ -235,15 +238,13 @@ void SerialProtocol::CodeProtectBulkEraseA() {
 }
 
 void SerialProtocol::CodeProtectBulkEraseB() {
-  LoadConfiguration(kWordMask);
-  for (int i = 0; i < kIncrementsToConfigWord; ++i) IncrementAddress();
+  GoToConfigurationWord(kWordMask);
   LoadProgramData(kWordMask);
   SendCommand(cmd::kEraseSetup1);
   SendCommand(cmd::kEraseSetup2);
   SendCommand(cmd::kBeginProgramming);
   Wait(12.0F);
-  LoadConfiguration(kWordMask);
-  for (int i = 0; i < kIncrementsToConfigWord; ++i) IncrementAddress();
+  GoToConfigurationWord(kWordMask);
   SendCommand(cmd::kEraseSetup1);
   SendCommand(cmd::kEraseSetup2);
   Wait(15.0F);

@@ -72,6 +72,9 @@ class SerialProtocol {
   int ReadProgramWord();
   int ReadDataMemory();
   void IncrementAddress();
+  /// Load Configuration with `data`, then seven increments: the counter on
+  /// the configuration word (2007h).
+  void GoToConfigurationWord(int data);
   void BeginProgramming();
   void EndProgramming();
   /// Supplies off, wait `offMs`, Vdd on, the 18-pin settle wait, Vpp on, 100 ms.
