@@ -33,16 +33,28 @@ int HostVppSwitch(const DeviceDescriptor& d) {
   return 0;
 }
 
-TEST(CatalogueAndSimulator, AgreeOnEvery18F) {
+// Every device of the shipped catalogue with its record and fuse map.
+std::vector<DeviceDescriptor> CatalogueDevices() {
   DeviceDescriptor scratch;
   Result<std::vector<std::string>> list = FillDeviceList(kCatalogue, scratch);
-  ASSERT_TRUE(list.ok()) << list.message();
-  std::vector<std::string> seen;
+  EXPECT_TRUE(list.ok()) << list.message();
+  std::vector<DeviceDescriptor> devices;
+  if (!list.ok()) return devices;
   for (std::string name : list.value()) {
-    name.pop_back();
-    SCOPED_TRACE(name);
+    name.pop_back();  // the list entry's blank
     DeviceDescriptor d;
-    ASSERT_TRUE(LoadDeviceRecord(kCatalogue, name, d).ok());
+    EXPECT_TRUE(LoadDeviceRecord(kCatalogue, name, d).ok()) << name;
+    EXPECT_TRUE(LoadFuseMap(kCatalogue, d.fuseMap, d).ok()) << name;
+    devices.push_back(d);
+  }
+  return devices;
+}
+
+TEST(CatalogueAndSimulator, AgreeOnEvery18F) {
+  std::vector<std::string> seen;
+  for (const DeviceDescriptor& d : CatalogueDevices()) {
+    const std::string& name = d.name;
+    SCOPED_TRACE(name);
     if (d.family != family::kPic18) continue;
     Result<const sim::ChipInfo*> found = sim::FindChip(name);
     ASSERT_TRUE(found.ok()) << found.message();
@@ -61,15 +73,10 @@ TEST(CatalogueAndSimulator, AgreeOnEvery18F) {
 }
 
 TEST(CatalogueAndSimulator, AgreeOnEverySerialEeprom) {
-  DeviceDescriptor scratch;
-  Result<std::vector<std::string>> list = FillDeviceList(kCatalogue, scratch);
-  ASSERT_TRUE(list.ok()) << list.message();
   std::vector<std::string> seen;
-  for (std::string name : list.value()) {
-    name.pop_back();
+  for (const DeviceDescriptor& d : CatalogueDevices()) {
+    const std::string& name = d.name;
     SCOPED_TRACE(name);
-    DeviceDescriptor d;
-    ASSERT_TRUE(LoadDeviceRecord(kCatalogue, name, d).ok());
     if (d.family != family::kSerialEeprom) continue;
     Result<const sim::ChipInfo*> found = sim::FindChip(name);
     ASSERT_TRUE(found.ok()) << found.message();
@@ -97,16 +104,10 @@ TEST(CatalogueAndSimulator, AgreeOnEverySerialEeprom) {
 }
 
 TEST(CatalogueAndSimulator, AgreeOnEveryProgrammablePicDevice) {
-  DeviceDescriptor scratch;
-  Result<std::vector<std::string>> list = FillDeviceList(kCatalogue, scratch);
-  ASSERT_TRUE(list.ok()) << list.message();
   int checked = 0;
-  for (std::string name : list.value()) {
-    name.pop_back();  // the list entry's blank
+  for (const DeviceDescriptor& d : CatalogueDevices()) {
+    const std::string& name = d.name;
     SCOPED_TRACE(name);
-    DeviceDescriptor d;
-    ASSERT_TRUE(LoadDeviceRecord(kCatalogue, name, d).ok());
-    ASSERT_TRUE(LoadFuseMap(kCatalogue, d.fuseMap, d).ok());
     Result<const sim::ChipInfo*> found = sim::FindChip(name);
     if (d.family == family::kFuture) {
       EXPECT_FALSE(found.ok()) << "a future product the simulator can program";
