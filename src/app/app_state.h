@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <array>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -20,10 +21,15 @@
 
 namespace quorvi {
 
+/// The delay list filled at start-up: the choices of the ICSP wait, read
+/// as numbers ("  0 ms" is 0).
+inline constexpr std::array<const char*, 8> kDelayChoices{"  0 ms", " 50 ms", "100 ms", "150 ms",
+                                                          "200 ms", "300 ms", "400 ms", "500 ms"};
+
 /// The options of the main window that operations read.
 struct WindowOptions {
   bool chkICSP = false;
-  std::string cmbICSP = "0";  // milliseconds, as the box shows them
+  std::string cmbICSP = kDelayChoices[0];  // the wait, as the box shows it
   bool chkTestBlank = false;
   bool chkErase = false;
   bool chkSound = true;

@@ -374,12 +374,12 @@ QWidget* MainWindow::BuildOptions() {
   chkTurbo_->setObjectName("chkTurbo");
   auto* chkSound = new QCheckBox("Sound", box);
   chkSound->setObjectName("chkSound");
-  auto* chkICSP = new QCheckBox("ICSP delay (ms)", box);
+  auto* chkICSP = new QCheckBox("ICSP delay", box);
   chkICSP->setObjectName("chkICSP");
   auto* cmbICSP = new QComboBox(box);
   cmbICSP->setObjectName("cmbICSP");
   cmbICSP->setEditable(true);
-  cmbICSP->addItems({"0", "50", "100", "200", "500"});
+  for (const char* choice : kDelayChoices) cmbICSP->addItem(choice);
   opEEdata_ = new QRadioButton("Data EEPROM", box);
   opEEdata_->setObjectName("opEEdata");
   opEEdata_->setAutoExclusive(false);
