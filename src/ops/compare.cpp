@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ops/compare.h"
 
+#include <optional>
 #include <vector>
 
 #include "ops/op_texts.h"
+#include "ops/pic18_config_bytes.h"
 #include "ops/serial_eeprom_handover.h"
 #include "protocol/pic18_protocol.h"
 
@@ -55,6 +57,48 @@ void CleanUp(OperationFrame& frame) {
   frame.ui().HideProgress();
 }
 
+// Reads the configuration where the family keeps it; true when it differs
+// from the image.
+bool ConfigurationDiffers(OperationFrame& frame) {
+  const AppState& state = frame.state();
+  const DeviceDescriptor& device = state.device;
+  SerialProtocol& protocol = frame.protocol();
+  const int configWord = state.image.configWord;
+  if (device.family == family::kPic18) {
+    Pic18Protocol pic18(protocol);
+    return !ConfigBytesMatch18(pic18, device, state.image);
+  }
+  if (frame.is12Bit()) {
+    if (protocol.ReadProgramWord() != configWord) return true;
+    // An equal 12-bit word is followed by the walk to 2007h, where nothing is read.
+    for (int k = 0; k < kIncrementsToConfig + 2; ++k) protocol.IncrementAddress();
+    return false;
+  }
+  protocol.LoadConfiguration(0);
+  for (int k = 0; k < kIncrementsToConfig; ++k) protocol.IncrementAddress();
+  int read = protocol.ReadProgramWord();
+  int expected = configWord;
+  if (device.fuseMap == kFuseMapBandgap) {
+    read &= kBandgapReadMask;
+    expected &= kBandgapReadMask;
+  }
+  return read != expected;
+}
+
+// The end of a program-and-ID pass once the ID words are read.
+OpOutcome FinishIdCompare(OperationFrame& frame, std::optional<int> differingWord) {
+  frame.PowerDown();
+  OpOutcome outcome = OpOutcome::kOk;
+  if (differingWord) {
+    outcome = frame.ReportFailure(NotEqualAt(kIdAddress + *differingWord), op_text::quiet::kIdCompareFailed);
+    if (outcome == OpOutcome::kTerminated) return outcome;
+  } else {
+    frame.Wait(kAfterPassMs);
+  }
+  CleanUp(frame);
+  return outcome;
+}
+
 }  // namespace
 
 OpOutcome CompareProgramPass(OperationFrame& frame, VddLevel level) {
@@ -95,24 +139,14 @@ OpOutcome CompareProgramPass(OperationFrame& frame, VddLevel level) {
   } else {
     protocol.LoadConfiguration(0);
   }
-  int32_t idError = 0;
+  std::optional<int> differingId;
   for (int k = 0; k < kIdWords; ++k) {
     // The last differing word is the one reported.
-    if (protocol.ReadProgramWord() != state.image.idWords[static_cast<size_t>(k)]) idError = kIdAddress + k;
+    if (protocol.ReadProgramWord() != state.image.idWords[static_cast<size_t>(k)]) differingId = k;
     protocol.IncrementAddress();
   }
   for (int k = 0; k < kIncrementsAfterIds; ++k) protocol.IncrementAddress();
-  frame.PowerDown();
-
-  OpOutcome outcome = OpOutcome::kOk;
-  if (idError != 0) {
-    outcome = frame.ReportFailure(NotEqualAt(idError), op_text::quiet::kIdCompareFailed);
-    if (outcome == OpOutcome::kTerminated) return outcome;
-  } else {
-    frame.Wait(kAfterPassMs);
-  }
-  CleanUp(frame);
-  return outcome;
+  return FinishIdCompare(frame, differingId);
 }
 
 OpOutcome CompareProgramPass18(OperationFrame& frame, VddLevel level) {
@@ -134,7 +168,8 @@ OpOutcome CompareProgramPass18(OperationFrame& frame, VddLevel level) {
   frame.Wait(kSupplySettleMs);
   // The 18F read enters programming mode itself and ends with the supplies off.
   const int32_t stride = ProgressStride(n);
-  const std::vector<int> words = Pic18Protocol(frame.protocol()).ReadProgramMemory(n, [&](int address) {
+  Pic18Protocol pic18(frame.protocol());
+  const std::vector<int> words = pic18.ReadProgramMemory(n, [&](int address) {
     if (address == n || address % stride == 0) frame.Progress(address, n);
     return true;
   });
@@ -149,9 +184,8 @@ OpOutcome CompareProgramPass18(OperationFrame& frame, VddLevel level) {
       return outcome;
     }
   }
-  frame.Wait(kAfterPassMs);
-  CleanUp(frame);
-  return OpOutcome::kOk;
+  frame.protocol().EnterProgrammingMode();
+  return FinishIdCompare(frame, LastDifferingIdWord18(pic18, state.image));
 }
 
 OpOutcome CompareConfigPass(OperationFrame& frame, VddLevel level) {
@@ -172,30 +206,7 @@ OpOutcome CompareConfigPass(OperationFrame& frame, VddLevel level) {
   plan.incrementFor12Bit = false;
   frame.PowerUp(plan);
 
-  SerialProtocol& protocol = frame.protocol();
-  const int configWord = state.image.configWord;
-  bool differs = false;
-  if (frame.is12Bit()) {
-    differs = protocol.ReadProgramWord() != configWord;
-    if (!differs) protocol.IncrementAddress();
-  }
-  if (!differs) {
-    if (frame.is12Bit()) {
-      protocol.IncrementAddress();
-    } else {
-      protocol.LoadConfiguration(0);
-    }
-    for (int k = 0; k < kIncrementsToConfig; ++k) protocol.IncrementAddress();
-    if (!frame.is12Bit()) {
-      int read = protocol.ReadProgramWord();
-      int expected = configWord;
-      if (device.fuseMap == kFuseMapBandgap) {
-        read &= kBandgapReadMask;
-        expected &= kBandgapReadMask;
-      }
-      differs = read != expected;
-    }
-  }
+  const bool differs = ConfigurationDiffers(frame);
   frame.PowerDown();
 
   OpOutcome outcome = OpOutcome::kOk;
@@ -249,10 +260,7 @@ OpResult cmdCompare(AppState& state, UiHost& ui) {
     return frame.Finish(outcome);
   }
 
-  if (pic18) {
-    // UNFINISHED: no 18F configuration compare yet; the supply goes back as the pass would leave it.
-    frame.SetSupply(kNominalVolts);
-  } else if (production) {
+  if (production) {
     ui.ShowStatus(op_text::kComparingFusesVddMin);
     outcome = run(CompareConfigPass(frame, VddLevel::kMin));
     if (outcome == OpOutcome::kTerminated) return frame.Finish(outcome);

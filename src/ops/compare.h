@@ -12,10 +12,11 @@ namespace quorvi {
 OpOutcome CompareProgramPass(OperationFrame& frame, VddLevel level);
 
 /// The same pass for the 18F family: the program memory through the 18F
-/// read. UNFINISHED: the 18F ID and configuration bytes are not compared.
+/// read, then the ID bytes.
 OpOutcome CompareProgramPass18(OperationFrame& frame, VddLevel level);
 
-/// One configuration-word compare pass at `level`; returns the supply to
+/// One configuration compare pass at `level` (the 18F configuration bytes
+/// for that family); returns the supply to
 /// 5.0 V at its end. A difference is reported but leaves `operationFailed`.
 OpOutcome CompareConfigPass(OperationFrame& frame, VddLevel level);
 

@@ -3,7 +3,7 @@
 
 #include "hw/delay.h"
 #include "ops/op_texts.h"
-#include "ops/serial_eeprom_handover.h"
+#include "ops/pic18_config_bytes.h"
 
 namespace quorvi {
 
@@ -111,6 +111,10 @@ bool WriteConfiguration(OperationFrame& frame) {
       protocol.SendCommand(cmd::kEndProgramming2);
       return OtpSequence(frame);
     }
+    case family::kPic18: {
+      Pic18Protocol pic18(protocol);
+      return WriteConfigBytes18(pic18, state.device, state.image);
+    }
     default: return OtpSequence(frame);
   }
 }
@@ -122,7 +126,6 @@ OpResult cmdWriteFuse(AppState& state, UiHost& ui) {
   if (!frame.CheckDevice({op_text::kSelectProcessor, title::kQuorviError, MessageIcon::kExclamation})) {
     return frame.Finish(OpOutcome::kNoDevice);
   }
-  if (state.device.family == family::kPic18) return Pic18Unavailable(frame);
   const bool ok = WriteConfiguration(frame);
   frame.PowerDown();
   ui.HideProgress();

@@ -21,7 +21,7 @@ enum class OpOutcome {
   kNoDevice,     // nothing selected: only the message was shown
   kFailed,       // reported by a message box
   kTerminated,   // quiet mode: log written, Terminate called
-  kUnavailable,  // the device needs a layer this build lacks
+  kUnavailable,  // the device has nothing for this command
   kCancelled,    // the user answered No to a question before anything was done
 };
 

@@ -55,8 +55,4 @@ inline constexpr const char* kIdCompareFailed = "Erro comparando IDs";
 inline constexpr const char* kFuseCompareFailed = "Erro comparando fuses";
 }  // namespace quiet
 
-// Not the program's historic texts: what this build says where a part of the
-// program is still missing (the 18F configuration write).
-inline constexpr const char* kPic18Unavailable = "The configuration of 18F devices cannot be written by this build yet";
-
 }  // namespace quorvi::op_text

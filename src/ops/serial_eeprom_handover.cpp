@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ops/serial_eeprom_handover.h"
 
-#include "ops/op_texts.h"
 #include "ops/serial_eeprom_ops.h"
 
 namespace quorvi {
@@ -15,13 +14,6 @@ OpResult RunSerialEepromOperation(EepromOperation operation, OperationFrame& fra
     case EepromOperation::kCompare: return SerialEepromCompare(frame);
   }
   return frame.Finish(OpOutcome::kFailed);
-}
-
-OpResult Pic18Unavailable(OperationFrame& frame) {
-  frame.PowerDown();
-  frame.ui().ShowMessage({op_text::kPic18Unavailable, title::kQuorvi2Error, MessageIcon::kCritical});
-  frame.End();
-  return frame.Finish(OpOutcome::kUnavailable);
 }
 
 }  // namespace quorvi

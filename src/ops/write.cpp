@@ -11,6 +11,7 @@
 #include "ops/compare.h"
 #include "ops/config_write.h"
 #include "ops/op_texts.h"
+#include "ops/pic18_config_bytes.h"
 #include "ops/serial_eeprom_handover.h"
 #include "protocol/pic18_protocol.h"
 #include "util/atomic_file.h"
@@ -304,8 +305,8 @@ std::optional<WriteError> Writer::DataEeprom() {
 
 // After the preparation, single-panel writes of eight bytes (four words)
 // each, every one started by its last table write and the P9 hold; the data
-// EEPROM through EECON1. UNFINISHED: the 18F ID and configuration bytes are
-// not written yet.
+// EEPROM through EECON1; then the ID bytes. The configuration bytes follow
+// with the other families' configuration write.
 std::optional<WriteError> Writer::Write18F() {
   Pic18Protocol pic18(protocol_);
   // The flash cells only go from 1 to 0: the erase the option asks for comes first.
@@ -340,6 +341,7 @@ std::optional<WriteError> Writer::Write18F() {
       if (!pic18.WriteDataEeprom(j, value) || pic18.ReadDataEeprom(j) != value) return WriteError{j};
     }
   }
+  WriteIdBytes18(pic18, state_.image);
   return std::nullopt;
 }
 
@@ -407,7 +409,7 @@ OpResult Writer::Run() {
         op_text::quiet::kWriteFailed));
   }
 
-  if (!pic18 && !WriteConfiguration(frame_)) {
+  if (!WriteConfiguration(frame_)) {
     frame_.PowerDown();
     return Fail(frame_.ReportFailure({op_text::kErrorWritingFuses, title::kQuorvi2Error, MessageIcon::kCritical},
                                      op_text::quiet::kFuseWriteFailed));

@@ -90,7 +90,7 @@ Status ReadFaults(const json& root, ChipState& state) {
     if (!list.is_array()) return Status::Fail("faults.neverProgram must be an array of addresses");
     for (size_t i = 0; i < list.size(); ++i) {
       int address = 0;
-      if (Status s = ReadInt(list[i], "faults.neverProgram[" + std::to_string(i) + "]", 0, 0xFFFF, address); !s) {
+      if (Status s = ReadInt(list[i], "faults.neverProgram[" + std::to_string(i) + "]", 0, 0x3FFFFF, address); !s) {
         return s;
       }
       state.faults.neverProgram.push_back(address);

@@ -341,7 +341,9 @@ void Pic18Chip::Program(bool heldLongEnough) {
     // Configuration space needs EEPGD and CFGS set.
     if (ok && (eecon1_ & 0xC0) == 0xC0) {
       const auto [index, value] = *configLatch_;
-      state_.configBytes[static_cast<size_t>(index)] = value & Config18Mask(info_, index);
+      if (!Contains(state_.faults.neverProgram, static_cast<int>(kConfigFirst) + index)) {
+        state_.configBytes[static_cast<size_t>(index)] = value & Config18Mask(info_, index);
+      }
     }
     configLatch_.reset();
   }

@@ -7,8 +7,10 @@
 #include <cstdlib>
 
 #include "device/catalogue.h"
+#include "device/config18.h"
 #include "hw/port_link.h"
 #include "sim/chip_info.h"
+#include "sim/pic18_chip.h"
 #include "support/recorded_link.h"
 #include "support/sim_link.h"
 
@@ -64,6 +66,9 @@ TEST(CatalogueAndSimulator, AgreeOnEvery18F) {
     EXPECT_EQ(d.dataBytes, chip.dataBytes);
     EXPECT_EQ(d.pinCount, chip.pins);
     EXPECT_EQ(HostVppSwitch(d), chip.vppSwitch);
+    for (int offset = 0; offset < kConfig18Registers; ++offset) {
+      EXPECT_EQ(Config18ImplementedBits(d, offset), sim::Config18Mask(chip, offset)) << "register " << offset;
+    }
     seen.push_back(name);
   }
   for (const sim::ChipInfo& chip : sim::Pic18Table()) {

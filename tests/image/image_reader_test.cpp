@@ -275,6 +275,16 @@ TEST(LoadImageFile, UpperAddress0030SwitchesTo18FConfigurationBytes) {
   const std::array<uint8_t, 14> expected{0x11, 0x10, 0x13, 0x12, 0x15, 0x14, 0x17,
                                          0x16, 0x19, 0x18, 0x1B, 0x1A, 0x1F, 0x1E};
   EXPECT_EQ(loaded.image.config18Bytes, expected);
+  // Each register gets back the byte the file put at its address, except
+  // 30000Ch/30000Dh, which the pairs skip.
+  for (int offset = 0; offset < 16; ++offset) {
+    const std::optional<uint8_t> byte = Config18ImageByte(loaded.image, offset);
+    if (offset == 12 || offset == 13) {
+      EXPECT_FALSE(byte.has_value()) << offset;
+    } else {
+      EXPECT_EQ(byte, 0x10 + offset) << offset;
+    }
+  }
   EXPECT_EQ(loaded.image.programBuffer[0], 0x1234);
   EXPECT_EQ(loaded.image.programBuffer[1], 0x3FFF);  // the 00F0 record's words were dropped
   EXPECT_EQ(loaded.image.configWord, 0x3FFF);

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include "ops/config_write.h"
 #include "ops/op_texts.h"
 #include "support/ops_fixtures.h"
 #include "support/recording_ui.h"
@@ -260,15 +259,6 @@ TEST(Blank, Pic18WithOneProgrammedWordIsNotBlank) {
   EXPECT_EQ(cmdBlank(sim.state(), ui).outcome, OpOutcome::kFailed);
   ASSERT_EQ(ui.messages.size(), 1U);
   EXPECT_EQ(ui.messages[0], kNotErased);
-  EXPECT_TRUE(sim.PoweredDown());
-}
-
-TEST(FuseWrite18, Pic18IsReportedAsNotYetAvailable) {
-  test::SimApp sim(test::BlankChip("18F452"), "18F452");
-  test::RecordingUi ui;
-  EXPECT_EQ(cmdWriteFuse(sim.state(), ui).outcome, OpOutcome::kUnavailable);
-  ASSERT_EQ(ui.messages.size(), 1U);
-  EXPECT_EQ(ui.messages[0].text, op_text::kPic18Unavailable);
   EXPECT_TRUE(sim.PoweredDown());
 }
 

@@ -131,6 +131,37 @@ TEST(FuseWrite, NoDeviceSelected) {
   EXPECT_EQ(ui.messages[0].text, op_text::kSelectProcessor);
 }
 
+// Register by register: CONFIG1H HS with OSCSEN set, CONFIG2L/H BOR off and
+// the watchdog on with 1:16, CONFIG3H CCP2 on RB3, CONFIG4L LVP off, nothing
+// protected. The image keeps pairs, odd address first.
+const std::array<uint8_t, MemoryImage::kConfig18Bytes> kConfig18Image{0xE2, 0x00, 0x09, 0x02, 0x00, 0x00, 0x00,
+                                                                      0x81, 0xC0, 0x0F, 0xE0, 0x0F, 0xFF, 0xFF};
+
+TEST(FuseWrite18, EachRegisterTakesItsImageByte) {
+  test::SimApp sim("18F452");
+  sim.state().image.config18Bytes = kConfig18Image;
+  test::RecordingUi ui;
+  ASSERT_TRUE(cmdWriteFuse(sim.state(), ui).ok()) << (ui.messages.empty() ? "" : ui.messages[0].text);
+  EXPECT_EQ(ui.statusBar, op_text::kFuseOk);
+  EXPECT_TRUE(sim.PoweredDown());
+  // CONFIG7, which the image does not carry, stays erased.
+  const std::vector<int> expected{0x00, 0x22, 0x02, 0x09, 0x00, 0x00, 0x81, 0x00, 0x0F, 0xC0, 0x0F, 0xE0, 0x0F, 0x40};
+  EXPECT_EQ(sim.chip().configBytes, expected);
+}
+
+TEST(FuseWrite18, ARegisterThatNeverProgramsIsAnError) {
+  sim::ChipState chip = test::BlankChip("18F252");
+  chip.faults.neverProgram = {0x300006};
+  test::SimApp sim(chip, "18F252");
+  sim.state().image.config18Bytes = kConfig18Image;
+  test::RecordingUi ui;
+  EXPECT_EQ(cmdWriteFuse(sim.state(), ui).outcome, OpOutcome::kFailed);
+  ASSERT_EQ(ui.messages.size(), 1U);
+  EXPECT_EQ(ui.messages[0], kFuseWriteError);
+  EXPECT_EQ(ui.statusBar, op_text::kFuseError);
+  EXPECT_TRUE(sim.PoweredDown());
+}
+
 // The word programming routine at address 0 of a freshly entered chip.
 class ProgramWordAtZero : public ::testing::Test {
  protected:

@@ -151,16 +151,23 @@ TEST_P(WriteEvery18F, ChipHoldsTheProgramAndDataAndVerifyFindsAChangedWord) {
   AppState& state = sim.state();
   const DeviceDescriptor& d = state.device;
   MemoryImage& image = state.image;
+  // The chip's configuration bytes as the write must leave them (CONFIG7 erased).
+  std::vector<int> config{0x00, 0x22, 0x0E, 0x09, 0x00, 0x00, 0x81, 0x00, 0x0F, 0xC0, 0x0F, 0xE0, 0x0F, 0x40};
   if (name == "18F452") {
     const LoadReport report =
         LoadImageFile(std::string(QUORVI_EXAMPLES_DIR) + "/blink_18f452.inhx32.hex", false, d, image);
     ASSERT_TRUE(report.loaded);
+    // The example's first configuration record starts at an odd address, so
+    // the registers get what the image made of it, shifted by one byte.
+    config = {0x00, 0x04, 0x0E, 0x00, 0x00, 0x01, 0x85, 0x00, 0x0F, 0xC0, 0x0F, 0xE0, 0x0F, 0x40};
   } else {
     for (int32_t i = 0; i <= d.programSize; ++i) {
       // Whole erased runs stay erased, so the write skips some blocks.
       image.programBuffer[static_cast<size_t>(i)] = (i / 64) % 3 == 2 ? 0xFFFF : (i * 0x3B1 + 0x1234) & 0xFFFF;
     }
+    image.config18Bytes = {0xE2, 0x00, 0x09, 0x0E, 0x00, 0x00, 0x00, 0x81, 0xC0, 0x0F, 0xE0, 0x0F, 0xFF, 0xFF};
   }
+  image.idWords = {0x1234, 0xABCD, 0x00FF, 0xFF00, 0};
   for (int32_t j = 0; j < d.dataBytes; ++j) image.dataBuffer[static_cast<size_t>(j)] = static_cast<int16_t>((j * 7 + 3) & 0xFF);
 
   test::RecordingUi ui;
@@ -174,6 +181,8 @@ TEST_P(WriteEvery18F, ChipHoldsTheProgramAndDataAndVerifyFindsAChangedWord) {
         << name << " at " << AddressText(i);
   }
   for (size_t j = 0; j < sim.chip().data.size(); ++j) ASSERT_EQ(sim.chip().data[j], image.dataBuffer[j]) << j;
+  EXPECT_EQ(sim.chip().ids, (std::array<int, 4>{0x1234, 0xABCD, 0x00FF, 0xFF00}));
+  EXPECT_EQ(sim.chip().configBytes, config);
 
   test::RecordingUi verifyUi;
   EXPECT_TRUE(cmdCompare(state, verifyUi).ok()) << name;
@@ -184,6 +193,31 @@ TEST_P(WriteEvery18F, ChipHoldsTheProgramAndDataAndVerifyFindsAChangedWord) {
   ASSERT_FALSE(differUi.messages.empty());
   EXPECT_EQ(differUi.messages[0].text, op_text::kPicNotEqualAt + AddressText(changed));
   EXPECT_EQ(state.operationFailed, kTrue);
+}
+
+TEST(Verify18F, ReportsTheLastDifferingIdWordAndADifferingConfigurationRegister) {
+  test::SimApp sim("18F452");
+  AppState& state = sim.state();
+  state.image.idWords = {0x0102, 0x0304, 0x0506, 0x0708, 0};
+  state.image.config18Bytes = {0x22, 0x00, 0x0F, 0x0F, 0x01, 0x00, 0x00, 0x85, 0xC0, 0x0F, 0xE0, 0x0F, 0xFF, 0xFF};
+  test::RecordingUi ui;
+  ASSERT_EQ(cmdWrite(state, ui).outcome, OpOutcome::kOk) << (ui.messages.empty() ? "" : ui.messages[0].text);
+  const UserMessage fusesNotEqual{op_text::kFusesNotEqual, title::kQuorvi2Error, MessageIcon::kNone};
+
+  sim.chip().configBytes[9] = 0x40;  // CPD programmed: data EEPROM protected
+  test::RecordingUi configUi;
+  EXPECT_EQ(cmdCompare(state, configUi).outcome, OpOutcome::kFailed);
+  EXPECT_EQ(configUi.messages, std::vector<UserMessage>{fusesNotEqual});
+  EXPECT_EQ(state.operationFailed, kFalse);
+
+  sim.chip().ids[1] ^= 0x0100;
+  sim.chip().ids[2] ^= 0x0001;
+  test::RecordingUi idUi;
+  EXPECT_EQ(cmdCompare(state, idUi).outcome, OpOutcome::kFailed);
+  ASSERT_EQ(idUi.messages.size(), 2U);
+  EXPECT_EQ(idUi.messages[0].text, op_text::kPicNotEqualAt + AddressText(0x2002));
+  EXPECT_EQ(idUi.messages[1], fusesNotEqual);
+  EXPECT_TRUE(sim.PoweredDown());
 }
 
 INSTANTIATE_TEST_SUITE_P(Catalogue, WriteEvery18F, ::testing::Values("18F252", "18F258", "18F452", "18F458"));

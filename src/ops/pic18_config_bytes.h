@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The 18F ID and configuration bytes, written from the image and compared
+// against it. The chip must be in programming mode.
+#pragma once
+
+#include <optional>
+
+#include "device/device_descriptor.h"
+#include "image/memory_image.h"
+#include "protocol/pic18_protocol.h"
+
+namespace quorvi {
+
+/// Writes the four ID words as the eight ID bytes at 200000h, low byte first.
+void WriteIdBytes18(Pic18Protocol& pic18, const MemoryImage& image);
+
+/// The last ID word that the chip holds differently, if any.
+std::optional<int> LastDifferingIdWord18(Pic18Protocol& pic18, const MemoryImage& image);
+
+/// Writes every configuration register that the part has and the image
+/// sets, then compares them all; true when they read back as the image.
+bool WriteConfigBytes18(Pic18Protocol& pic18, const DeviceDescriptor& device, const MemoryImage& image);
+
+/// True when every configuration register that the part has and the image
+/// sets holds the image's byte in the bits the part implements.
+bool ConfigBytesMatch18(Pic18Protocol& pic18, const DeviceDescriptor& device, const MemoryImage& image);
+
+}  // namespace quorvi
