@@ -223,6 +223,9 @@ int ShowListing(CliSession& session, const std::string& file) {
     std::printf("\n");
     for (const std::string& line : DataListingLines(state.device, state.image)) std::printf("%s\n", line.c_str());
   }
+  if (const std::string config = Config18Line(state.device, state.image); !config.empty()) {
+    std::printf("\nConfiguration: %s\n", config.c_str());
+  }
   return 0;
 }
 

@@ -353,12 +353,13 @@ QWidget* MainWindow::BuildFuseArea() {
   AddFuseFrame(area, "frameCPD", "Data protection", {{"CPD_ON", "ON"}, {"CPD_OFF", "OFF"}});
   AddFuseFrame(area, "frameLVP", "Low-voltage prog.", {{"LVP_ON", "ON"}, {"LVP_OFF", "OFF"}});
 
-  auto* f18 = new QLabel("18F configuration bytes come from the image file", area);
-  f18->setObjectName("frame18");
-  f18->setFrameShape(QFrame::StyledPanel);
-  f18->setGeometry(0, 400, 330, 30);
-  f18->hide();
-  frame18_ = f18;
+  frame18_ = new QLabel(area);
+  frame18_->setObjectName("frame18");
+  frame18_->setFrameShape(QFrame::StyledPanel);
+  frame18_->setWordWrap(true);
+  frame18_->setToolTip("The configuration registers a write sets, as the image file gave them");
+  frame18_->setGeometry(0, 400, 330, 48);
+  frame18_->hide();
   return area;
 }
 
@@ -673,6 +674,7 @@ void MainWindow::RefreshListings() {
   }
   MList2_->clear();
   for (const std::string& line : DataListingLines(state_.device, state_.image)) MList2_->addItem(Q(line));
+  frame18_->setText("Configuration: " + Q(Config18Line(state_.device, state_.image)));
 }
 
 // ---------------------------------------------------------------- menus

@@ -155,7 +155,7 @@ class MainWindow final : public QMainWindow, public UiHost {
   QCheckBox* chkErase_ = nullptr;
   QCheckBox* chkTestBlank_ = nullptr;
   QRadioButton* opEEdata_ = nullptr;
-  QWidget* frame18_ = nullptr;
+  QLabel* frame18_ = nullptr;
   SocketPicture* Image1_ = nullptr;
 };
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "image/listing.h"
 
+#include "device/config18.h"
 #include "image/image_texts.h"
 #include "util/arith.h"
 
@@ -51,6 +52,18 @@ std::vector<std::string> DataListingLines(const DeviceDescriptor& device, const 
     lines.push_back(std::move(text));
   }
   return lines;
+}
+
+std::string Config18Line(const DeviceDescriptor& device, const MemoryImage& image) {
+  if (device.family != family::kPic18) return "";
+  std::string line;
+  for (int offset = 0; offset < kConfig18Registers; ++offset) {
+    const auto byte = Config18ByteToWrite(device, image, offset);
+    if (!byte) continue;
+    if (!line.empty()) line += ' ';
+    line += Config18RegisterName(offset) + "=" + PadLeft(HexText(*byte), 2);
+  }
+  return line;
 }
 
 int ProgramClickColumn(double xTwips) { return ClickColumn(xTwips, kProgramColumnOrigin, kProgramColumnWidth); }

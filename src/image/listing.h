@@ -23,6 +23,10 @@ std::vector<std::string> ProgramListingLines(const DeviceDescriptor& device, con
 /// "08: FF FF ... FF ". Lines stop where the data buffer ends.
 std::vector<std::string> DataListingLines(const DeviceDescriptor& device, const MemoryImage& image);
 
+/// The 18F configuration registers that a write sets, from the image:
+/// "1H=22 2L=0C 2H=0E ..." in address order; empty for other families.
+std::string Config18Line(const DeviceDescriptor& device, const MemoryImage& image);
+
 /// The word column of a click at `xTwips` in `MList1` and in `MList2`
 /// (truncated toward zero, so it can be off the 0..7 range at the edges).
 int ProgramClickColumn(double xTwips);

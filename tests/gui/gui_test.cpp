@@ -213,6 +213,19 @@ class GuiTest : public QObject {
     for (const char* name : {"frameWDTE", "framePWRTE", "frameCP0", "frameLVP"}) QVERIFY2(h.Widget(name)->isHidden(), name);
   }
 
+  void an18FShowsTheConfigurationRegistersOfItsImage() {
+    Harness h;
+    h.Select("18F452");
+    auto* frame18 = h.Find<QLabel>("frame18");
+    QVERIFY(!frame18->isHidden());
+    h.Open(h.Example("blink_18f452.inhx32.hex"));
+    QVERIFY(h.messages.empty());
+    // The example's odd first record puts each byte one register away from where gpasm meant it.
+    QCOMPARE(frame18->text(), QString("Configuration: 1H=0C 2L=0E 2H=C0 3H=FF 4L=FF 5L=0F 5H=C0 6L=0F 6H=E0"));
+    h.Select("16F84A");
+    QVERIFY(frame18->isHidden());
+  }
+
   void the12BitCoreAndThe14000() {
     Harness h;
     h.Select("12C508");
