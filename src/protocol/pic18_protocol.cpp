@@ -142,6 +142,10 @@ void Pic18Protocol::StartProgrammingHold() {
 void Pic18Protocol::WriteConfigByte(int index, int value) {
   Transfer(cmd18::kCoreInstruction, insn18::kBsfEepgd);
   Transfer(cmd18::kCoreInstruction, insn18::kBsfCfgs);
+  // A code-protect bit programmed while the counter sits in its block could
+  // lock out the writes after it.
+  Transfer(cmd18::kCoreInstruction, insn18::kGotoOutsideCodeFirst);
+  Transfer(cmd18::kCoreInstruction, insn18::kGotoOutsideCodeSecond);
   SetTablePointerTo(addr18::kConfigBytes + static_cast<uint32_t>(index));
   const auto byte = static_cast<uint32_t>(value & 0xFF);
   Transfer(cmd18::kTableWriteStartProgram, (index % 2 == 0) ? byte : (byte << 8));

@@ -46,6 +46,10 @@ inline constexpr uint32_t kMovwfEecon2 = 0x6EA7;
 inline constexpr uint32_t kMovfEedataW = 0x50A8;
 inline constexpr uint32_t kMovfEecon1W = 0x50A6;
 inline constexpr uint32_t kMovwfTablat = 0x6EF5;
+// GOTO 100000h, two words: takes the program counter out of every
+// code-protect block before configuration writes (DS39576 3.5, note 1).
+inline constexpr uint32_t kGotoOutsideCodeFirst = 0xEF00;
+inline constexpr uint32_t kGotoOutsideCodeSecond = 0xF800;
 }  // namespace insn18
 
 /// Addresses of the table space that the programming sequences use.

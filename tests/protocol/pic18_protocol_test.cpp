@@ -154,15 +154,17 @@ TEST(Pic18, ConfigByteGoesInTheHalfOfItsAddress) {
   Fixture f;
   f.p18.WriteConfigByte(3, 0xA5);
   std::vector<Transfer18> t = f.Transfers();
-  ASSERT_EQ(t.size(), 10U);
+  ASSERT_EQ(t.size(), 12U);
   EXPECT_EQ(t[0], (Transfer18{0, 0x8EA6}));
   EXPECT_EQ(t[1], (Transfer18{0, 0x8CA6}));
-  EXPECT_EQ(t[2], (Transfer18{0, 0x0E30}));
-  EXPECT_EQ(t[6], (Transfer18{0, 0x0E03}));
-  EXPECT_EQ(t[8], (Transfer18{15, 0xA500}));
+  EXPECT_EQ(t[2], (Transfer18{0, 0xEF00}));  // GOTO 100000h
+  EXPECT_EQ(t[3], (Transfer18{0, 0xF800}));
+  EXPECT_EQ(t[4], (Transfer18{0, 0x0E30}));
+  EXPECT_EQ(t[8], (Transfer18{0, 0x0E03}));
+  EXPECT_EQ(t[10], (Transfer18{15, 0xA500}));
   f.p18.WriteConfigByte(2, 0x5A);
   t = f.Transfers();
-  EXPECT_EQ(t[8], (Transfer18{15, 0x005A}));
+  EXPECT_EQ(t[10], (Transfer18{15, 0x005A}));
 }
 
 TEST(Pic18, BulkEraseWrites0080At3C0004ThenTwoNops) {
