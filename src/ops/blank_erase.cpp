@@ -22,20 +22,8 @@ constexpr int32_t kBound14000 = 4031;
 constexpr float kNominalVolts = 5.0F;
 constexpr float kPowerOffMs = 250.0F;
 
-// The code-protection erase of program memory, through the configuration word.
-void CodeProtectEraseA(OperationFrame& frame) {
-  SerialProtocol& protocol = frame.protocol();
-  protocol.GoToConfigurationWord(kAllOnes14);
-  protocol.SendCommand(cmd::kEraseSetup1);
-  protocol.SendCommand(cmd::kEraseSetup2);
-  protocol.SendCommand(cmd::kBeginProgramming);
-  frame.Wait(15.0F);
-  protocol.SendCommand(cmd::kEraseSetup1);
-  protocol.SendCommand(cmd::kEraseSetup2);
-}
-
 // The code-protection erase of data memory.
-void CodeProtectEraseB(OperationFrame& frame) {
+void CodeProtectEraseData(OperationFrame& frame) {
   SerialProtocol& protocol = frame.protocol();
   protocol.LoadDataMemory(kAllOnes14);
   protocol.SendCommand(cmd::kEraseSetup1);
@@ -164,8 +152,8 @@ OpResult cmdFill(AppState& state, UiHost& ui, bool blankCalibration) {
     frame.Wait(40.0F);
     protocol.SendCommand(cmd::kBulkEraseData);
     frame.Wait(40.0F);
-    CodeProtectEraseA(frame);
-    CodeProtectEraseB(frame);
+    protocol.CodeProtectEraseConfigPath();
+    CodeProtectEraseData(frame);
   }
 
   frame.PowerDown();

@@ -57,6 +57,32 @@ void CleanUp(OperationFrame& frame) {
   frame.ui().HideProgress();
 }
 
+// The start of either program pass; false, after the message, when no
+// device is selected.
+bool StartProgramPass(OperationFrame& frame, VddLevel level) {
+  AppState& state = frame.state();
+  if (state.device.programSize == 0) {
+    frame.ui().ShowMessage({op_text::kSelectProcessor, title::kQuorvi2Error, MessageIcon::kExclamation});
+    CleanUp(frame);
+    return false;
+  }
+  // Start from an unpowered target.
+  frame.PowerDown();
+  frame.ui().ShowProgress(0.0);
+  state.operationFailed = kFalse;
+  frame.ui().ShowStatus(PassText(level));
+  return true;
+}
+
+// A program word that differs ends the pass. In quiet mode the port is left
+// as it stands; otherwise the box comes first and the target is powered
+// down once it is closed.
+OpOutcome ReportProgramDifference(OperationFrame& frame, int32_t address) {
+  const OpOutcome outcome = frame.ReportFailure(NotEqualAt(address), op_text::quiet::kCompareFailed);
+  if (outcome != OpOutcome::kTerminated) CleanUp(frame);
+  return outcome;
+}
+
 // Reads the configuration where the family keeps it; true when it differs
 // from the image.
 bool ConfigurationDiffers(OperationFrame& frame) {
@@ -103,19 +129,9 @@ OpOutcome FinishIdCompare(OperationFrame& frame, std::optional<int> differingWor
 
 OpOutcome CompareProgramPass(OperationFrame& frame, VddLevel level) {
   AppState& state = frame.state();
-  UiHost& ui = frame.ui();
   const DeviceDescriptor& device = state.device;
+  if (!StartProgramPass(frame, level)) return OpOutcome::kNoDevice;
   int32_t n = WordBound(device);
-  if (device.programSize == 0) {
-    ui.ShowMessage({op_text::kSelectProcessor, title::kQuorvi2Error, MessageIcon::kExclamation});
-    CleanUp(frame);
-    return OpOutcome::kNoDevice;
-  }
-  // Start from an unpowered target.
-  frame.PowerDown();
-  ui.ShowProgress(0.0);
-  state.operationFailed = kFalse;
-  ui.ShowStatus(PassText(level));
   frame.PowerUp(ComparePlan(level, device.vddMin, device.vddMax));
 
   if (SkipsCalibrationWord(device)) n = n - 1;
@@ -124,12 +140,7 @@ OpOutcome CompareProgramPass(OperationFrame& frame, VddLevel level) {
   for (int32_t i = 0; i <= n; ++i) {
     if (i % stride == 0) frame.Progress(i, n);
     if (protocol.ReadProgramWord() != state.image.programBuffer[static_cast<size_t>(i)]) {
-      // In quiet mode the port is left as it stands; otherwise the box comes
-      // first and the target is powered down once it is closed.
-      const OpOutcome outcome = frame.ReportFailure(NotEqualAt(i), op_text::quiet::kCompareFailed);
-      if (outcome == OpOutcome::kTerminated) return outcome;
-      CleanUp(frame);
-      return outcome;
+      return ReportProgramDifference(frame, i);
     }
     protocol.IncrementAddress();
   }
@@ -151,18 +162,9 @@ OpOutcome CompareProgramPass(OperationFrame& frame, VddLevel level) {
 
 OpOutcome CompareProgramPass18(OperationFrame& frame, VddLevel level) {
   AppState& state = frame.state();
-  UiHost& ui = frame.ui();
   const DeviceDescriptor& device = state.device;
+  if (!StartProgramPass(frame, level)) return OpOutcome::kNoDevice;
   const int32_t n = device.programSize;
-  if (n == 0) {
-    ui.ShowMessage({op_text::kSelectProcessor, title::kQuorvi2Error, MessageIcon::kExclamation});
-    CleanUp(frame);
-    return OpOutcome::kNoDevice;
-  }
-  frame.PowerDown();
-  ui.ShowProgress(0.0);
-  state.operationFailed = kFalse;
-  ui.ShowStatus(PassText(level));
   if (level == VddLevel::kMin) frame.SetSupply(device.vddMin);
   if (level == VddLevel::kMax) frame.SetSupply(device.vddMax);
   frame.Wait(kSupplySettleMs);
@@ -177,12 +179,7 @@ OpOutcome CompareProgramPass18(OperationFrame& frame, VddLevel level) {
     const auto index = static_cast<size_t>(i);
     const int read = index < words.size() ? words[index] : -1;
     // The image keeps 18F words from 8000h on as negative 16-bit numbers.
-    if (read != (state.image.programBuffer[index] & kWord16Mask)) {
-      const OpOutcome outcome = frame.ReportFailure(NotEqualAt(i), op_text::quiet::kCompareFailed);
-      if (outcome == OpOutcome::kTerminated) return outcome;
-      CleanUp(frame);
-      return outcome;
-    }
+    if (read != (state.image.programBuffer[index] & kWord16Mask)) return ReportProgramDifference(frame, i);
   }
   frame.protocol().EnterProgrammingMode();
   return FinishIdCompare(frame, LastDifferingIdWord18(pic18, state.image));
