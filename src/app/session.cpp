@@ -20,6 +20,7 @@ class ForwardingPort final : public PortDriver {
   explicit ForwardingPort(PortDriver& target) : target_(target) {}
   void WriteData(uint8_t value) override { target_.WriteData(value); }
   uint8_t ReadStatus() override { return target_.ReadStatus(); }
+  std::optional<bool> BusLevel() const override { return target_.BusLevel(); }
   std::string Describe() const override { return target_.Describe(); }
 
  private:

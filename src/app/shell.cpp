@@ -93,8 +93,8 @@ std::optional<UserMessage> EnterVddMargin(AppState& state, bool maximum, std::st
 }
 
 void EndSession(AppState& state) {
-  state.link.SetVdd("off");
-  state.link.SetProgrammingVoltage(kFalse, state.device.name, state.device.pinCount);
+  // Vpp goes before Vdd: no chip's programming document allows MCLR at Vpp without a supply.
+  PutProgrammerAtRest(state);
 }
 
 }  // namespace quorvi

@@ -23,6 +23,7 @@ class InterruptGuardPort final : public PortDriver {
 
   void WriteData(uint8_t value) override;
   uint8_t ReadStatus() override;
+  std::optional<bool> BusLevel() const override { return inner_->BusLevel(); }
   std::string Describe() const override { return inner_->Describe(); }
   PortDriver& inner() { return *inner_; }
   /// Powers the target down if a signal has come; returns whether it had.

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "hw/delay.h"
 
+#include <cmath>
+
 #include "hw/clock.h"
 #include "util/arith.h"
 
@@ -10,6 +12,11 @@ int64_t ShortWaitUnits(float ms) {
   if (!(ms < kLongWaitMs)) return 0;
   const int64_t tenths = RoundHalfEven(static_cast<double>(ms) * 10.0);
   return tenths >= 2 ? tenths - 1 : 0;
+}
+
+double RealDelayMs(float ms) {
+  if (ms >= kLongWaitMs) return std::floor(static_cast<double>(ms));
+  return static_cast<double>(ShortWaitUnits(ms)) / 12.0;  // units of 1/12000 s
 }
 
 void DelayMs(Clock& clock, float ms) {

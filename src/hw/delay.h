@@ -24,4 +24,7 @@ void DelayUnit(Clock& clock);
 /// The number of delay units a short wait of `ms` spins (0 for long waits).
 int64_t ShortWaitUnits(float ms);
 
+/// How long `DelayMs(ms)` really waits, in milliseconds.
+double RealDelayMs(float ms);
+
 }  // namespace quorvi

@@ -16,13 +16,25 @@ constexpr int kVddSteps = 256;
 
 }  // namespace
 
-PortLink::PortLink(std::unique_ptr<PortDriver> driver, Clock& clock) : driver_(std::move(driver)), clock_(clock) {}
+PortLink::PortLink(std::unique_ptr<PortDriver> driver, Clock& clock) : driver_(std::move(driver)), clock_(clock) {
+  Write();
+}
 
-void PortLink::SetDriver(std::unique_ptr<PortDriver> driver) { driver_ = std::move(driver); }
+void PortLink::SetDriver(std::unique_ptr<PortDriver> driver) {
+  driver_ = std::move(driver);
+  outputShadow_ = line::kIdle;
+  Write();
+}
 
 void PortLink::Write() {
+  lastAccessNs_ = clock_.Nanoseconds();
   driver_->WriteData(outputShadow_);
   clock_.ChargePortAccess();
+}
+
+void PortLink::HoldSinceLastAccess(int64_t ns) {
+  const int64_t left = lastAccessNs_ + ns - clock_.Nanoseconds();
+  if (left > 0) clock_.Spin(left);
 }
 
 void PortLink::Set(uint8_t mask) {
@@ -126,15 +138,18 @@ Status PortLink::SetVddLevel(float volts) {
 }
 
 bool PortLink::ReadStatus() {
+  lastAccessNs_ = clock_.Nanoseconds();
   statusByte_ = driver_->ReadStatus();
   clock_.ChargePortAccess();
   return (statusByte_ & line::kDataIn) != 0;
 }
 
-int PortLink::ReadDataLine() {
+int PortLink::ReadDataLine(int64_t lowNs, int64_t highNs) {
   SetDataLine(kTrue);
+  HoldSinceLastAccess(lowNs);
   SetClockLine(kTrue);
   const int bit = ReadStatus() ? 1 : 0;
+  HoldSinceLastAccess(highNs);
   SetClockLine(kFalse);
   SetDataLine(kFalse);
   return bit;

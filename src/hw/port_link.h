@@ -24,6 +24,9 @@ inline constexpr uint8_t kVpp3 = 0x20;
 inline constexpr uint8_t kVddStep = 0x40;
 /// On the status register.
 inline constexpr uint8_t kDataIn = 0x40;
+/// Every supply off (the active-low bits set), clock and data low, VddStep
+/// at its resting high level: what a port must hold before anything else.
+inline constexpr uint8_t kIdle = kVdd | kVpp1 | kVpp2 | kVpp3 | kVddStep;
 }  // namespace line
 
 /// Volts per step of the board's Vdd-level counter; step 128 is 5.0 V.
@@ -33,11 +36,15 @@ inline constexpr int kVddStepMidScale = 128;
 
 /// Owns the lines of the programmer board. Every change edits the shadow of
 /// the output byte and writes the whole byte once; nothing is read back.
+/// A port starts idle: a shadow of 0 would switch every active-low supply
+/// on with the first write, before anything asked for it.
 class PortLink {
  public:
+  /// Puts the idle byte on `driver` before anything else.
   PortLink(std::unique_ptr<PortDriver> driver, Clock& clock);
 
-  /// Swaps the port (a port menu choice); the shadow and Vdd step are kept.
+  /// Swaps the port (a port menu choice): the new port gets the idle byte
+  /// first; the Vdd step is kept.
   void SetDriver(std::unique_ptr<PortDriver> driver);
   PortDriver& driver() { return *driver_; }
   Clock& clock() { return clock_; }
@@ -65,8 +72,12 @@ class PortLink {
   Status SetVddLevel(float volts);
   /// Reads the status register; true when DataIn is high.
   bool ReadStatus();
-  /// Clocked one-bit read of the two-wire bus; returns 0 or 1.
-  int ReadDataLine();
+  /// Clocked one-bit read of the two-wire bus; returns 0 or 1. The clock
+  /// stays low at least `lowNs` and high at least `highNs` (since the last access).
+  int ReadDataLine(int64_t lowNs = 0, int64_t highNs = 0);
+  /// Spins until at least `ns` have passed since the last port access: the
+  /// protocols' setup, hold and pulse-width minimums, met on any port speed.
+  void HoldSinceLastAccess(int64_t ns);
 
   uint8_t outputShadow() const { return outputShadow_; }
   uint8_t statusByte() const { return statusByte_; }
@@ -80,8 +91,9 @@ class PortLink {
 
   std::unique_ptr<PortDriver> driver_;
   Clock& clock_;
-  uint8_t outputShadow_ = 0;
+  uint8_t outputShadow_ = line::kIdle;
   uint8_t statusByte_ = 0;
+  int64_t lastAccessNs_ = 0;
   int vddStep_ = 0;
 };
 

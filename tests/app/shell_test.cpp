@@ -43,6 +43,7 @@ TEST_F(ShellFixture, SelectionRemembersTheDeviceInLines1To3) {
 
 TEST_F(ShellFixture, ModeChangeWritesLines1To4AndResetsTheProgrammer) {
   const int64_t before = state.clock->Nanoseconds();
+  port().Clear();
   ASSERT_TRUE(ChooseMode(state, "PROD").ok());
   EXPECT_TRUE(state.productionMode());
   EXPECT_EQ(SettingsFile(), "LPT10\r\nPROD\r\n16F84\r\n/home/ada\r\n");

@@ -57,20 +57,20 @@ TEST(VcdTrace, RecordsOnlyTheWiresThatChangeAtTheClocksTime) {
   const std::string path = (dir.path() / "t.vcd").string();
   {
     TracedLink t(path);
-    t.link->SetVdd("off");  // three writes: 0x04, 0x04, 0x04
+    t.link->SetVdd("off");  // three writes of the idle byte the link opened with
     t.link->SetVdd("on");
     t.port->SetIdleStatus(0x00);
     t.link->ReadStatus();
     t.link->PulseClock();
-    EXPECT_EQ(t.port->Writes(), (std::vector<uint8_t>{0x04, 0x04, 0x04, 0x00, 0x02, 0x00}));
+    EXPECT_EQ(t.port->Writes(), (std::vector<uint8_t>{0x7C, 0x7C, 0x7C, 0x7C, 0x78, 0x7A, 0x78}));
   }
   EXPECT_EQ(dir.Read("t.vcd"), std::string(kHeader) +
-                                   "#0\n$dumpvars\n0a\n0b\n1c\n0d\n0e\n0f\n0g\n1h\n0i\n$end\n"
-                                   "#3000\n0c\n"
-                                   "#4000\n0h\n"
-                                   "#5000\n1b\n"
-                                   "#6000\n0b\n"
-                                   "#6001\n");
+                                   "#0\n$dumpvars\n0a\n0b\n1c\n1d\n1e\n1f\n1g\n1h\n0i\n$end\n"
+                                   "#4000\n0c\n"
+                                   "#5000\n0h\n"
+                                   "#6000\n1b\n"
+                                   "#7000\n0b\n"
+                                   "#7001\n");
 }
 
 TEST(VcdTrace, EdgesNeverShareATimestamp) {
@@ -83,8 +83,8 @@ TEST(VcdTrace, EdgesNeverShareATimestamp) {
     t.link->SetDataLine(kFalse);
   }
   const std::string text = dir.Read("t.vcd");
-  EXPECT_NE(text.find("#0\n$dumpvars\n1a\n"), std::string::npos) << text;
-  EXPECT_NE(text.find("#1\n1b\n#2\n0a\n0i\n#3\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("#0\n$dumpvars\n0a\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("#1\n1a\n1i\n#2\n1b\n#3\n0a\n0i\n"), std::string::npos) << text;
 }
 
 // A port that knows the bus level, as the simulated board does.
@@ -115,8 +115,8 @@ TEST(VcdTrace, SdaFollowsThePortsBusLevelWithoutAStatusRead) {
     link.SetClockLine(kFalse);  // released: SDA 1
   }
   const std::string text = dir.Read("t.vcd");
-  EXPECT_NE(text.find("1h\n1i\n$end\n"), std::string::npos) << text;
-  EXPECT_NE(text.find("#1000\n1b\n0i\n#2000\n0b\n1i\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("1h\n0i\n$end\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("#2000\n1b\n0i\n#3000\n0b\n1i\n"), std::string::npos) << text;
 }
 
 TEST(VcdTrace, AccessesStillReachThePortAfterClose) {
@@ -127,7 +127,7 @@ TEST(VcdTrace, AccessesStillReachThePortAfterClose) {
   t.tracer->Close();
   const std::string closed = dir.Read("t.vcd");
   t.link->SetDataLine(kFalse);
-  EXPECT_EQ(t.port->Writes(), (std::vector<uint8_t>{0x01, 0x00}));
+  EXPECT_EQ(t.port->Writes(), (std::vector<uint8_t>{0x7C, 0x7D, 0x7C}));
   EXPECT_EQ(dir.Read("t.vcd"), closed);
 }
 
