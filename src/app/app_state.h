@@ -17,6 +17,7 @@
 #include "hw/port_link.h"
 #include "image/memory_image.h"
 #include "image/serial_numbering.h"
+#include "protocol/timing.h"
 #include "util/arith.h"
 
 namespace quorvi {
@@ -35,6 +36,14 @@ struct WindowOptions {
   bool chkSound = true;
   bool chkTurbo = false;
   bool opEEdata = true;
+};
+
+/// What an erase or write does when the chip in the socket answers with
+/// another part's device ID, or not at all.
+enum class WrongChipPolicy {
+  kAsk,    // the window asks whether to go on
+  kStop,   // the command line without --force: the operation ends
+  kForce,  // --force: a warning, then on
 };
 
 /// The one application-wide state: everything the window owns for the
@@ -72,6 +81,9 @@ struct AppState {
   Flag operationFailed = kFalse;
   /// The small field beside the device: silicon revision or calibration word.
   std::string txtCal;
+  WrongChipPolicy wrongChip = WrongChipPolicy::kAsk;
+  /// How the protocols turn a named wait into a DelayMs request.
+  WaitPlanner waitPlanner = LengthenedWait;
 
   bool quiet() const { return commandLine.quiet; }
   bool productionMode() const { return settings.mode == "PROD"; }

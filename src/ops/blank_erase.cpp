@@ -29,7 +29,7 @@ void CodeProtectEraseData(OperationFrame& frame) {
   protocol.SendCommand(cmd::kEraseSetup1);
   protocol.SendCommand(cmd::kEraseSetup2);
   protocol.SendCommand(cmd::kBeginProgramming);
-  frame.Wait(20.0F);
+  protocol.WaitAtLeast(20.0F, protocol.timing().protectErase);
   protocol.SendCommand(cmd::kEraseSetup1);
   protocol.SendCommand(cmd::kEraseSetup2);
   frame.Wait(20.0F);
@@ -40,7 +40,6 @@ void CodeProtectEraseData(OperationFrame& frame) {
 void EraseKeepingCalibration(OperationFrame& frame, bool blankCalibration) {
   AppState& state = frame.state();
   SerialProtocol& protocol = frame.protocol();
-  PortLink& link = state.link;
   const DeviceDescriptor& device = state.device;
   const int32_t n = device.programSize;
 
@@ -51,16 +50,18 @@ void EraseKeepingCalibration(OperationFrame& frame, bool blankCalibration) {
 
   protocol.LoadConfiguration(kAllOnes14);
   protocol.SendCommand(cmd::kBulkEraseProgram);
-  frame.Wait(10.0F);
+  protocol.WaitAtLeast(10.0F, protocol.timing().bulkErase);
   protocol.SendCommand(cmd::kBulkEraseData);
-  frame.Wait(10.0F);
+  protocol.WaitAtLeast(10.0F, protocol.timing().bulkErase);
 
   // A fresh entry into programming mode resets the address counter to 0.
-  link.SetVdd("off");
-  link.SetProgrammingVoltage(kFalse, device.name, device.pinCount);
+  // Vpp goes first and comes back with the part's entry order and settle
+  // time (DS41191: Vpp before Vdd, 5 us before the first command).
+  frame.PowerDown();
   frame.Wait(kPowerOffMs);
-  link.SetVdd("on");
-  link.SetProgrammingVoltage(kTrue, device.name, device.pinCount);
+  PowerUpPlan reentry;
+  reentry.dataLowAfterVpp = false;
+  frame.PowerUp(reentry);
 
   for (int32_t i = 0; i < n; ++i) protocol.IncrementAddress();
   ProgramWord(protocol, PulseMode::kLong, blankCalibration ? kAllOnes14 : state.savedCalibration);
@@ -142,16 +143,16 @@ OpResult cmdFill(AppState& state, UiHost& ui, bool blankCalibration) {
   } else if (device.family == 8 || device.family == 9) {
     protocol.LoadConfiguration(0);
     protocol.SendCommand(cmd::kChipErase);
-    frame.Wait(5.0F);
+    protocol.WaitAtLeast(5.0F, protocol.timing().chipErase);
   } else if (device.family == 6) {
     protocol.SendCommand(cmd::kBulkEraseProgram);
-    frame.Wait(40.0F);
+    protocol.WaitAtLeast(40.0F, protocol.timing().bulkErase);
   } else {
     protocol.LoadConfiguration(0);
     protocol.SendCommand(cmd::kBulkEraseProgram);
-    frame.Wait(40.0F);
+    protocol.WaitAtLeast(40.0F, protocol.timing().bulkErase);
     protocol.SendCommand(cmd::kBulkEraseData);
-    frame.Wait(40.0F);
+    protocol.WaitAtLeast(40.0F, protocol.timing().bulkErase);
     protocol.CodeProtectEraseConfigPath();
     CodeProtectEraseData(frame);
   }

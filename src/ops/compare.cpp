@@ -4,6 +4,7 @@
 #include <optional>
 #include <vector>
 
+#include "ops/config_write.h"
 #include "ops/op_texts.h"
 #include "ops/pic18_config_bytes.h"
 #include "ops/serial_eeprom_handover.h"
@@ -16,8 +17,6 @@ namespace {
 constexpr int kIdWords = 4;
 constexpr int kIncrementsToConfig = 7;
 constexpr int kIncrementsAfterIds = 3;
-constexpr int kBandgapReadMask = 0x01FF;
-constexpr int kFuseMapBandgap = 21;
 constexpr int32_t kIdAddress = 0x2000;
 constexpr float kAfterPassMs = 500.0F;
 constexpr float kSupplySettleMs = 250.0F;
@@ -94,21 +93,17 @@ bool ConfigurationDiffers(OperationFrame& frame) {
     Pic18Protocol pic18(protocol);
     return !ConfigBytesMatch18(pic18, device, state.image);
   }
+  // Bits the part does not implement read back as the silicon chooses.
+  const int mask = ConfigCompareMask(device);
   if (frame.is12Bit()) {
-    if (protocol.ReadProgramWord() != configWord) return true;
+    if ((protocol.ReadProgramWord() & mask) != (configWord & mask)) return true;
     // An equal 12-bit word is followed by the walk to 2007h, where nothing is read.
     for (int k = 0; k < kIncrementsToConfig + 2; ++k) protocol.IncrementAddress();
     return false;
   }
   protocol.LoadConfiguration(0);
   for (int k = 0; k < kIncrementsToConfig; ++k) protocol.IncrementAddress();
-  int read = protocol.ReadProgramWord();
-  int expected = configWord;
-  if (device.fuseMap == kFuseMapBandgap) {
-    read &= kBandgapReadMask;
-    expected &= kBandgapReadMask;
-  }
-  return read != expected;
+  return (protocol.ReadProgramWord() & mask) != (configWord & mask);
 }
 
 // The end of a program-and-ID pass once the ID words are read.

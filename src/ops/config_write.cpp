@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ops/config_write.h"
 
-#include "hw/delay.h"
+#include <optional>
+
+#include "device/part_facts.h"
 #include "ops/op_texts.h"
 #include "ops/pic18_config_bytes.h"
 
@@ -9,53 +11,62 @@ namespace quorvi {
 
 namespace {
 
-constexpr int kNoWord = 0x4000;  // no 14-bit word has this value
 constexpr int16_t kCycleLimit = 26;
 constexpr int16_t kCore12CycleLimit = 8;
 constexpr int kOtpRounds = 100;
-constexpr int kBandgapReadMask = 0x01FF;
 constexpr int kFuseMapBandgap = 21;
 constexpr float kPowerOffMs = 250.0F;
 constexpr float kInternalCycleMs = 10.0F;
 constexpr float kExternalCycleMs = 1.0F;
+// The requirements' "0.1 ms step": one delay unit, as DelayMs(0.2) spins it.
+constexpr float kOneUnitMs = 0.2F;
 constexpr int kIdleConfigLatch = 0x3FFF;
 
 bool OtpSequence(OperationFrame& frame) {
   SerialProtocol& protocol = frame.protocol();
   const MemoryImage& image = frame.state().image;
+  const int mask = ConfigCompareMask(frame.device());
   if (!frame.is12Bit()) protocol.GoToConfigurationWord(image.idWords[0]);
   protocol.LoadProgramData(image.configWord);
   protocol.LoadProgramData(image.configWord);
   // The first round programs the word; each later one adds at least one pulse.
   for (int round = 0; round < kOtpRounds; ++round) {
-    if (ProgramWord(protocol, PulseMode::kShort, image.configWord) > kMaxProgramCycles) return false;
+    if (ProgramWord(protocol, PulseMode::kShort, image.configWord, mask) > kMaxProgramCycles) return false;
   }
   return true;
 }
 
+// True when the word at the counter reads back as `expected` in the bits the part implements.
+bool ReadsBack(OperationFrame& frame, int expected) {
+  const int mask = ConfigCompareMask(frame.device());
+  return (frame.protocol().ReadProgramWord() & mask) == (expected & mask);
+}
+
 }  // namespace
 
-int16_t ProgramWord(SerialProtocol& protocol, PulseMode mode, int word) {
-  Clock& clock = protocol.link().clock();
+int ConfigCompareMask(const DeviceDescriptor& device) { return FactsFor(device).configMask; }
+
+int16_t ProgramWord(SerialProtocol& protocol, PulseMode mode, int word, int mask) {
+  const ProgrammingTiming& timing = protocol.timing();
   const int familyCode = protocol.target().family;
   int16_t count = 0;
-  int last = kNoWord;
-  while (count < kCycleLimit && last != word) {
+  std::optional<int> last;  // nothing read yet: at least one cycle
+  while (count < kCycleLimit && (!last || (*last & mask) != (word & mask))) {
     protocol.LoadProgramData(word);
     if (familyCode == 8) {
       protocol.SendCommand(cmd::kBeginProgrammingOnly);
-      DelayMs(clock, kExternalCycleMs);
+      protocol.WaitAtLeast(kExternalCycleMs, timing.programOnly);
       protocol.SendCommand(cmd::kEndProgramming2);
     } else {
       protocol.BeginProgramming();
       switch (mode) {
         case PulseMode::kShort:
-          DelayUnit(clock);
+          protocol.WaitAtLeast(kOneUnitMs, timing.pulse);
           protocol.EndProgramming();
           break;
-        case PulseMode::kLong: DelayMs(clock, kInternalCycleMs); break;
+        case PulseMode::kLong: protocol.WaitAtLeast(kInternalCycleMs, timing.program); break;
         case PulseMode::kMedium:
-          DelayMs(clock, kExternalCycleMs);
+          protocol.WaitAtLeast(kExternalCycleMs, timing.programOnly);
           protocol.EndProgramming();
           break;
       }
@@ -80,13 +91,14 @@ bool WriteConfiguration(OperationFrame& frame) {
 
   const int configWord = state.image.configWord;
   const bool bandgapPart = state.device.fuseMap == kFuseMapBandgap;
+  const ProgrammingTiming& timing = protocol.timing();
   switch (state.device.family) {
     case 8: {
       protocol.GoToConfigurationWord(kIdleConfigLatch);
       protocol.LoadProgramData(configWord);
       protocol.BeginProgramming();
-      frame.Wait(kInternalCycleMs);
-      return protocol.ReadProgramWord() == configWord;
+      protocol.WaitAtLeast(kInternalCycleMs, timing.program);
+      return ReadsBack(frame, configWord);
     }
     case 1:
     case 6: {
@@ -94,22 +106,23 @@ bool WriteConfiguration(OperationFrame& frame) {
       protocol.LoadProgramData(bandgapPart ? (configWord | state.savedBandgap) : configWord);
       protocol.BeginProgramming();
       if (state.device.family == 1) {
-        frame.Wait(kInternalCycleMs);
+        protocol.WaitAtLeast(kInternalCycleMs, timing.program);
       } else {
-        frame.Wait(kExternalCycleMs);
+        protocol.WaitAtLeast(kExternalCycleMs, timing.programOnly);
         protocol.EndProgramming();
       }
-      int read = protocol.ReadProgramWord();
-      if (bandgapPart) read &= kBandgapReadMask;
-      return read == configWord;
+      // The band-gap bits are the factory's and outside the compared mask.
+      return ReadsBack(frame, configWord);
     }
     case 9: {
       protocol.GoToConfigurationWord(kIdleConfigLatch);
       protocol.LoadProgramData(configWord);
       protocol.SendCommand(cmd::kBeginProgrammingOnly);
-      frame.Wait(kExternalCycleMs);
+      protocol.WaitAtLeast(kExternalCycleMs, timing.programOnly);
       protocol.SendCommand(cmd::kEndProgramming2);
-      return OtpSequence(frame);
+      // No EPROM pulses after it: DS39603 knows no End Programming 001110,
+      // so each would clock into a self-timed cycle and could spoil the word.
+      return ReadsBack(frame, configWord);
     }
     case family::kPic18: {
       Pic18Protocol pic18(protocol);

@@ -9,9 +9,10 @@
 
 namespace quorvi {
 
-/// The pulse modes of the word programming routine.
+/// The pulse modes of the word programming routine. Each wait is at least
+/// what the part's document asks for (the timing table lengthens it).
 enum class PulseMode {
-  kShort = 100,  // one delay unit, then End Programming
+  kShort = 100,  // one delay unit (an EPROM pulse), then End Programming
   kLong = 10,    // 10 ms, the chip ends the cycle itself
   kMedium = 1,   // 1 ms, then End Programming
 };
@@ -20,8 +21,13 @@ enum class PulseMode {
 inline constexpr int16_t kMaxProgramCycles = 25;
 
 /// Programs `word` at the chip's current address until it reads back equal
-/// (at most 26 cycles; a 12-bit part stops after 9). Returns the cycles issued.
-int16_t ProgramWord(SerialProtocol& protocol, PulseMode mode, int word);
+/// in the bits of `mask` (at most 26 cycles; a 12-bit part stops after 9).
+/// Returns the cycles issued.
+int16_t ProgramWord(SerialProtocol& protocol, PulseMode mode, int word, int mask = 0x3FFF);
+
+/// The configuration bits of the selected part that are compared: those it
+/// implements (the others read back as the silicon chooses).
+int ConfigCompareMask(const DeviceDescriptor& device);
 
 /// Powers the target up afresh and programs the configuration word of the
 /// image by the family's sequence; true when it was taken. Leaves the target

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ops/frame.h"
 
+#include "device/part_facts.h"
 #include "hw/delay.h"
 #include "util/arith.h"
 #include "util/atomic_file.h"
@@ -20,8 +21,16 @@ constexpr int32_t kBound14000 = 4031;
 constexpr int32_t kStrideParts = 20;
 constexpr int kQuietExitCode = 1;
 
-ProtocolTarget TargetOf(const DeviceDescriptor& device) {
-  return {.name = device.name, .family = device.family, .pairFlag = device.pairFlag, .pinCount = device.pinCount};
+ProtocolTarget TargetOf(const AppState& state) {
+  const DeviceDescriptor& device = state.device;
+  const PartFacts facts = FactsFor(device);
+  return {.name = device.name,
+          .family = device.family,
+          .pairFlag = device.pairFlag,
+          .pinCount = device.pinCount,
+          .timing = facts.timing,
+          .vppFirst = facts.vppFirst,
+          .plan = state.waitPlanner};
 }
 
 std::string Trimmed(std::string_view text) {
@@ -69,7 +78,6 @@ PowerUpPlan ErasePlan(const AppState& state) {
 
 PowerUpPlan WritePlan(const AppState& state) {
   PowerUpPlan plan;
-  plan.vppFirstFor16F62 = true;
   plan.icspWait = true;
   plan.incrementFor12Bit = true;
   if (state.productionMode()) {
@@ -82,7 +90,6 @@ PowerUpPlan WritePlan(const AppState& state) {
 PowerUpPlan ComparePlan(VddLevel level, float vddMin, float vddMax) {
   PowerUpPlan plan;
   plan.waitBeforeVdd = kCompareSupplySettleMs;
-  plan.vppFirstFor16F62 = true;
   plan.icspWait = true;
   plan.incrementFor12Bit = true;
   if (level == VddLevel::kMin) plan.supplyBeforeVdd = vddMin;
@@ -92,7 +99,6 @@ PowerUpPlan ComparePlan(VddLevel level, float vddMin, float vddMax) {
 
 PowerUpPlan ConfigWritePlan() {
   PowerUpPlan plan;
-  plan.vppFirstFor16F62 = true;
   plan.icspWait = true;
   plan.vppSettleMs = kConfigWriteVppSettleMs;
   plan.dataLowAfterVpp = false;
@@ -121,7 +127,7 @@ Status WriteErrorLog(const AppState& state, std::string_view line) {
 }
 
 OperationFrame::OperationFrame(AppState& state, UiHost& ui)
-    : state_(state), ui_(ui), protocol_(state.link, TargetOf(state.device)), startNs_(state.clock->Nanoseconds()) {
+    : state_(state), ui_(ui), protocol_(state.link, TargetOf(state)), startNs_(state.clock->Nanoseconds()) {
   state_.clock->SetEventPump([this] { ui_.PumpEvents(); });
 }
 
@@ -156,11 +162,14 @@ void OperationFrame::PowerUp(const PowerUpPlan& plan) {
   link.SetDataLine(kFalse);
   if (plan.supplyBeforeVdd) SetSupply(*plan.supplyBeforeVdd);
   if (plan.waitBeforeVdd > 0.0F) Wait(plan.waitBeforeVdd);
-  // Parts that may run their own code at power-up must see Vpp first.
-  if (plan.vppFirstFor16F62 && NameStartsWith(dev.name, "16F62")) {
-    link.SetProgrammingVoltage(kTrue, dev.name, dev.pinCount);
+  // Parts that may run their own code at power-up see Vpp first, in every
+  // operation: an entry that works for the write but not for the read would
+  // read a running chip.
+  if (protocol_.target().vppFirst) {
+    protocol_.PowerVppFirst();
+  } else {
+    link.SetVdd("on");
   }
-  link.SetVdd("on");
   if (dev.pinCount == 18 && !NameStartsWith(dev.name, "16F81") && !NameStartsWith(dev.name, "16C55")) {
     Wait(kEighteenPinSettleMs);
   }

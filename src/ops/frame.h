@@ -50,8 +50,6 @@ struct PowerUpPlan {
   /// Supply level set before Vdd, and the wait after it (0: none).
   std::optional<float> supplyBeforeVdd;
   float waitBeforeVdd = 0.0F;
-  /// The 16F62 parts (write, compares, configuration write) take Vpp first.
-  bool vppFirstFor16F62 = false;
   /// The erase in production mode moves the supply back to 5.0 V after Vdd.
   bool nominalSupplyAfterVdd = false;
   bool icspWait = false;

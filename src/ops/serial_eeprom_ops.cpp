@@ -4,6 +4,7 @@
 #include <functional>
 #include <string>
 
+#include "device/part_facts.h"
 #include "hw/delay.h"
 #include "protocol/eeprom_bus.h"
 #include "util/arith.h"
@@ -28,7 +29,9 @@ class EepromSession {
   EepromSession(OperationFrame& frame, const std::string& status, float startMs)
       : frame_(frame),
         link_(frame.state().link),
-        bus_(link_, {frame.state().device.name, frame.state().device.programSize}) {
+        bus_(link_, {.name = frame.state().device.name,
+                     .size = frame.state().device.programSize,
+                     .speed = FactsFor(frame.state().device).bus}) {
     link_.SetDataLine(kTrue);
     link_.SetClockLine(kTrue);
     // The memory's supply comes through the switch of the large sockets.

@@ -236,7 +236,7 @@ int16_t Writer::ProgramOnly(int word) {
   while (count <= kMaxProgramCycles && last != word) {
     protocol_.LoadProgramData(word);
     protocol_.SendCommand(cmd::kBeginProgrammingOnly);
-    frame_.Wait(kExternalCycleMs);
+    protocol_.WaitAtLeast(kExternalCycleMs, protocol_.timing().programOnly);
     protocol_.SendCommand(cmd::kEndProgramming2);
     last = protocol_.ReadProgramWord();
     ++count;
@@ -291,10 +291,10 @@ std::optional<WriteError> Writer::DataEeprom() {
     protocol_.LoadDataMemory(value);
     if (device_.family == 1) {
       protocol_.BeginProgramming();
-      frame_.Wait(kInternalCycleMs);
+      protocol_.WaitAtLeast(kInternalCycleMs, protocol_.timing().data);
     } else {
       protocol_.SendCommand(cmd::kBeginProgrammingOnly);
-      frame_.Wait(kExternalCycleMs);
+      protocol_.WaitAtLeast(kExternalCycleMs, protocol_.timing().programOnly);
       protocol_.SendCommand(cmd::kEndProgramming2);
     }
     if ((protocol_.ReadDataMemory() & kByteMask) != value) return WriteError{j};

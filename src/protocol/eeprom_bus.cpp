@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "protocol/eeprom_bus.h"
 
+#include <cmath>
 #include <utility>
 #include <vector>
 
@@ -14,6 +15,10 @@ constexpr int kBlockBitsMask = 0x1E;
 constexpr int kBlockShift = 7;
 
 bool UsesLowControl(const std::string& name) { return name == "AT24C256" || name == "ST24256"; }
+
+int64_t WithMargin(int64_t minimumNs) {
+  return static_cast<int64_t>(std::ceil(static_cast<double>(minimumNs) * kWaitMargin));
+}
 
 }  // namespace
 
@@ -33,36 +38,51 @@ EepromAddressing AddressingFor(const EepromTarget& target, int32_t address) {
 
 EepromBus::EepromBus(PortLink& link, EepromTarget target) : link_(link), target_(std::move(target)) {}
 
+// The memory's data sheet sets the pace, not the port: a fast port would
+// clock a 100 kHz part out of its specification.
+void EepromBus::Hold(int64_t minimumNs) { link_.HoldSinceLastAccess(WithMargin(minimumNs)); }
+
+int EepromBus::ReadBit() { return link_.ReadDataLine(WithMargin(timing().lowNs), WithMargin(timing().highNs)); }
+
+void EepromBus::ClockBit() {
+  Hold(timing().lowNs);
+  link_.SetClockLine(kTrue);
+  Hold(timing().highNs);
+  link_.SetClockLine(kFalse);
+}
+
 void EepromBus::BusStart() {
   link_.SetDataLine(kTrue);
+  Hold(timing().lowNs);
   link_.SetClockLine(kTrue);
-  DelayUnit(link_.clock());
+  DelayUnit(link_.clock());  // also tSU:STA and tBUF
   link_.SetDataLine(kFalse);
+  Hold(timing().startHoldNs);
   link_.SetClockLine(kFalse);
 }
 
 void EepromBus::BusStop() {
   link_.SetClockLine(kFalse);
   link_.SetDataLine(kFalse);
-  DelayUnit(link_.clock());
+  DelayUnit(link_.clock());  // also tLOW
   link_.SetClockLine(kTrue);
+  Hold(timing().stopSetupNs);
   link_.SetDataLine(kTrue);
 }
 
 void EepromBus::BusWriteBit(int bit) {
   link_.SetDataLine(bit == 1 ? kTrue : kFalse);
-  link_.SetClockLine(kTrue);
-  link_.SetClockLine(kFalse);
+  ClockBit();
 }
 
 int EepromBus::BusWriteByte(int value) {
   for (int bit = 7; bit >= 0; --bit) BusWriteBit((value >> bit) & 1);
-  return link_.ReadDataLine();
+  return ReadBit();
 }
 
 int EepromBus::BusReadByte() {
   int value = 0;
-  for (int i = 0; i < 8; ++i) value = value * 2 + link_.ReadDataLine();
+  for (int i = 0; i < 8; ++i) value = value * 2 + ReadBit();
   return value;
 }
 
@@ -110,12 +130,12 @@ int EepromBus::EepromReadByte(int32_t address) {
 
 void EepromBus::AcknowledgeByte() {
   link_.SetDataLine(kFalse);
-  link_.PulseClock();
+  ClockBit();
 }
 
 void EepromBus::NotAcknowledgeByte() {
   link_.SetDataLine(kTrue);
-  link_.PulseClock();
+  ClockBit();
 }
 
 int EepromBus::StartPageWrite(int32_t address, int first) {

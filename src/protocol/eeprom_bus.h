@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "hw/port_link.h"
+#include "protocol/timing.h"
 
 namespace quorvi {
 
@@ -17,6 +18,7 @@ namespace quorvi {
 struct EepromTarget {
   std::string name;  // compared in full, case-sensitive
   int32_t size = 0;  // the catalogue's programSize; below 2048 one address byte
+  BusSpeed speed = BusSpeed::kStandard;
 };
 
 /// The control byte (write form) for an address and what is left of the
@@ -64,6 +66,8 @@ class EepromBus {
   void AcknowledgeByte();
   /// Master not-acknowledge that ends a read: data high, one clock.
   void NotAcknowledgeByte();
+  /// The minimums this bus keeps (the memory's speed class).
+  const BusTiming& timing() const { return BusTimingFor(target_.speed); }
 
   /// Page write: start, control, address, the first byte; no stop. Returns
   /// the OR of the acknowledges. The caller sends the rest with
@@ -79,6 +83,12 @@ class EepromBus {
 
  private:
   int SendAddressing(int32_t address);
+  /// Spins until `minimumNs` (with the margin) have passed since the last port access.
+  void Hold(int64_t minimumNs);
+  /// Clock high for tHIGH and low again, the data already set up for tLOW.
+  void ClockBit();
+  /// The clocked read of one bit, at the bus's pace.
+  int ReadBit();
 
   PortLink& link_;
   EepromTarget target_;

@@ -11,6 +11,9 @@ constexpr int kWordBits = 14;
 constexpr int kNibbleBits = 4;
 constexpr int kByteBits = 8;
 constexpr int kTopOfByte = 128;
+// The requirements' waits; the timing table lengthens them to the document's.
+constexpr float kProgramHoldMs = 1.0F;
+constexpr float kBulkEraseMs = 6.0F;
 
 bool TextBit(const std::string& text, int bit) { return text[static_cast<size_t>(kWordBits - 1 - bit)] == '1'; }
 
@@ -18,32 +21,29 @@ bool TextBit(const std::string& text, int bit) { return text[static_cast<size_t>
 
 Pic18Protocol::Pic18Protocol(SerialProtocol& serial) : serial_(serial), link_(serial.link()) {}
 
-void Pic18Protocol::SendBit(bool bit) {
-  link_.SetDataLine(bit ? kTrue : kFalse);
-  link_.PulseClock();
-}
-
 // The second pause hook of the timing layer: it waits nothing measurable.
 void Pic18Protocol::PauseHook() {}
 
 void Pic18Protocol::Send4(int command) {
   const std::string text = ToBitText(command);
-  for (int bit = 0; bit < kNibbleBits; ++bit) SendBit(TextBit(text, bit));
+  for (int bit = 0; bit < kNibbleBits; ++bit) serial_.SendBit(TextBit(text, bit));
 }
 
 void Pic18Protocol::SendWord16(uint32_t payload) { serial_.SendWord16(payload); }
 
 void Pic18Protocol::Send8ThenRelease(int value) {
   const std::string text = ToBitText(value);
-  for (int bit = 0; bit < kByteBits; ++bit) SendBit(TextBit(text, bit));
+  for (int bit = 0; bit < kByteBits; ++bit) serial_.SendBit(TextBit(text, bit));
   link_.SetDataLine(kTrue);
 }
 
 int Pic18Protocol::Read8() {
   int value = 0;
   for (int i = 0; i < kByteBits; ++i) {
+    serial_.Hold(IcspTiming().setupNs);
     link_.SetClockLine(kTrue);
     PauseHook();
+    serial_.Hold(IcspTiming().setupNs);
     link_.SetClockLine(kFalse);
     const bool high = link_.ReadStatus();
     value = value / 2 + (high ? kTopOfByte : 0);
@@ -90,8 +90,7 @@ std::vector<int> Pic18Protocol::ReadProgramMemory(int lastWordAddress,
     words.push_back(high * 256 + low);
   }
   link_.SetDataLine(kFalse);
-  link_.SetVdd("off");
-  link_.SetProgrammingVoltage(kFalse, serial_.target().name, serial_.target().pinCount);
+  serial_.LeaveProgrammingMode();
   return words;
 }
 
@@ -130,12 +129,12 @@ void Pic18Protocol::LoadPanelBuffer(uint32_t address, std::span<const uint8_t, k
 void Pic18Protocol::StartProgrammingHold() {
   // DS39576 Figure 3-5: NOP whose fourth clock stays high for P9, then low
   // for P10 (5 us) before the operand.
-  link_.SetDataLine(kFalse);
-  for (int bit = 0; bit < kNibbleBits - 1; ++bit) link_.PulseClock();
+  for (int bit = 0; bit < kNibbleBits - 1; ++bit) serial_.SendBit(false);
+  serial_.Hold(IcspTiming().setupNs);
   link_.SetClockLine(kTrue);
-  DelayMs(link_.clock(), kProgramHoldMs);
+  serial_.WaitAtLeast(kProgramHoldMs, serial_.timing().hold18);
   link_.SetClockLine(kFalse);
-  DelayUnit(link_.clock());
+  serial_.Hold(static_cast<int64_t>(serial_.timing().discharge18.ms * 1e6F));
   SendWord16(insn18::kNop);
 }
 
@@ -215,7 +214,7 @@ void Pic18Protocol::BulkErase() {
   Transfer(cmd18::kTableWrite, kBulkEraseChip);
   Transfer(cmd18::kCoreInstruction, insn18::kNop);
   Transfer(cmd18::kCoreInstruction, insn18::kNop);
-  DelayMs(link_.clock(), kBulkEraseMs);
+  serial_.WaitAtLeast(kBulkEraseMs, serial_.timing().bulkErase18);
 }
 
 }  // namespace quorvi

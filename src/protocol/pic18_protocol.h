@@ -74,12 +74,6 @@ inline constexpr uint32_t kPanelSpan = 0x2000;
 /// The 18F layer over the serial command layer's lines and mode entry.
 class Pic18Protocol {
  public:
-  /// DS39576 P9: clock held high at least 1 ms to program; a 1 ms request
-  /// spins only 0.75 ms, so the hold asks for 2 ms (1.58 ms).
-  static constexpr float kProgramHoldMs = 2.0F;
-  /// DS39576 P11: 5 ms for the bulk erase; the erase waits 6 ms.
-  static constexpr float kBulkEraseMs = 6.0F;
-
   explicit Pic18Protocol(SerialProtocol& serial);
 
   SerialProtocol& serial() { return serial_; }
@@ -130,7 +124,6 @@ class Pic18Protocol {
   static constexpr uint32_t kDataWritePollMs = 20;
 
  private:
-  void SendBit(bool bit);
   void PauseHook();
   int ShiftOutTablat();
   void SelectDataEeprom(int address);

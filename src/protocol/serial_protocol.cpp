@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "protocol/serial_protocol.h"
 
+#include <cmath>
 #include <utility>
 
 #include "hw/delay.h"
@@ -53,9 +54,25 @@ SerialProtocol::SerialProtocol(PortLink& link, ProtocolTarget target) : link_(li
 
 void SerialProtocol::Wait(float ms) { DelayMs(link_.clock(), ms); }
 
-void SerialProtocol::SendBit(bool bit) {
-  link_.SetDataLine(bit ? kTrue : kFalse);
+void SerialProtocol::WaitAtLeast(float requestedMs, const MinimumWait& minimum) {
+  Wait(target_.plan ? target_.plan(requestedMs, minimum) : requestedMs);
+}
+
+void SerialProtocol::Hold(int64_t minimumNs) {
+  link_.HoldSinceLastAccess(static_cast<int64_t>(std::ceil(static_cast<double>(minimumNs) * kWaitMargin)));
+}
+
+void SerialProtocol::Pulse() {
+  // A fast port must not outrun the chip: DS39025 Table 6-1 (setup, tdly2).
+  Hold(afterCommand_ ? IcspTiming().commandToDataNs : IcspTiming().setupNs);
+  afterCommand_ = false;
   link_.PulseClock();
+}
+
+void SerialProtocol::SendBit(bool bit) {
+  Hold(IcspTiming().holdNs);
+  link_.SetDataLine(bit ? kTrue : kFalse);
+  Pulse();
 }
 
 void SerialProtocol::SendBits(int value, int count) {
@@ -64,15 +81,20 @@ void SerialProtocol::SendBits(int value, int count) {
   for (int i = 0; i < count; ++i) SendBit(text[static_cast<size_t>(kWordBits - 1 - i)] == '1');
 }
 
-void SerialProtocol::SendCommand(int code) { SendBits(code, kCommandBits); }
+void SerialProtocol::SendCommand(int code) {
+  SendBits(code, kCommandBits);
+  afterCommand_ = true;
+}
 
 void SerialProtocol::SendCommandForRead(int code) {
   SendCommand(code);
+  Hold(IcspTiming().holdNs);
   link_.SetDataLine(kTrue);
 }
 
 void SerialProtocol::SendWord16(uint32_t value) {
   for (int bit = 0; bit < 16; ++bit) SendBit(((value >> bit) & 1U) != 0);
+  Hold(IcspTiming().holdNs);
   link_.SetDataLine(kFalse);
 }
 
@@ -85,6 +107,7 @@ void SerialProtocol::SendDataFrame(int word, bool withCheckBits) {
   }
   SendBits(word & kWordMask, kWordBits);
   SendBit(false);  // stop bit
+  Hold(IcspTiming().holdNs);
   link_.SetDataLine(kFalse);
 }
 
@@ -108,21 +131,23 @@ void SerialProtocol::LoadDataMemory(int value) {
 }
 
 int SerialProtocol::ReadFrame() {
+  Hold(IcspTiming().holdNs);
   link_.SetDataLine(kTrue);  // releases the line for the chip
   if (target_.family == 4) DelayUnit(link_.clock());
-  link_.PulseClock();  // start bit
+  Pulse();  // start bit
   if (target_.pairFlag) {
-    link_.PulseClock();  // check bits: the chip's, not ours to keep
-    link_.PulseClock();
+    Pulse();  // check bits: the chip's, not ours to keep
+    Pulse();
   }
   int word = 0;
   for (int i = 0; i < kWordBits; ++i) {
-    link_.PulseClock();
+    Pulse();
     const bool high = link_.ReadStatus();
     word >>= 1;
     if (high) word += kTopBit;
   }
-  link_.PulseClock();  // stop bit
+  Pulse();  // stop bit
+  Hold(IcspTiming().holdNs);
   link_.SetDataLine(kFalse);
   return word;
 }
@@ -141,6 +166,7 @@ void SerialProtocol::IncrementAddress() { SendCommand(cmd::kIncrementAddress); }
 
 void SerialProtocol::BeginProgramming() {
   SendCommand(cmd::kBeginProgramming);
+  Hold(IcspTiming().holdNs);
   link_.SetDataLine(kFalse);
 }
 
@@ -151,14 +177,26 @@ void SerialProtocol::GoToConfigurationWord(int data) {
 
 void SerialProtocol::EndProgramming() {
   SendCommand(cmd::kEndProgramming);
+  Hold(IcspTiming().holdNs);
   link_.SetDataLine(kFalse);
 }
 
-void SerialProtocol::EnterProgrammingMode(float offMs) {
+void SerialProtocol::PowerVppFirst() {
+  link_.SetProgrammingVoltage(kTrue, target_.name, target_.pinCount);
+  // DS41196, DS41191 (TPPDP): MCLR settles at Vpp before Vdd rises.
+  Hold(IcspTiming().vppBeforeVddNs);
+  link_.SetVdd("on");
+}
+
+void SerialProtocol::EnterProgrammingMode() {
   link_.SetProgrammingVoltage(kFalse, target_.name, target_.pinCount);
   link_.SetVdd("off");
-  if (offMs > 0.0F) Wait(offMs);
-  link_.SetVdd("on");
+  Wait(kSupplySettleMs);
+  if (target_.vppFirst) {
+    PowerVppFirst();
+  } else {
+    link_.SetVdd("on");
+  }
   // Parts that may run their own code at power-up must see Vpp at once.
   if (!StartsWith(target_.name, "16F81") && !StartsWith(target_.name, "16C55") && target_.pinCount == 18) {
     Wait(kSupplySettleMs);
@@ -177,88 +215,9 @@ void SerialProtocol::CodeProtectEraseConfigPath() {
   SendCommand(cmd::kEraseSetup1);
   SendCommand(cmd::kEraseSetup2);
   SendCommand(cmd::kBeginProgramming);
-  Wait(15.0F);
+  WaitAtLeast(15.0F, timing().protectErase);
   SendCommand(cmd::kEraseSetup1);
   SendCommand(cmd::kEraseSetup2);
-}
-
-void SerialProtocol::CodeProtectEraseProgramPath() {
-  const auto eraseStep = [this] {
-    LoadProgramData(kWordMask);
-    SendCommand(cmd::kEraseSetup1);
-    SendCommand(cmd::kEraseSetup2);
-    BeginProgramming();
-    Wait(10.0F);
-    SendCommand(cmd::kEraseSetup1);
-    SendCommand(cmd::kEraseSetup2);
-  };
-  const auto cycleVpp1 = [this] {
-    link_.SetVpp1(kFalse);
-    Wait(100.0F);
-    link_.SetVpp1(kTrue);
-    Wait(100.0F);
-  };
-  eraseStep();
-  cycleVpp1();
-  eraseStep();
-  LoadDataMemory(0xFF);
-  BeginProgramming();
-  Wait(10.0F);
-  ReadDataMemory();
-  IncrementAddress();
-  cycleVpp1();
-  link_.SetDataLine(kFalse);
-}
-
-void SerialProtocol::CodeProtectBulkEraseA() {
-  GoToConfigurationWord(kWordMask);
-  SendCommand(cmd::kEraseSetup1);
-  SendCommand(cmd::kEraseSetup2);
-  BeginProgramming();
-  Wait(12.0F);
-  SendCommand(cmd::kEraseSetup1);
-  SendCommand(cmd::kEraseSetup2);
-  EnterProgrammingMode();
-  LoadDataMemory(kWordMask);
-  SendCommand(cmd::kBulkEraseData);
-  BeginProgramming();
-  Wait(10.0F);
-  LoadDataMemory(kWordMask);
-  SendCommand(cmd::kEraseSetup1);
-  SendCommand(cmd::kEraseSetup2);
-  BeginProgramming();
-  Wait(10.0F);
-  EnterProgrammingMode();
-  LoadProgramData(kWordMask);
-  // Begin Programming on both sides of the bulk erase, as the sequence has always been.
-  BeginProgramming();
-  SendCommand(cmd::kBulkEraseProgram);
-  BeginProgramming();
-  Wait(10.0F);
-}
-
-void SerialProtocol::CodeProtectBulkEraseB() {
-  GoToConfigurationWord(kWordMask);
-  LoadProgramData(kWordMask);
-  SendCommand(cmd::kEraseSetup1);
-  SendCommand(cmd::kEraseSetup2);
-  SendCommand(cmd::kBeginProgramming);
-  Wait(12.0F);
-  GoToConfigurationWord(kWordMask);
-  SendCommand(cmd::kEraseSetup1);
-  SendCommand(cmd::kEraseSetup2);
-  Wait(15.0F);
-  EnterProgrammingMode(kEntryOffLongMs);
-  LoadProgramData(kWordMask);
-  SendCommand(cmd::kBulkEraseData);
-  BeginProgramming();
-  Wait(10.0F);
-  EnterProgrammingMode(kEntryOffNone);
-  LoadProgramData(kWordMask);
-  BeginProgramming();
-  SendCommand(cmd::kBulkEraseProgram);
-  BeginProgramming();
-  Wait(10.0F);
 }
 
 }  // namespace quorvi

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "hw/port_link.h"
+#include "protocol/timing.h"
 
 namespace quorvi {
 
@@ -35,6 +36,12 @@ struct ProtocolTarget {
   int family = 0;    // 4 = 12-bit core
   bool pairFlag = false;
   int pinCount = 0;
+  /// The algorithm whose documented minimums the waits must meet.
+  TimingClass timing = TimingClass::kFlash16F8x;
+  /// Mode entry with Vpp before Vdd.
+  bool vppFirst = false;
+  /// Turns a named wait and its minimum into a DelayMs request.
+  WaitPlanner plan = LengthenedWait;
 };
 
 /// 14 characters of "1"/"0", bit 13 first.
@@ -52,17 +59,18 @@ CheckBits CheckBitsFor(int word);
 /// state of its own: the address counter lives in the chip.
 class SerialProtocol {
  public:
-  /// Supply-off waits of the mode entry: the usual one, the long one of an
-  /// erase sequence, and none.
-  static constexpr float kEntryOffMs = 100.0F;
-  static constexpr float kEntryOffLongMs = 250.0F;
-  static constexpr float kEntryOffNone = 0.0F;
-
   SerialProtocol(PortLink& link, ProtocolTarget target);
 
   const ProtocolTarget& target() const { return target_; }
   PortLink& link() { return link_; }
+  const ProgrammingTiming& timing() const { return TimingOf(target_.timing); }
+  /// Waits `requestedMs`, or longer when the chip's document asks for more.
+  void WaitAtLeast(float requestedMs, const MinimumWait& minimum);
+  /// Spins until `minimumNs` (with the margin) have passed since the last port access.
+  void Hold(int64_t minimumNs);
 
+  /// One bit: data line, then a clock pulse; the chip latches on the falling edge.
+  void SendBit(bool bit);
   void SendCommand(int code);
   void SendCommandForRead(int code);
   void SendWord16(uint32_t value);
@@ -77,20 +85,19 @@ class SerialProtocol {
   void GoToConfigurationWord(int data);
   void BeginProgramming();
   void EndProgramming();
-  /// Supplies off, wait `offMs`, Vdd on, the 18-pin settle wait, Vpp on, 100 ms.
-  void EnterProgrammingMode(float offMs = kEntryOffMs);
+  /// Supplies off, 100 ms, Vdd on, the 18-pin settle wait, Vpp on, 100 ms;
+  /// a Vpp-first part gets Vpp before Vdd.
+  void EnterProgrammingMode();
+  /// Vpp on, then Vdd, with the part's documented gap between them.
+  void PowerVppFirst();
   void LeaveProgrammingMode();
 
   /// Erases a code-protected part through the configuration word.
   void CodeProtectEraseConfigPath();
-  /// Erases a code-protected part through program memory; Vpp on switch 1.
-  void CodeProtectEraseProgramPath();
-  /// Code-protect erase followed by bulk erases of data and program memory.
-  void CodeProtectBulkEraseA();
-  void CodeProtectBulkEraseB();
 
  private:
-  void SendBit(bool bit);
+  /// One clock pulse, with the setup (or, after a command, tdly2) before it.
+  void Pulse();
   void SendBits(int value, int count);
   void SendDataFrame(int word, bool withCheckBits);
   int ReadFrame();
@@ -98,6 +105,7 @@ class SerialProtocol {
 
   PortLink& link_;
   ProtocolTarget target_;
+  bool afterCommand_ = false;
 };
 
 }  // namespace quorvi

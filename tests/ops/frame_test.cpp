@@ -158,25 +158,25 @@ TEST(OpFrame, CompletionSoundOnlyWhenTicked) {
   EXPECT_EQ(ui.sounds[0], sim.state().paths.Sound());
 }
 
-TEST(OpFrame, VppFirstOnlyForThe16F62PartsAndOnlyWherePlanned) {
-  // A 16F628 running with MCLR off enters programming mode only with Vpp
-  // before (or just after) Vdd.
-  for (const bool vppFirst : {false, true}) {
-    sim::ChipState chip = test::BlankChip("16F628");
-    chip.config &= ~0x0020;
-    test::SimApp sim(chip, "16F628");
+TEST(OpFrame, EveryOperationEntersAVppFirstPartTheSameWay) {
+  // A 16F628A running with MCLR off and its internal oscillator enters
+  // programming mode only with Vpp before Vdd: read and blank check too.
+  sim::ChipState chip = test::BlankChip("16F628A");
+  chip.config &= ~0x0020;
+  test::SimApp sim(chip, "16F628A");
+  const AppState& state = sim.state();
+  const std::vector<std::pair<const char*, PowerUpPlan>> plans = {
+      {"read", ReadPlan()},         {"blank", BlankPlan(state)},
+      {"erase", ErasePlan(state)},  {"write", WritePlan(state)},
+      {"fuses", ConfigWritePlan()}, {"compare", ComparePlan(VddLevel::kNormal, 4.5F, 5.5F)}};
+  for (const auto& [name, plan] : plans) {
     test::RecordingUi ui;
     OperationFrame frame(sim.state(), ui);
-    PowerUpPlan plan = ReadPlan();
-    plan.vppFirstFor16F62 = vppFirst;
     frame.PowerUp(plan);
     sim.board().Sync();
-    EXPECT_EQ(sim.board().chip()->inProgrammingMode(), vppFirst);
+    EXPECT_TRUE(sim.board().chip()->inProgrammingMode()) << name;
     frame.PowerDown();
   }
-  EXPECT_TRUE(WritePlan(test::SimApp("16F84A").state()).vppFirstFor16F62);
-  EXPECT_TRUE(ConfigWritePlan().vppFirstFor16F62);
-  EXPECT_TRUE(ComparePlan(VddLevel::kNormal, 4.5F, 5.5F).vppFirstFor16F62);
 }
 
 TEST(OpFrame, ComparePlanSetsTheMarginSupply) {

@@ -4,17 +4,26 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <memory>
 #include <ostream>
 #include <string>
 #include <tuple>
 #include <vector>
 
+#include "support/line_trace.h"
 #include "support/recorded_link.h"
 
 namespace quorvi {
 namespace {
 
 using test::RecordedLink;
+
+// Clock and data only: the supplies sit idle around them.
+std::vector<uint8_t> BusLines(const std::vector<uint8_t>& writes) {
+  std::vector<uint8_t> lines;
+  for (const uint8_t byte : writes) lines.push_back(byte & (line::kClock | line::kDataOut));
+  return lines;
+}
 
 // Reads the host's side of the bus from its port writes: "S" for a start
 // (data falls with the clock high), "P" for a stop, and each 9-clock group
@@ -105,9 +114,9 @@ TEST(EepromBus, StartAndStopEdgesInOrder) {
   EepromBus bus(rl.link, {.name = "24C02", .size = 0xFF});
   bus.BusStart();
   // Data high, clock high, data low, clock low.
-  EXPECT_EQ(rl.TakeWrites(), (std::vector<uint8_t>{0x01, 0x03, 0x02, 0x00}));
+  EXPECT_EQ(BusLines(rl.TakeWrites()), (std::vector<uint8_t>{0x01, 0x03, 0x02, 0x00}));
   bus.BusStop();
-  EXPECT_EQ(rl.TakeWrites(), (std::vector<uint8_t>{0x00, 0x00, 0x02, 0x03}));
+  EXPECT_EQ(BusLines(rl.TakeWrites()), (std::vector<uint8_t>{0x00, 0x00, 0x02, 0x03}));
 }
 
 TEST(EepromBus, WriteBitTakesOnlyOneAsHigh) {
@@ -116,7 +125,7 @@ TEST(EepromBus, WriteBitTakesOnlyOneAsHigh) {
   bus.BusWriteBit(1);
   bus.BusWriteBit(2);
   bus.BusWriteBit(-1);
-  EXPECT_EQ(rl.TakeWrites(), (std::vector<uint8_t>{0x01, 0x03, 0x01, 0x00, 0x02, 0x00, 0x00, 0x02, 0x00}));
+  EXPECT_EQ(BusLines(rl.TakeWrites()), (std::vector<uint8_t>{0x01, 0x03, 0x01, 0x00, 0x02, 0x00, 0x00, 0x02, 0x00}));
 }
 
 TEST(EepromBus, ReadByteTakesTheFirstBitAsBitSeven) {
@@ -192,7 +201,57 @@ TEST(EepromBus, SequentialReadAcknowledgesAllButTheLastByte) {
   // Clocks rising with data low: the zero bits of A8, 10, A9 (5 + 7 + 4),
   // two master acknowledges, and the clock rise of the stop.
   EXPECT_EQ(lowAckClocks, 19);
-  EXPECT_EQ(writes.back(), 0x03);
+  EXPECT_EQ(writes.back() & 0x03, 0x03);
+}
+
+// On a port that costs nothing the bus still keeps the memory's pace.
+TEST(EepromBus, AFreePortKeepsEveryMinimumOfTheSpeedClass) {
+  for (const BusSpeed speed : {BusSpeed::kStandard, BusSpeed::kFast}) {
+    VirtualClock clock(0);
+    auto owned = std::make_unique<test::TimedPort>(clock);
+    test::TimedPort* port = owned.get();
+    PortLink link(std::move(owned), clock);
+    EepromBus bus(link, {.name = "24C02", .size = 0xFF, .speed = speed});
+    bus.EepromWriteByte(0x12, 0x34);
+    int ack = 0;
+    bus.ReadSequential(0x12, 2, ack);
+    const BusTiming& t = BusTimingFor(speed);
+    const auto& w = port->writes();
+    int64_t sclRose = -1, sclFell = 0, sdaChanged = 0, startAt = -1, stopAt = -1;
+    for (size_t i = 1; i < w.size(); ++i) {
+      const bool scl0 = (w[i - 1].value & line::kClock) != 0, scl = (w[i].value & line::kClock) != 0;
+      const bool sda0 = (w[i - 1].value & line::kDataOut) != 0, sda = (w[i].value & line::kDataOut) != 0;
+      const int64_t at = w[i].ns;
+      SCOPED_TRACE(std::string(t.name) + " write " + std::to_string(i));
+      if (!scl0 && scl) {
+        EXPECT_GE(at - sclFell, t.lowNs);
+        EXPECT_GE(at - sdaChanged, t.dataSetupNs);
+        sclRose = at;
+      }
+      if (scl0 && !scl) {
+        EXPECT_GE(at - sclRose, t.highNs);
+        if (startAt >= 0) {
+          EXPECT_GE(at - startAt, t.startHoldNs);
+        }
+        startAt = -1;
+        sclFell = at;
+      }
+      if (sda0 != sda) {
+        if (scl && sda0 && !sda) {  // a start
+          EXPECT_GE(at - sclRose, t.startSetupNs);
+          if (stopAt >= 0) {
+            EXPECT_GE(at - stopAt, t.busFreeNs);
+          }
+          startAt = at;
+        }
+        if (scl && !sda0 && sda) {  // a stop
+          EXPECT_GE(at - sclRose, t.stopSetupNs);
+          stopAt = at;
+        }
+        sdaChanged = at;
+      }
+    }
+  }
 }
 
 }  // namespace

@@ -18,7 +18,9 @@ using test::FallingEdgeBits;
 using test::RecordedLink;
 using Bits = std::vector<int>;
 
-ProtocolTarget Target452() { return {.name = "18F452", .family = 7, .pairFlag = false, .pinCount = 40}; }
+ProtocolTarget Target452() {
+  return {.name = "18F452", .family = 7, .pairFlag = false, .pinCount = 40, .timing = TimingClass::kPic18};
+}
 
 struct Transfer18 {
   int command;

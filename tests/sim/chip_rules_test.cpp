@@ -334,39 +334,5 @@ TEST(FixedSequencesOnChips, ConfigPathErasesAProtected16F84) {
   EXPECT_EQ(s.state(), sim::BlankState(info));
 }
 
-TEST(FixedSequencesOnChips, ProgramPathErasesA16C84) {
-  const sim::ChipInfo& info = *sim::FindChip("16C84").value();
-  sim::ChipState state = sim::BlankState(info);
-  state.program[9] = 0x0000;
-  SetCodeProtection(info, state, true, false);
-  SimLink s(state);
-  SerialProtocol p = s.Protocol(1);
-  p.EnterProgrammingMode();
-  p.CodeProtectEraseProgramPath();
-  s.board->Sync();
-  EXPECT_EQ(s.state().program[9], 0x3FFF);
-  EXPECT_EQ(s.state().config, 0x3FFF);
-}
-
-TEST(FixedSequencesOnChips, BulkEraseVariantsEraseA16F84A) {
-  for (const int variant : {0, 1}) {
-    const sim::ChipInfo& info = *sim::FindChip("16F84A").value();
-    sim::ChipState state = sim::BlankState(info);
-    state.program[0] = 0x0000;
-    state.data[3] = 0x00;
-    SetCodeProtection(info, state, true, false);
-    SimLink s(state);
-    SerialProtocol p = s.Protocol(1);
-    p.EnterProgrammingMode();
-    if (variant == 0) {
-      p.CodeProtectBulkEraseA();
-    } else {
-      p.CodeProtectBulkEraseB();
-    }
-    s.board->Sync();
-    EXPECT_EQ(s.state(), sim::BlankState(info)) << "variant " << (variant == 0 ? "A" : "B");
-  }
-}
-
 }  // namespace
 }  // namespace quorvi
