@@ -53,7 +53,8 @@ struct ChipInfo {
   int vppSwitch = 1;          // the board switch that reaches MCLR in the socket
   int idAddress = 0x2000;     // first of four ID words
   int configAddress = 0x2007; // 12-bit: the address counter's reset position
-  int configBits = 0x3FFF;    // implemented bits; the others read 0
+  int configBits = 0x3FFF;    // implemented bits
+  int configReadOnes = 0;     // unimplemented bits that read 1; the others read 0
   int cpMask = 0;             // program code-protect bits, active low
   int cpdMask = 0;            // data code-protect bits, active low
   int deviceId = -1;          // read at 2006h; -1 when the part has none
@@ -91,6 +92,7 @@ struct ChipInfo {
   int blockMask = 0;         // control bits 3..1 that carry address bits
   int blockShift = 0;        // where those bits land in the address
   bool rollWithinBlock = false;  // sequential reads wrap inside a 32 KB block
+  bool fastBus = false;          // takes a 400 kHz bus at 5 V; otherwise 100 kHz only
   // 18F: CCP2MX implemented in 300005h (not on the 258/458).
   bool hasCcp2mx = false;
   double minWriteVdd = 2.0;

@@ -1,12 +1,23 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "sim/chip_model.h"
 
+#include <cstdio>
+
 #include "sim/eeprom24_chip.h"
 #include "sim/eprom_chip.h"
 #include "sim/pic18_chip.h"
 #include "sim/flash14_chip.h"
 
 namespace quorvi::sim {
+
+void ChipModel::Violate(int64_t nowNs, const std::string& rule) {
+  // A stuck host would break the same rule millions of times; the first ones tell the story.
+  constexpr size_t kKept = 20;
+  if (violations_.size() >= kKept) return;
+  char at[32];
+  std::snprintf(at, sizeof at, "%.3f ms: ", static_cast<double>(nowNs) / 1e6);
+  violations_.push_back(at + rule);
+}
 
 Result<std::unique_ptr<ChipModel>> MakeChip(ChipState state) {
   const Result<const ChipInfo*> found = FindChip(state.chip);

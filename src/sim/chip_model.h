@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "sim/chip_info.h"
 #include "sim/chip_state.h"
@@ -22,9 +24,15 @@ struct SocketPins {
 
 /// A chip in the simulated socket. The board tells it every change of its
 /// pins with the time; the chip answers with what it drives on the data line.
+/// What a real chip would refuse (a wait cut short, an order its document
+/// does not allow) it refuses too, and notes the broken rule with the
+/// document that sets it.
 class ChipModel {
  public:
   virtual ~ChipModel() = default;
+
+  /// Every rule the host broke, in order, each naming its document.
+  const std::vector<std::string>& violations() const { return violations_; }
 
   /// The pins after a port write (or unchanged, to let time pass).
   virtual void Update(const SocketPins& pins, int64_t nowNs) = 0;
@@ -37,6 +45,13 @@ class ChipModel {
   virtual const ChipInfo& info() const = 0;
   virtual const ChipState& state() const = 0;
   virtual ChipState& state() = 0;
+
+ protected:
+  /// Notes a broken rule at `nowNs`.
+  void Violate(int64_t nowNs, const std::string& rule);
+
+ private:
+  std::vector<std::string> violations_;
 };
 
 /// The model for the chip's class, holding `state`.

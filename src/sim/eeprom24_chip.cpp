@@ -11,6 +11,16 @@ namespace {
 constexpr int kDeviceCode = 0xA0;  // 1010 in the control byte's top nibble
 constexpr int kDeviceCodeMask = 0xF0;
 
+// The bus timing a part takes: 100 kHz, the 24C01A/02A data sheet's
+// (DS21202) and I2C standard mode; 400 kHz, the 24LC512's (DS21754) at
+// 4.5-5.5 V. Where the 100 kHz sheets differ (tSU:STO 4.0 or 4.7 us) the longer is kept.
+struct BusSpec {
+  int64_t high, low, startSetup, startHold, stopSetup, busFree, dataSetup;
+  const char* name;
+};
+constexpr BusSpec kStandard{4000, 4700, 4700, 4000, 4700, 4700, 250, "100 kHz (DS21202)"};
+constexpr BusSpec kFast{600, 1300, 600, 600, 600, 1300, 100, "400 kHz (DS21754)"};
+
 bool Contains(const std::vector<int>& list, int value) {
   return std::find(list.begin(), list.end(), value) != list.end();
 }
@@ -57,6 +67,16 @@ int Eeprom24Chip::NextAddress(int address) const {
   return (address + 1) & Mask();
 }
 
+bool Eeprom24Chip::Waited(int64_t sinceNs, int64_t nowNs, int64_t minimumNs, const char* what) {
+  const auto needed = static_cast<int64_t>(static_cast<double>(minimumNs) * state_.timingMargin);
+  if (nowNs - sinceNs >= needed) return true;
+  const BusSpec& spec = info_.fastBus ? kFast : kStandard;
+  Violate(nowNs, std::string(info_.name) + ": " + what + " " + std::to_string(nowNs - sinceNs) + " ns; the " +
+                     spec.name + " bus needs " + std::to_string(minimumNs) + " ns");
+  Reset();  // the transfer is lost: no acknowledge until the next start
+  return false;
+}
+
 void Eeprom24Chip::Update(const SocketPins& pins, int64_t nowNs) {
   if (!pins.vdd || pins.vddVolts < info_.minWriteVdd) {
     // Power gone: a write cycle cut short stores nothing; the page buffer is lost.
@@ -65,22 +85,40 @@ void Eeprom24Chip::Update(const SocketPins& pins, int64_t nowNs) {
     Reset();
     scl_ = pins.clock;
     sda_ = pins.data;
+    masterData_ = pins.data;
     return;
   }
   powered_ = true;
   if (busy_ && !state_.faults.endlessWrite && nowNs >= busyUntilNs_) FinishWriteCycle();
 
+  const BusSpec& spec = info_.fastBus ? kFast : kStandard;
   const bool sda = pins.data && !driveLow_;
   const bool scl = pins.clock;
   if (scl && scl_ && sda_ && !sda) {
-    OnStart();
+    if (Waited(sclRiseNs_, nowNs, spec.startSetup, "start condition after SCL rose") &&
+        Waited(stopNs_, nowNs, spec.busFree, "start condition after the last stop")) {
+      OnStart();
+    }
+    startNs_ = nowNs;
   } else if (scl && scl_ && !sda_ && sda) {
-    OnStop(nowNs);
+    if (Waited(sclRiseNs_, nowNs, spec.stopSetup, "stop condition after SCL rose")) OnStop(nowNs);
+    stopNs_ = nowNs;
   } else if (!scl_ && scl) {
-    OnRise(sda);
+    if (Waited(sclFallNs_, nowNs, spec.low, "SCL low for") &&
+        Waited(sdaNs_, nowNs, spec.dataSetup, "SDA set up before SCL rose for")) {
+      OnRise(sda);
+    }
+    sclRiseNs_ = nowNs;
   } else if (scl_ && !scl) {
-    OnFall();
+    if (Waited(sclRiseNs_, nowNs, spec.high, "SCL high for") &&
+        Waited(startNs_, nowNs, spec.startHold, "SCL fell after the start condition")) {
+      OnFall();
+    }
+    startNs_ = kLongAgo;
+    sclFallNs_ = nowNs;
   }
+  if (pins.data != masterData_) sdaNs_ = nowNs;
+  masterData_ = pins.data;
   scl_ = scl;
   sda_ = pins.data && !driveLow_;
 }

@@ -2,6 +2,7 @@
 // A 24Cxx two-wire serial EEPROM in the board's socket.
 #pragma once
 
+#include <climits>
 #include <cstdint>
 #include <optional>
 #include <vector>
@@ -37,6 +38,9 @@ class Eeprom24Chip final : public ChipModel {
 
   void Reset();
   void FinishWriteCycle();
+  /// False, after noting the broken rule and dropping the transfer, when
+  /// the edge at `nowNs` came sooner after `sinceNs` than the bus class allows.
+  bool Waited(int64_t sinceNs, int64_t nowNs, int64_t minimumNs, const char* what);
   void OnStart();
   void OnStop(int64_t nowNs);
   void OnRise(bool sda);
@@ -73,6 +77,14 @@ class Eeprom24Chip final : public ChipModel {
   int cycleBase_ = 0;
   std::vector<std::optional<uint8_t>> cyclePage_;
   int64_t busyUntilNs_ = 0;
+  // When each bus event last happened, for the speed class's minimums.
+  int64_t sclRiseNs_ = kLongAgo;
+  int64_t sclFallNs_ = kLongAgo;
+  int64_t sdaNs_ = kLongAgo;    // the master's data line
+  int64_t startNs_ = kLongAgo;  // the start whose hold time runs until SCL falls
+  int64_t stopNs_ = kLongAgo;
+  bool masterData_ = true;
+  static constexpr int64_t kLongAgo = INT64_MIN / 4;
 };
 
 }  // namespace quorvi::sim

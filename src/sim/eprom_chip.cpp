@@ -31,7 +31,14 @@ void EpromChip::Command(int command, int64_t nowNs) {
     case code::kIncrementAddress: Step(); break;
     case code::kBeginProgramming: pulseStartNs_ = nowNs; break;
     case code::kEndProgramming: {
-      if (!pulse || !Lasted(*pulse, nowNs, info_.programUs) || vdd() < info_.minWriteVdd) break;
+      if (!pulse) break;
+      if (!Lasted(*pulse, nowNs, info_.programUs)) {
+        Violate(nowNs, std::string(info_.name) + ": programming pulse of " + std::to_string((nowNs - *pulse) / 1000) +
+                           " us; " + std::string(info_.document) + " needs " + std::to_string(info_.programUs) +
+                           " us");
+        break;
+      }
+      if (vdd() < info_.minWriteVdd) break;
       const int address = Address();
       int* cell = Cell(address);
       if (cell == nullptr || NeverPrograms(address)) break;
@@ -59,6 +66,7 @@ std::optional<int> EpromChip::Read(int command) {
   int value = cell != nullptr ? *cell : 0;
   // A protected EPROM reads scrambled; the model reads it as zeros.
   if (cell != nullptr && address < info_.programWords && ProgramProtected()) value = 0;
+  if (cell == &state_.config) value = ConfigAsRead(value);
   return WithMarginFaults(address, value);
 }
 

@@ -43,9 +43,21 @@ void Flash14Chip::Settle(int64_t nowNs) {
 }
 
 void Flash14Chip::Interrupt(int64_t nowNs) {
-  // Settle ran first, so an internal cycle still open here is cut short.
-  (void)nowNs;
-  if (cycle_ && !cycle_->external) cycle_.reset();
+  // Settle ran first, so an internal cycle still open here is cut short:
+  // the erase half of an erase-and-program cycle is done, the program half is not.
+  if (!cycle_ || cycle_->external) return;
+  const Cycle cut = *cycle_;
+  cycle_.reset();
+  Violate(nowNs, std::string(info_.name) + ": clock " + std::to_string((nowNs - cut.startNs) / 1000) +
+                     " us into a self-timed cycle of " + std::to_string(cut.documentUs) + " us (" +
+                     std::string(info_.document) + "); the cycle is lost");
+  if (cut.op == Op::kWrite && vdd() >= info_.minEraseVdd) {
+    if (cut.target == Target::kData) {
+      if (info_.dataBytes > 0) state_.data[static_cast<size_t>((cut.pc & 0xFF) % info_.dataBytes)] = 0xFF;
+    } else if (cut.pc < kConfigSpace) {
+      state_.program[static_cast<size_t>(cut.pc % info_.programWords)] = kWordMask;
+    }
+  }
 }
 
 void Flash14Chip::Start(Op op, int64_t nowNs, int documentUs, bool external) {
@@ -65,9 +77,17 @@ void Flash14Chip::Command(int command, int64_t nowNs) {
     const Cycle open = *cycle_;
     cycle_.reset();
     if (Accepts(command)) {
-      if (Lasted(open.startNs, nowNs, open.documentUs)) Complete(open);
+      if (Lasted(open.startNs, nowNs, open.documentUs)) {
+        Complete(open);
+      } else {
+        Violate(nowNs, std::string(info_.name) + ": End Programming " + std::to_string((nowNs - open.startNs) / 1000) +
+                           " us after Begin; " + std::string(info_.document) + " needs " +
+                           std::to_string(open.documentUs) + " us; nothing is written");
+      }
       return;
     }
+    Violate(nowNs, std::string(info_.name) + ": a programming cycle ended by command " + std::to_string(command) +
+                       ", not by the End Programming of " + std::string(info_.document) + "; nothing is written");
   }
   const bool armed = cpArmed_;
   const std::optional<Target> bulk = bulkArmed_;
@@ -159,7 +179,7 @@ std::optional<int> Flash14Chip::Read(int command) {
   } else if (offset == kDeviceIdOffset) {
     value = std::max(info_.deviceId, 0);
   } else if (offset == kConfigOffset) {
-    value = state_.config & info_.configBits;
+    value = ConfigAsRead(state_.config);
   }
   return WithMarginFaults(kConfigSpace + offset, value);
 }

@@ -34,8 +34,10 @@ constexpr int kWren = 2;
 constexpr uint8_t kEepgdCfgs = 0xC0;
 // DS39576 P11A: data EEPROM write polling time, 4 ms.
 constexpr int64_t kP11ANs = 4'000'000;
-// DS39576 Table 6-1: P9 1 ms programming (PGC high), P11 5 ms bulk erase.
+// DS39576 Table 6-1: P9 1 ms programming (PGC high), P10 5 us PGC low after
+// it (high-voltage discharge), P11 5 ms bulk erase.
 constexpr int64_t kP9Ns = 1'000'000;
+constexpr int64_t kP10Ns = 5'000;
 constexpr int64_t kP11Ns = 5'000'000;
 // DS39576: bulk erase and row writes need Vdd of 4.5 V or more.
 constexpr double kMinEraseVdd = 4.5;
@@ -101,6 +103,10 @@ void Pic18Chip::LeaveMode() {
 void Pic18Chip::Update(const SocketPins& pins, int64_t nowNs) {
   vdd_ = pins.vdd ? pins.vddVolts : 0.0;
   const bool powered = pins.vdd && pins.vddVolts >= kMinVdd;
+  if (!powered && powered_ && pins.vpp) {
+    Violate(nowNs, std::string(info_.name) + ": Vdd switched off while MCLR was at Vpp; DS39576 leaves with Vpp first");
+  }
+  powered_ = powered;
   if (!powered || !pins.vpp) {
     if (inMode_) LeaveMode();
     clock_ = pins.clock;
@@ -137,7 +143,18 @@ void Pic18Chip::Update(const SocketPins& pins, int64_t nowNs) {
 
 void Pic18Chip::OnRise(int64_t nowNs) {
   // A clock before the erase has had its time cuts it short: nothing erased.
+  if (eraseRunning_) {
+    Violate(nowNs, std::string(info_.name) + ": bulk erase cut short after " +
+                       std::to_string((nowNs - eraseStartNs_) / 1000) + " us; DS39576 P11 needs 5 ms");
+  }
   eraseRunning_ = false;
+  if (programmedNs_ && nowNs - *programmedNs_ < static_cast<int64_t>(kP10Ns * state_.timingMargin)) {
+    Violate(nowNs, std::string(info_.name) + ": clock " + std::to_string(nowNs - *programmedNs_) +
+                       " ns after programming; DS39576 P10 keeps PGC low 5 us");
+    // The programming voltage had no time to discharge: the next command is lost.
+    ignoreCommand_ = true;
+  }
+  programmedNs_.reset();
   // TABLAT's last bit stays on the line until the next command's first clock.
   if (phase_ == Phase::kCommand && bits_ == 0) drive_.reset();
   if (phase_ == Phase::kCommand && bits_ == kCommandBits - 1) fourthRiseNs_ = nowNs;
@@ -153,7 +170,18 @@ void Pic18Chip::OnFall(bool data, int64_t nowNs) {
         if (programArmed_) {
           programArmed_ = false;
           // The fourth clock of the command after 1111 stays high for P9.
-          Program(nowNs - fourthRiseNs_ >= static_cast<int64_t>(kP9Ns * state_.timingMargin));
+          const int64_t held = nowNs - fourthRiseNs_;
+          const bool long_enough = held >= static_cast<int64_t>(kP9Ns * state_.timingMargin);
+          if (!long_enough) {
+            Violate(nowNs, std::string(info_.name) + ": PGC held high " + std::to_string(held / 1000) +
+                               " us to program; DS39576 P9 needs 1 ms; nothing is written");
+          }
+          Program(long_enough, nowNs);
+          programmedNs_ = nowNs;
+        }
+        if (ignoreCommand_) {
+          ignoreCommand_ = false;
+          shift_ = 0b0001;  // a reserved command: it takes its operand and does nothing
         }
         CommandComplete();
       }
@@ -335,10 +363,14 @@ void Pic18Chip::TableWrite(uint32_t operand) {
   panel->bytes[(address & 7U) + 1] = high;
 }
 
-void Pic18Chip::Program(bool heldLongEnough) {
+void Pic18Chip::Program(bool heldLongEnough, int64_t nowNs) {
   const bool ok = heldLongEnough && vdd_ >= kMinEraseVdd;
   if (configLatch_) {
-    // Configuration space needs EEPGD and CFGS set.
+    // Configuration space needs EEPGD and CFGS set (DS39576 pp.12-14).
+    if ((eecon1_ & 0xC0) != 0xC0) {
+      Violate(nowNs, std::string(info_.name) + ": configuration write without EEPGD and CFGS set; DS39576 "
+                                               "selects configuration memory first");
+    }
     if (ok && (eecon1_ & 0xC0) == 0xC0) {
       const auto [index, value] = *configLatch_;
       if (!Contains(state_.faults.neverProgram, static_cast<int>(kConfigFirst) + index)) {

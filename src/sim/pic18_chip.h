@@ -55,7 +55,7 @@ class Pic18Chip final : public ChipModel {
   void OperandComplete();
   void Execute(uint32_t instruction);
   void TableWrite(uint32_t operand);
-  void Program(bool heldLongEnough);
+  void Program(bool heldLongEnough, int64_t nowNs);
   void BulkErase();
   uint8_t ReadRegister(uint8_t address) const;
   void SetEecon1Bit(int bit, bool set);
@@ -95,6 +95,10 @@ class Pic18Chip final : public ChipModel {
   bool eraseRunning_ = false;
   int64_t eraseStartNs_ = 0;
   int64_t lastFallNs_ = 0;
+  // P10: when the last programming ended, and whether a too-early clock spoilt the next command.
+  std::optional<int64_t> programmedNs_;
+  bool ignoreCommand_ = false;
+  bool powered_ = false;
 };
 
 }  // namespace quorvi::sim

@@ -57,6 +57,9 @@ class SerialPicChip : public ChipModel {
   virtual void Load(int code, int word, int64_t nowNs) = 0;
   /// The word a read command returns; nullopt leaves the line released.
   virtual std::optional<int> Read(int code) = 0;
+  /// The configuration word as a read returns it: the bits the part does
+  /// not implement read as its document says.
+  int ConfigAsRead(int stored) const { return (stored & info_.configBits) | info_.configReadOnes; }
 
   /// True when a cycle begun at `startNs` has run long enough for a document
   /// time of `documentUs`, scaled by the state's timing margin.
@@ -75,6 +78,9 @@ class SerialPicChip : public ChipModel {
   void TryEntry(const SocketPins& pins, int64_t nowNs);
   void RisingEdge(int64_t nowNs);
   void FallingEdge(bool data, int64_t nowNs);
+  void DataChanged(int64_t nowNs);
+  /// A broken bit-timing rule garbles the transfer under way.
+  void Spoil(int64_t nowNs, const std::string& rule);
 
   bool powered_ = false;
   bool vpp_ = false;
@@ -94,6 +100,16 @@ class SerialPicChip : public ChipModel {
   int clocksInFrame_ = 0;
   std::optional<int> readWord_;
   std::optional<bool> drive_;
+
+  // Bit timing (DS39025 Table 6-1): when each line last moved.
+  bool data_ = false;
+  int64_t lastDataNs_ = 0;
+  int64_t lastFallNs_ = 0;
+  int64_t entryNs_ = 0;
+  bool firstClock_ = false;      // no clock since the entry
+  bool commandEnded_ = false;    // the next rising edge must wait tdly2
+  bool spoiled_ = false;         // this command or frame was garbled
+  bool loadedSinceBegin_ = false;
 };
 
 }  // namespace quorvi::sim

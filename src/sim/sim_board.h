@@ -2,8 +2,10 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "hw/clock.h"
 #include "hw/port_driver.h"
@@ -44,10 +46,24 @@ class SimBoard final : public PortDriver {
   double VddVolts() const;
   uint8_t lastWrite() const { return output_; }
 
+  /// What the supplies did that could harm a chip: a supply switched on
+  /// for a moment, a programming voltage without Vdd.
+  const std::vector<std::string>& faults() const { return faults_; }
+  /// The board's faults and every rule the chip in the socket saw broken.
+  std::vector<std::string> Problems() const;
+
+  /// A supply on for less than this was never asked for: a glitch.
+  static constexpr int64_t kShortestSupplyNs = 1'000'000;
+
  private:
   bool ChipPresent() const { return chip_ && !chip_->state().faults.noChip; }
   SocketPins Pins() const;
   void TrackVddStep(uint8_t value, int64_t nowNs);
+  void TrackSupplies(uint8_t value, int64_t nowNs);
+  /// True when `vppLine` may be on without Vdd for `ns`: the start of a
+  /// Vpp-first entry on the chip's own switch, or a memory the switch feeds.
+  bool VppAloneAllowed(uint8_t vppLine, int64_t ns) const;
+  void Fault(int64_t nowNs, const std::string& what);
 
   Clock& clock_;
   std::unique_ptr<ChipModel> chip_;
@@ -56,6 +72,11 @@ class SimBoard final : public PortDriver {
   int step_ = kPowerOnStep;
   int64_t stepLowSinceNs_ = 0;
   bool stepResetDone_ = false;
+  // When each supply line (Vdd, Vpp1..3 as line masks) last came on, and
+  // since when a Vpp has been on without Vdd.
+  std::map<uint8_t, int64_t> onSinceNs_;
+  std::map<uint8_t, int64_t> aloneSinceNs_;
+  std::vector<std::string> faults_;
 };
 
 /// A board with a chip of `state` in its socket.

@@ -19,6 +19,7 @@ class TeePort final : public PortDriver {
     board_->WriteData(value);
   }
   uint8_t ReadStatus() override { return board_->ReadStatus(); }
+  std::optional<bool> BusLevel() const override { return board_->BusLevel(); }
   std::string Describe() const override { return board_->Describe(); }
   sim::SimBoard* board() { return board_.get(); }
 
@@ -77,6 +78,11 @@ SimApp::SimApp(sim::ChipState chip, const std::string& deviceName, bool realCloc
 }
 
 SimApp::SimApp(const std::string& chipName) : SimApp(BlankChip(chipName), chipName) {}
+
+SimApp::~SimApp() {
+  if (rulesMayBreak) return;
+  for (const std::string& problem : board_->Problems()) ADD_FAILURE() << problem;
+}
 
 std::vector<uint8_t> SimApp::TakeWrites() {
   std::vector<uint8_t> taken;

@@ -23,6 +23,14 @@ class SimApp {
   SimApp(sim::ChipState chip, const std::string& deviceName, bool realClock = false);
   /// A blank chip of that name, and the catalogue device of the same name.
   explicit SimApp(const std::string& chipName);
+  /// Fails the test for every rule the host broke on the simulated board,
+  /// unless the test set `rulesMayBreak`.
+  ~SimApp();
+  SimApp(const SimApp&) = delete;
+  SimApp& operator=(const SimApp&) = delete;
+
+  /// Set by tests that break the chips' rules on purpose.
+  bool rulesMayBreak = false;
 
   TempDir home;
   std::unique_ptr<AppState> app;
