@@ -6,6 +6,7 @@
 
 #include "app/shell.h"
 #include "cli/interrupt_guard.h"
+#include "sim/sim_board.h"
 
 namespace quorvi::cli {
 
@@ -44,6 +45,8 @@ Result<std::unique_ptr<CliSession>> CliSession::Open(const GlobalOptions& option
 
   AppState& state = cli->state();
   if (options.quiet) state.commandLine.quiet = true;
+  // No one to ask: a wrong chip stops the run unless --force says otherwise.
+  state.wrongChip = options.force ? WrongChipPolicy::kForce : WrongChipPolicy::kStop;
   if (options.mode) state.settings.mode = *options.mode == "prod" ? "PROD" : "PROT";
   state.clock->SetEventPump([self] { self->ui_->PumpEvents(); });
 
@@ -60,6 +63,12 @@ void CliSession::Finish() {
   finished_ = true;
   if (Status saved = session_->Finish(); !saved) std::fprintf(stderr, "quorvi2-cli: %s\n", saved.message().c_str());
   if (tracer_) tracer_->Close();
+  if (const sim::SimBoard* board = session_->board()) {
+    // A dry run must say what would have harmed a real chip.
+    const std::vector<std::string> problems = board->Problems();
+    for (const std::string& problem : problems) std::fprintf(stderr, "simulated board: %s\n", problem.c_str());
+    simulationProblems_ = problems.size();
+  }
 }
 
 CliSession::~CliSession() { Finish(); }

@@ -23,6 +23,7 @@ struct GlobalOptions {
   std::optional<std::string> device;
   bool quiet = false;
   std::optional<bool> answer;  // --yes / --no
+  bool force = false;          // write a chip whose device ID is another part's
 };
 
 /// Everything one run of the tool holds: the application state, the front
@@ -41,6 +42,9 @@ class CliSession {
   TerminalUi& ui() { return *ui_; }
   /// Powers down, saves the simulated chip and closes the trace; idempotent.
   void Finish();
+  /// What the simulated board and chip saw that would harm a real chip
+  /// (printed by Finish); none on a real port.
+  size_t simulationProblems() const { return simulationProblems_; }
 
  private:
   CliSession() = default;
@@ -49,6 +53,7 @@ class CliSession {
   std::unique_ptr<TerminalUi> ui_;
   VcdTracePort* tracer_ = nullptr;
   bool finished_ = false;
+  size_t simulationProblems_ = 0;
 };
 
 }  // namespace quorvi::cli

@@ -60,6 +60,9 @@ int Finished(CliSession& session, const OpResult& result, const char* what) {
   const bool simulated = dynamic_cast<VirtualClock*>(session.state().clock.get()) != nullptr;
   std::fprintf(stderr, "%s %s in %.1f ms%s\n", what, result.ok() ? "done" : "failed", result.durationMs(),
                simulated ? " (estimated time on a real port)" : "");
+  if (result.wrongChip && !result.ok()) {
+    std::fputs("quorvi2-cli: nothing was written; --force goes on with this chip all the same\n", stderr);
+  }
   return result.ok() ? 0 : 1;
 }
 

@@ -57,6 +57,8 @@ int main(int argc, char** argv) {
       ->check(CLI::IsMember({"prot", "prod"}));
   app.add_option("--device", options.device, "Device to select (default: the remembered one)");
   app.add_flag("--quiet", options.quiet, "Quiet mode: a failure writes quorvi2.err and ends the run");
+  app.add_flag("--force", options.force,
+               "Erase or write a chip whose device ID is another part's (or reads as no chip at all)");
   bool yes = false;
   bool no = false;
   auto* yesFlag = app.add_flag("--yes", yes, "Answer every question Yes");
@@ -132,6 +134,6 @@ int main(int argc, char** argv) {
   if (status == 0 && app.got_subcommand("erase")) status = EraseChip(session, blankCalibration);
   if (status == 0 && app.got_subcommand("fuses")) status = WriteFuses(session, fuseSettings, oscillator, fuseWord, brownOut);
   session.Finish();
-  if (status == 0 && session.ui().failures() > 0) status = 1;
+  if (status == 0 && (session.ui().failures() > 0 || session.simulationProblems() > 0)) status = 1;
   return status;
 }

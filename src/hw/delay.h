@@ -12,6 +12,8 @@ class Clock;
 inline constexpr int64_t kDelayUnitNs = 1'000'000'000 / 12'000;
 /// Waits from this length on let the window run; shorter ones spin.
 inline constexpr float kLongWaitMs = 20.0F;
+/// The request that spins exactly one delay unit (the "0.1 ms step").
+inline constexpr float kOneUnitMs = 0.2F;
 
 /// Waits about `ms` milliseconds. From 20 ms on: the integer part of `ms` on
 /// the millisecond clock, pumping events. Below: (round-half-even(ms x 10) - 1)

@@ -3,6 +3,7 @@
 
 #include <vector>
 
+#include "ops/chip_id.h"
 #include "ops/config_write.h"
 #include "ops/op_texts.h"
 #include "ops/serial_eeprom_handover.h"
@@ -123,13 +124,20 @@ OpResult cmdBlank(AppState& state, UiHost& ui) {
   return frame.Finish(outcome);
 }
 
-OpResult cmdFill(AppState& state, UiHost& ui, bool blankCalibration) {
+OpResult cmdFill(AppState& state, UiHost& ui, bool blankCalibration, bool checkChip) {
   OperationFrame frame(state, ui);
   if (state.device.family == family::kSerialEeprom) {
     return RunSerialEepromOperation(EepromOperation::kErase, frame);
   }
   if (!frame.CheckDevice({op_text::kSelectProcessor, title::kQuorviError, MessageIcon::kExclamation})) {
     return frame.Finish(OpOutcome::kNoDevice);
+  }
+  if (checkChip) {
+    if (const OpOutcome identity = CheckChipIdentity(frame, ErasePlan(state)); identity != OpOutcome::kOk) {
+      OpResult stopped = frame.Finish(identity);
+      stopped.wrongChip = true;
+      return stopped;
+    }
   }
   frame.Begin(op_text::kErasing);
   frame.PowerUp(ErasePlan(state));

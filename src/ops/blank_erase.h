@@ -16,7 +16,9 @@ OpResult cmdBlank(AppState& state, UiHost& ui);
 
 /// "Erase" with the family's sequence. For fuse map 21 parts
 /// `blankCalibration` true leaves the calibration word erased, false puts
-/// the saved factory value back. Reports nothing but a missing device.
-OpResult cmdFill(AppState& state, UiHost& ui, bool blankCalibration);
+/// the saved factory value back. Reports nothing but a missing device and
+/// a chip whose device ID is not the selected part's (unless `checkChip` is
+/// false: the write checked it already).
+OpResult cmdFill(AppState& state, UiHost& ui, bool blankCalibration, bool checkChip = true);
 
 }  // namespace quorvi

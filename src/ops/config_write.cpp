@@ -4,6 +4,8 @@
 #include <optional>
 
 #include "device/part_facts.h"
+#include "hw/delay.h"
+#include "ops/chip_id.h"
 #include "ops/op_texts.h"
 #include "ops/pic18_config_bytes.h"
 
@@ -18,8 +20,6 @@ constexpr int kFuseMapBandgap = 21;
 constexpr float kPowerOffMs = 250.0F;
 constexpr float kInternalCycleMs = 10.0F;
 constexpr float kExternalCycleMs = 1.0F;
-// The requirements' "0.1 ms step": one delay unit, as DelayMs(0.2) spins it.
-constexpr float kOneUnitMs = 0.2F;
 constexpr int kIdleConfigLatch = 0x3FFF;
 
 bool OtpSequence(OperationFrame& frame) {
@@ -138,6 +138,11 @@ OpResult cmdWriteFuse(AppState& state, UiHost& ui) {
   if (state.device.family == family::kSerialEeprom) return frame.Finish(OpOutcome::kUnavailable);
   if (!frame.CheckDevice({op_text::kSelectProcessor, title::kQuorviError, MessageIcon::kExclamation})) {
     return frame.Finish(OpOutcome::kNoDevice);
+  }
+  if (const OpOutcome identity = CheckChipIdentity(frame, ConfigWritePlan()); identity != OpOutcome::kOk) {
+    OpResult stopped = frame.Finish(identity);
+    stopped.wrongChip = true;
+    return stopped;
   }
   const bool ok = WriteConfiguration(frame);
   frame.PowerDown();

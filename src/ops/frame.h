@@ -36,6 +36,8 @@ struct OpResult {
   bool refreshProgramListing = false;
   bool refreshDataListing = false;
   bool refreshCalibrationText = false;
+  /// The chip's device ID stopped the operation before anything was written.
+  bool wrongChip = false;
 
   bool ok() const { return outcome == OpOutcome::kOk; }
   double durationMs() const { return static_cast<double>(durationNs) / 1e6; }

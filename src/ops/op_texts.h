@@ -40,6 +40,8 @@ inline constexpr const char* kErrorWritingFuses = "Error writing fuses";
 inline constexpr const char* kFuseOk = "Fuse OK";
 inline constexpr const char* kFuseError = "Fuse error";
 inline constexpr const char* kOperationOk = "Operation OK";
+// Appended to a wrong-chip message when the window asks.
+inline constexpr const char* kGoOnAnyway = " Go on anyway?";
 
 // txtCal prefixes: silicon revision, calibration word.
 inline constexpr const char* kRevisionPrefix = " R=";

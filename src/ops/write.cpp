@@ -8,6 +8,7 @@
 #include "device/fuses.h"
 #include "image/open_command.h"
 #include "ops/blank_erase.h"
+#include "ops/chip_id.h"
 #include "ops/compare.h"
 #include "ops/config_write.h"
 #include "ops/op_texts.h"
@@ -152,7 +153,7 @@ bool Writer::BlankTest(OpOutcome& ended) {
 
 void Writer::EraseFirst() {
   frame_.PowerDown();
-  (void)cmdFill(state_, frame_.ui(), false);
+  (void)cmdFill(state_, frame_.ui(), false, false);
   frame_.ResumeEventPump();
   frame_.Wait(kAfterEraseMs);
   frame_.PowerUp(WritePlan(state_));
@@ -378,6 +379,11 @@ OpResult Writer::Run() {
   UiHost& ui = frame_.ui();
   if (!AskCodeProtection()) return frame_.Finish(OpOutcome::kCancelled);
   if (!ReloadChangedImage()) return frame_.Finish(OpOutcome::kTerminated);
+  if (const OpOutcome identity = CheckChipIdentity(frame_, WritePlan(state_)); identity != OpOutcome::kOk) {
+    OpResult stopped = frame_.Finish(identity);
+    stopped.wrongChip = true;
+    return stopped;
+  }
   frame_.Begin(op_text::kWritingData);
   std::fill(state_.cycleTable.begin(), state_.cycleTable.end(), int16_t{0});
   frame_.PowerUp(WritePlan(state_));

@@ -96,6 +96,9 @@ int EepromBus::WaitForAcknowledge(int32_t address) {
     BusStart();
     ack = BusWriteByte(control);
   } while (ack != 0 && link_.clock().Milliseconds() - t0 < kPollTimeoutMs);
+  // Leaves the bus free: a repeated start after an acknowledged control
+  // byte reads as the first half of a random read to a bus analyser.
+  BusStop();
   return ack;
 }
 

@@ -53,8 +53,8 @@ class EepromBus {
   /// Sends the low 8 bits; returns the acknowledge bit.
   int BusWriteByte(int value);
   int BusReadByte();
-  /// Polls with the write control byte until acknowledged or 501 ms passed;
-  /// returns the last acknowledge (0 = ready, 1 = timed out).
+  /// Polls with the write control byte until acknowledged or 501 ms passed,
+  /// then stops; returns the last acknowledge (0 = ready, 1 = timed out).
   int WaitForAcknowledge(int32_t address);
   /// One byte write; returns the OR of all acknowledge bits.
   int EepromWriteByte(int32_t address, int data);

@@ -11,7 +11,7 @@ constexpr int kWordBits = 14;
 constexpr int kNibbleBits = 4;
 constexpr int kByteBits = 8;
 constexpr int kTopOfByte = 128;
-// The requirements' waits; the timing table lengthens them to the document's.
+// The waits the operations name; the timing table lengthens them to the document's.
 constexpr float kProgramHoldMs = 1.0F;
 constexpr float kBulkEraseMs = 6.0F;
 
@@ -134,7 +134,7 @@ void Pic18Protocol::StartProgrammingHold() {
   link_.SetClockLine(kTrue);
   serial_.WaitAtLeast(kProgramHoldMs, serial_.timing().hold18);
   link_.SetClockLine(kFalse);
-  serial_.Hold(static_cast<int64_t>(serial_.timing().discharge18.ms * 1e6F));
+  serial_.WaitAtLeast(kOneUnitMs, serial_.timing().discharge18);
   SendWord16(insn18::kNop);
 }
 

@@ -154,7 +154,7 @@ TEST(EepromBus, PollStopsAtTheFirstAcknowledge) {
   rl.port->ScriptReads({0x40, 0x40, 0x00});
   EepromBus bus(rl.link, {.name = "24LC515", .size = 0xFFFF});
   EXPECT_EQ(bus.WaitForAcknowledge(0x9000), 0);
-  EXPECT_EQ(DecodeHostBus(rl.TakeWrites()), (Bus{"S", "A8", "S", "A8", "S", "A8"}));
+  EXPECT_EQ(DecodeHostBus(rl.TakeWrites()), (Bus{"S", "A8", "S", "A8", "S", "A8", "P"}));
 }
 
 TEST(EepromBus, PollControlByName) {
@@ -167,7 +167,7 @@ TEST(EepromBus, PollControlByName) {
     rl.port->SetIdleStatus(0x00);
     EepromBus bus(rl.link, {.name = name, .size = 0xFFFF});
     EXPECT_EQ(bus.WaitForAcknowledge(address), 0);
-    EXPECT_EQ(DecodeHostBus(rl.TakeWrites()), (Bus{"S", control})) << name;
+    EXPECT_EQ(DecodeHostBus(rl.TakeWrites()), (Bus{"S", control, "P"})) << name;
   }
 }
 

@@ -92,7 +92,9 @@ TEST(Transfers, BitsOnTheFallingEdgesLsbFirst) {
     SerialProtocol p(r.link, Target("16F84", 1, 18, c.pairFlag));
     c.run(p);
     const auto writes = r.TakeWrites();
-    if (!c.bits.empty()) EXPECT_EQ(FallingEdgeBits(writes), c.bits) << c.name;
+    if (!c.bits.empty()) {
+      EXPECT_EQ(FallingEdgeBits(writes), c.bits) << c.name;
+    }
     EXPECT_EQ(RisingClocks(writes), c.clocks) << c.name;
     EXPECT_EQ(writes.back() & line::kDataOut, 0) << c.name << ": the data line is left low";
   }
@@ -130,11 +132,15 @@ TEST(BitTiming, AFreePortStillGetsTheDocumentedMinimums) {
     const uint8_t now = writes[i].value;
     const int64_t at = writes[i].ns;
     if ((before ^ now) & line::kDataOut) {
-      if (lastFall >= 0) EXPECT_GE(at - lastFall, IcspTiming().holdNs) << "hold at write " << i;
+      if (lastFall >= 0) {
+        EXPECT_GE(at - lastFall, IcspTiming().holdNs) << "hold at write " << i;
+      }
       lastDataChange = at;
     }
     if (!(before & line::kClock) && (now & line::kClock)) {
-      if (commandEnded) EXPECT_GE(at - lastFall, IcspTiming().commandToDataNs) << "tdly2 at write " << i;
+      if (commandEnded) {
+        EXPECT_GE(at - lastFall, IcspTiming().commandToDataNs) << "tdly2 at write " << i;
+      }
       commandEnded = false;
     }
     if ((before & line::kClock) && !(now & line::kClock)) {

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The device-ID check that runs before an erase, a write or a configuration
+// write: a wrong chip in the socket, or none, must not be written.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "ops/frame.h"
+
+namespace quorvi {
+
+/// What the chip's device ID says about it.
+struct ChipIdentity {
+  enum class Verdict { kNoId, kMatch, kOtherPart, kNoChip };
+  Verdict verdict = Verdict::kNoId;
+  int idWord = 0;  // as read, revision bits included
+  /// The known part the ID belongs to, for another part.
+  std::optional<std::string> part;
+};
+
+/// Reads the device ID of a part that has one (14-bit flash at 2006h, 18F at
+/// 3FFFFEh) in a power cycle of its own, entered as `plan` says.
+ChipIdentity ReadChipIdentity(OperationFrame& frame, const PowerUpPlan& plan);
+
+/// The message for a chip that is not the selected part (empty for a match).
+std::string ChipIdentityMessage(const DeviceDescriptor& device, const ChipIdentity& identity);
+
+/// Checks the chip and applies the state's `wrongChip` policy: kOk to go on;
+/// otherwise the operation ends with this outcome (a message shown, the
+/// quiet-mode log written, or No answered). The target is left powered down.
+OpOutcome CheckChipIdentity(OperationFrame& frame, const PowerUpPlan& plan);
+
+}  // namespace quorvi
