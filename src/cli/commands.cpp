@@ -140,6 +140,10 @@ int WriteFuses(CliSession& session, const std::vector<std::string>& settings, st
     Result<OptionList> list = FillOptionList(state.paths.Catalogue(), std::to_string(state.device.oscList) + "OSC");
     const int entries = list ? static_cast<int>(list.value().entries.size()) : 0;
     if (*oscillator < 0 || *oscillator >= entries) return Fail("--osc: choose an entry of the oscillator list");
+    if (!OscillatorEntryUsable(list.value().entries[static_cast<size_t>(*oscillator)])) {
+      return Fail("--osc " + std::to_string(*oscillator) + ": the " + state.device.name +
+                  " has no oscillator with that value");
+    }
     config = ApplyOscillator(config, state.blankWord, state.device.oscList, *oscillator, entries);
   }
   state.image.configWord = config;

@@ -77,6 +77,8 @@ int32_t ApplyOscillator(int32_t word, int32_t blankWord, int oscList, int index,
   return (word & (blankWord - field)) | index;
 }
 
+bool OscillatorEntryUsable(std::string_view entry) { return !entry.starts_with('-'); }
+
 int OscillatorIndex(int oscList, int32_t word) {
   switch (oscList) {
     case 1:

@@ -33,6 +33,10 @@ int32_t ApplyOscillator(int32_t word, int32_t blankWord, int oscList, int index,
 /// The oscillator entry a word shows.
 int OscillatorIndex(int oscList, int32_t word);
 
+/// False for a list entry that stands for a value the part does not have
+/// (the catalogue starts its text with "-"): it is shown, never chosen.
+bool OscillatorEntryUsable(std::string_view entry);
+
 /// " Fuse=" and the word in upper-case hexadecimal without leading zeros.
 std::string FuseText(int32_t word);
 

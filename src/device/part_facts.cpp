@@ -81,8 +81,18 @@ constexpr std::array kParts = {
     PartFacts{.name = "18F452", .timing = T::kPic18, .deviceId = 0x0420},
     PartFacts{.name = "18F258", .timing = T::kPic18, .deviceId = 0x0840},
     PartFacts{.name = "18F458", .timing = T::kPic18, .deviceId = 0x0860},
-    // 24LC512/24LC515 (DS21754, DS21673) and AT24C256: 400 kHz at 4.5-5.5 V.
-    // The other names may stand for the old 100 kHz 24C01A..24C16 parts.
+    // The plain 24Cxx names may stand for the old 100 kHz parts (24C01A..24C16,
+    // DS21202); the 24LC512/24LC515 (DS21754, DS21673) and the AT24C256 take
+    // 400 kHz at 4.5-5.5 V.
+    PartFacts{.name = "24C01"},
+    PartFacts{.name = "24C02"},
+    PartFacts{.name = "24C04"},
+    PartFacts{.name = "24C08"},
+    PartFacts{.name = "24C16"},
+    PartFacts{.name = "24C32"},
+    PartFacts{.name = "24C64"},
+    PartFacts{.name = "24C128"},
+    PartFacts{.name = "ST24256"},
     PartFacts{.name = "24LC512", .bus = BusSpeed::kFast},
     PartFacts{.name = "24LC515", .bus = BusSpeed::kFast},
     PartFacts{.name = "AT24C256", .bus = BusSpeed::kFast},

@@ -20,6 +20,7 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QStandardItemModel>
 #include <QStatusBar>
 #include <QStyle>
 #include <QVBoxLayout>
@@ -619,6 +620,12 @@ void MainWindow::ApplySelection(const SelectionView& view) {
   if (view.oscillatorList) {
     cmbOSC_->clear();
     for (const std::string& entry : view.oscillatorList->entries) cmbOSC_->addItem(Q(entry));
+    // A value the part does not have stays visible (a chip may hold it) but cannot be chosen.
+    if (auto* model = qobject_cast<QStandardItemModel*>(cmbOSC_->model())) {
+      for (int i = 0; i < cmbOSC_->count(); ++i) {
+        model->item(i)->setEnabled(OscillatorEntryUsable(view.oscillatorList->entries[static_cast<size_t>(i)]));
+      }
+    }
     cmbOSC_->setCurrentIndex(view.oscillatorList->selectedIndex);
   }
   if (view.calibrationText) {

@@ -8,9 +8,11 @@
 
 #include "device/catalogue.h"
 #include "device/config18.h"
+#include "device/part_facts.h"
 #include "hw/port_link.h"
 #include "sim/chip_info.h"
 #include "sim/pic18_chip.h"
+#include "support/devices.h"
 #include "support/recorded_link.h"
 #include "support/sim_link.h"
 
@@ -35,26 +37,9 @@ int HostVppSwitch(const DeviceDescriptor& d) {
   return 0;
 }
 
-// Every device of the shipped catalogue with its record and fuse map.
-std::vector<DeviceDescriptor> CatalogueDevices() {
-  DeviceDescriptor scratch;
-  Result<std::vector<std::string>> list = FillDeviceList(kCatalogue, scratch);
-  EXPECT_TRUE(list.ok()) << list.message();
-  std::vector<DeviceDescriptor> devices;
-  if (!list.ok()) return devices;
-  for (std::string name : list.value()) {
-    name.pop_back();  // the list entry's blank
-    DeviceDescriptor d;
-    EXPECT_TRUE(LoadDeviceRecord(kCatalogue, name, d).ok()) << name;
-    EXPECT_TRUE(LoadFuseMap(kCatalogue, d.fuseMap, d).ok()) << name;
-    devices.push_back(d);
-  }
-  return devices;
-}
-
 TEST(CatalogueAndSimulator, AgreeOnEvery18F) {
   std::vector<std::string> seen;
-  for (const DeviceDescriptor& d : CatalogueDevices()) {
+  for (const DeviceDescriptor& d : test::ShippedCatalogue()) {
     const std::string& name = d.name;
     SCOPED_TRACE(name);
     if (d.family != family::kPic18) continue;
@@ -79,7 +64,7 @@ TEST(CatalogueAndSimulator, AgreeOnEvery18F) {
 
 TEST(CatalogueAndSimulator, AgreeOnEverySerialEeprom) {
   std::vector<std::string> seen;
-  for (const DeviceDescriptor& d : CatalogueDevices()) {
+  for (const DeviceDescriptor& d : test::ShippedCatalogue()) {
     const std::string& name = d.name;
     SCOPED_TRACE(name);
     if (d.family != family::kSerialEeprom) continue;
@@ -110,7 +95,7 @@ TEST(CatalogueAndSimulator, AgreeOnEverySerialEeprom) {
 
 TEST(CatalogueAndSimulator, AgreeOnEveryProgrammablePicDevice) {
   int checked = 0;
-  for (const DeviceDescriptor& d : CatalogueDevices()) {
+  for (const DeviceDescriptor& d : test::ShippedCatalogue()) {
     const std::string& name = d.name;
     SCOPED_TRACE(name);
     Result<const sim::ChipInfo*> found = sim::FindChip(name);
@@ -135,7 +120,7 @@ TEST(CatalogueAndSimulator, AgreeOnEveryProgrammablePicDevice) {
       case sim::ChipClass::kPic18: ADD_FAILURE() << "a serial EEPROM or 18F among the 12/14-bit lines"; break;
     }
 
-    const bool lastWordCalibration = d.oscList == 2 || d.oscList == 3 || d.oscList == 7;
+    const bool lastWordCalibration = d.oscList == 2 || d.oscList == 3 || d.oscList == 5 || d.oscList == 7;
     EXPECT_EQ(lastWordCalibration, chip.calibration == sim::Calibration::kRetlwLastWord ||
                                        chip.calibration == sim::Calibration::kMovlwLastWord);
     EXPECT_EQ(name == "14000", chip.calibration == sim::Calibration::kBlock);
@@ -154,6 +139,31 @@ TEST(CatalogueAndSimulator, AgreeOnEveryProgrammablePicDevice) {
     EXPECT_EQ(named & ~chip.configBits, 0) << "a fuse named on a bit the chip does not have";
   }
   EXPECT_GT(checked, 40);
+}
+
+// The part table the operations use and the simulator's own, written apart.
+TEST(CatalogueAndSimulator, AgreeOnDeviceIdsConfigurationBitsEntryAndBusSpeed) {
+  for (const DeviceDescriptor& d : test::ShippedCatalogue()) {
+    if (d.family == family::kFuture) continue;
+    SCOPED_TRACE(d.name);
+    const sim::ChipInfo& chip = *sim::FindChip(d.name).value();
+    const PartFacts facts = FactsFor(d);
+    EXPECT_EQ(facts.name, d.name) << "a catalogue part missing from the part table";
+    if (chip.deviceId >= 0) {
+      ASSERT_TRUE(facts.deviceId.has_value());
+      EXPECT_EQ(*facts.deviceId, chip.deviceId & ~kRevisionBits);
+    } else {
+      EXPECT_FALSE(facts.deviceId.has_value());
+    }
+    if (d.family == family::kSerialEeprom) {
+      EXPECT_EQ(facts.bus == BusSpeed::kFast, chip.fastBus);
+      continue;
+    }
+    if (d.family == family::kPic18) continue;
+    // The band-gap bits are implemented but the factory's, never compared.
+    EXPECT_EQ(facts.configMask, chip.configBits & ~chip.bandgapMask);
+    EXPECT_EQ(facts.vppFirst, chip.entry == sim::Entry::kVppFirstOrQuick);
+  }
 }
 
 }  // namespace

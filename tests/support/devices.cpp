@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/devices.h"
 
+#include <gtest/gtest.h>
+
+#include "device/catalogue.h"
+
 namespace quorvi::test {
 
 DeviceDescriptor MakeDevice(const DeviceFields& fields) {
@@ -35,5 +39,22 @@ DeviceDescriptor Pic18F6720() {
 }
 DeviceDescriptor Eeprom24C16() { return MakeDevice({.name = "24C16", .programSize = 0x7FF, .family = 5}); }
 DeviceDescriptor Eeprom24LC512() { return MakeDevice({.name = "24LC512", .programSize = 0xFFFF, .family = 5}); }
+
+std::vector<DeviceDescriptor> ShippedCatalogue() {
+  const std::string path = std::string(QUORVI_DATA_DIR) + "/device.ini";
+  DeviceDescriptor scratch;
+  Result<std::vector<std::string>> names = FillDeviceList(path, scratch);
+  EXPECT_TRUE(names.ok()) << names.message();
+  std::vector<DeviceDescriptor> devices;
+  if (!names) return devices;
+  for (std::string name : names.value()) {
+    name.pop_back();  // the list entry's blank
+    DeviceDescriptor d;
+    EXPECT_TRUE(LoadDeviceRecord(path, name, d).ok()) << name;
+    EXPECT_TRUE(LoadFuseMap(path, d.fuseMap, d).ok()) << name;
+    devices.push_back(d);
+  }
+  return devices;
+}
 
 }  // namespace quorvi::test

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "device/device_descriptor.h"
 
@@ -33,5 +34,8 @@ DeviceDescriptor Pic18F452();   // 16K words (family 7)
 DeviceDescriptor Pic18F6720();  // 64K words
 DeviceDescriptor Eeprom24C16();   // 2K bytes (family 5)
 DeviceDescriptor Eeprom24LC512(); // 64K bytes
+
+/// Every device of the shipped catalogue, with its record and fuse map.
+std::vector<DeviceDescriptor> ShippedCatalogue();
 
 }  // namespace quorvi::test
