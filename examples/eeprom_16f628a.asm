@@ -1,9 +1,10 @@
 ; SPDX-License-Identifier: GPL-3.0-or-later
-; Copies the first data-EEPROM byte to PORTB of a 16F628A on its internal oscillator.
+; Copies the first data-EEPROM byte to PORTB of a 16F628A on its internal oscillator,
+; with MCLR as an input: the part runs at once unless Vpp comes before Vdd.
         list    p=16f628a
         #include <p16f628a.inc>
 
-        __config _CP_OFF & _CPD_OFF & _LVP_OFF & _BOREN_ON & _MCLRE_ON & _PWRTE_ON & _WDT_OFF & _INTOSC_OSC_NOCLKOUT
+        __config _CP_OFF & _CPD_OFF & _LVP_OFF & _BOREN_ON & _MCLRE_OFF & _PWRTE_ON & _WDT_OFF & _INTOSC_OSC_NOCLKOUT
         __idlocs H'0A5F'
 
         org     0

@@ -180,6 +180,7 @@ void OperationFrame::PowerUp(const PowerUpPlan& plan) {
   if (plan.icspWait && state_.options.chkICSP) {
     Wait(static_cast<float>(VbVal(state_.options.cmbICSP)));
   }
+  if (!protocol_.target().vppFirst) protocol_.Hold(IcspTiming().vddBeforeVppNs);
   link.SetProgrammingVoltage(kTrue, dev.name, dev.pinCount);
   Wait(plan.vppSettleMs);
   if (plan.dataLowAfterVpp) link.SetDataLine(kFalse);

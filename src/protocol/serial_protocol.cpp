@@ -201,6 +201,7 @@ void SerialProtocol::EnterProgrammingMode() {
   if (!StartsWith(target_.name, "16F81") && !StartsWith(target_.name, "16C55") && target_.pinCount == 18) {
     Wait(kSupplySettleMs);
   }
+  if (!target_.vppFirst) Hold(IcspTiming().vddBeforeVppNs);
   link_.SetProgrammingVoltage(kTrue, target_.name, target_.pinCount);
   Wait(kSupplySettleMs);
 }

@@ -74,8 +74,14 @@ constexpr std::array<ProgrammingTiming, 11> kTimings{{
 
 // DS30262 and DS39025 (Table 6-1): setup and hold 100 ns, tdly2 1 us, thld0 5 us;
 // DS41196 and DS41191: TPPDP, MCLR at Vpp 5 us before Vdd on a Vpp-first entry.
-constexpr IcspBitTiming kIcsp{
-    .setupNs = 100, .holdNs = 100, .commandToDataNs = 1000, .vppToCommandNs = 5000, .vppBeforeVddNs = 5000};
+// The Vdd-first entry figures show Vdd settled before MCLR rises without a
+// number (unsure): the same 5 us is kept.
+constexpr IcspBitTiming kIcsp{.setupNs = 100,
+                              .holdNs = 100,
+                              .commandToDataNs = 1000,
+                              .vppToCommandNs = 5000,
+                              .vppBeforeVddNs = 5000,
+                              .vddBeforeVppNs = 5000};
 
 // Microchip 24xx data sheets (DS21202, DS21754), AT24C256 data sheet, and the
 // I2C bus specification's standard and fast modes.

@@ -53,6 +53,7 @@ struct IcspBitTiming {
   int64_t commandToDataNs; // tdly2: last falling edge of a command to the next rising edge
   int64_t vppToCommandNs;  // thld0: Vpp (or Vdd, for a Vpp-first entry) to the first clock
   int64_t vppBeforeVddNs;  // Vpp-first entry: MCLR at Vpp before Vdd rises
+  int64_t vddBeforeVppNs;  // Vdd-first entry: Vdd settled before MCLR rises
 };
 const IcspBitTiming& IcspTiming();
 

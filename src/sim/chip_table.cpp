@@ -29,14 +29,15 @@ constexpr ChipInfo Classic84(std::string_view name, int words, int cp, int confi
 // DS30034 (16F627/628): the classic command set; with the internal oscillator
 // and MCLR as an input the part runs its own code unless Vpp comes first.
 // Begin Erase/Programming 4 ms (TPROG), code-protect erase 10 ms; device ID
-// at 2006h; configuration bit 9 not implemented (read: unsure, 0).
+// at 2006h; configuration bit 9 not implemented (read: unsure, 0). Its data
+// EEPROM time is unsure: the A parts' 6 ms (DS41196 p.5) is asked.
 constexpr ChipInfo F62x(std::string_view name, int words, int id) {
   return {.name = name, .kind = ChipClass::kFlash14, .programWords = words, .dataBytes = 128, .pins = 18,
           .vppSwitch = 1, .configBits = 0x3DFF, .cpMask = 0x3C00, .cpdMask = 0x0100, .deviceId = id,
           .entry = Entry::kVppFirstOrQuick, .vppWindowUs = 250, .mclreMask = 0x0020,
           .begin = BeginMode::kEraseProgramInternal,
           .bulk = BulkMode::kThenBeginProgramming, .cpDisable = true, .programUs = 4'000, .eraseUs = 10'000,
-          .dataUs = 4'000, .minEraseVdd = 4.5, .document = "DS30034"};
+          .dataUs = 6'000, .minEraseVdd = 4.5, .document = "DS30034"};
 }
 
 // DS41196 (16F627A/628A/648A): the classic set without the code-protect

@@ -16,6 +16,14 @@ Status EpromChip::UvErase() {
   return Status::Ok();
 }
 
+void EpromChip::Abort(int64_t nowNs) {
+  if (pulseStartNs_) {
+    Violate(nowNs, std::string(info_.name) + ": supplies removed during a programming pulse; " +
+                       std::string(info_.document) + " ends it with End Programming");
+  }
+  pulseStartNs_.reset();
+}
+
 int EpromChip::PulsesNeeded(int address) const {
   const PulseModel& p = state_.pulses;
   const auto span = static_cast<uint64_t>(p.maxPulses - p.minPulses + 1);

@@ -30,7 +30,7 @@ class EpromChip : public SerialPicChip {
   bool ProgramProtected() const { return info_.cpMask != 0 && (state_.config & info_.cpMask) != info_.cpMask; }
 
  private:
-  void Abort() final { pulseStartNs_.reset(); }
+  void Abort(int64_t nowNs) final;
   void Settle(int64_t) final {}
   void Interrupt(int64_t) final {}
   void Command(int command, int64_t nowNs) final;

@@ -32,7 +32,14 @@ void Flash14Chip::Reset() {
   cycle_.reset();
 }
 
-void Flash14Chip::Abort() { cycle_.reset(); }
+void Flash14Chip::Abort(int64_t nowNs) {
+  if (cycle_) {
+    Violate(nowNs, std::string(info_.name) + ": supplies removed " + std::to_string((nowNs - cycle_->startNs) / 1000) +
+                       " us into a programming cycle of " + std::to_string(cycle_->documentUs) + " us (" +
+                       std::string(info_.document) + "); the cycle is lost");
+  }
+  cycle_.reset();
+}
 
 void Flash14Chip::Settle(int64_t nowNs) {
   if (cycle_ && !cycle_->external && Lasted(cycle_->startNs, nowNs, cycle_->documentUs)) {

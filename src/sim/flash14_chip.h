@@ -28,7 +28,7 @@ class Flash14Chip final : public SerialPicChip {
   };
 
   void Reset() override;
-  void Abort() override;
+  void Abort(int64_t nowNs) override;
   void Settle(int64_t nowNs) override;
   void Interrupt(int64_t nowNs) override;
   void Command(int code, int64_t nowNs) override;

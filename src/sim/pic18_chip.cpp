@@ -92,7 +92,14 @@ void Pic18Chip::EnterMode() {
   configLatch_.reset();
 }
 
-void Pic18Chip::LeaveMode() {
+void Pic18Chip::LeaveMode(int64_t nowNs) {
+  if (eraseRunning_) {
+    Violate(nowNs, std::string(info_.name) + ": supplies removed " + std::to_string((nowNs - eraseStartNs_) / 1000) +
+                       " us into the bulk erase; DS39576 P11 needs 5 ms");
+  }
+  if (eeWriting_) {
+    Violate(nowNs, std::string(info_.name) + ": supplies removed during a data EEPROM write (DS39576)");
+  }
   inMode_ = false;
   drive_.reset();
   eraseRunning_ = false;
@@ -108,7 +115,7 @@ void Pic18Chip::Update(const SocketPins& pins, int64_t nowNs) {
   }
   powered_ = powered;
   if (!powered || !pins.vpp) {
-    if (inMode_) LeaveMode();
+    if (inMode_) LeaveMode(nowNs);
     clock_ = pins.clock;
     return;
   }

@@ -48,7 +48,7 @@ class Pic18Chip final : public ChipModel {
   };
 
   void EnterMode();
-  void LeaveMode();
+  void LeaveMode(int64_t nowNs);
   void OnRise(int64_t nowNs);
   void OnFall(bool data, int64_t nowNs);
   void CommandComplete();

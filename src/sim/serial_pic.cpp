@@ -55,8 +55,8 @@ void SerialPicChip::Spoil(int64_t nowNs, const std::string& rule) {
   Violate(nowNs, std::string(info_.name) + ": " + rule);
 }
 
-void SerialPicChip::LeaveMode() {
-  if (inMode_) Abort();
+void SerialPicChip::LeaveMode(int64_t nowNs) {
+  if (inMode_) Abort(nowNs);
   inMode_ = false;
   phase_ = Phase::kCommand;
   bitCount_ = 0;
@@ -111,7 +111,7 @@ void SerialPicChip::Update(const SocketPins& pins, int64_t nowNs) {
                        ": Vdd switched off while MCLR was at Vpp; the programming documents leave with Vpp first");
   }
   if ((!powered && powered_) || (!pins.vpp && vpp_)) {
-    LeaveMode();
+    LeaveMode(nowNs);
     entryDecided_ = false;
   }
   powered_ = powered;

@@ -47,8 +47,8 @@ class SerialPicChip : public ChipModel {
  protected:
   /// A fresh entry into programming mode.
   virtual void Reset() = 0;
-  /// Power or Vpp is gone: open cycles are lost.
-  virtual void Abort() = 0;
+  /// Power or Vpp is gone at `nowNs`: open cycles are lost.
+  virtual void Abort(int64_t nowNs) = 0;
   /// Time has passed: internally timed cycles whose time is up complete.
   virtual void Settle(int64_t nowNs) = 0;
   /// A clock edge while an internally timed cycle runs cuts it short.
@@ -74,7 +74,7 @@ class SerialPicChip : public ChipModel {
 
  private:
   enum class Phase { kCommand, kLoad, kRead };
-  void LeaveMode();
+  void LeaveMode(int64_t nowNs);
   void TryEntry(const SocketPins& pins, int64_t nowNs);
   void RisingEdge(int64_t nowNs);
   void FallingEdge(bool data, int64_t nowNs);

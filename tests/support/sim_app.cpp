@@ -40,12 +40,12 @@ sim::ChipState BlankChip(const std::string& chipName) {
   return sim::BlankState(*info.value());
 }
 
-SimApp::SimApp(sim::ChipState chip, const std::string& deviceName, bool realClock) {
+SimApp::SimApp(sim::ChipState chip, const std::string& deviceName, bool realClock, int64_t portAccessNs) {
   std::unique_ptr<Clock> ownClock;
   if (realClock) {
     ownClock = std::make_unique<RealClock>();
   } else {
-    ownClock = std::make_unique<VirtualClock>();
+    ownClock = std::make_unique<VirtualClock>(portAccessNs);
   }
   clock_ = ownClock.get();
   auto board = sim::MakeBoard(*clock_, std::move(chip));

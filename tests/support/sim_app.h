@@ -19,8 +19,10 @@ class SimApp {
  public:
   /// A board holding `chip`, the catalogue device `deviceName` selected
   /// ("" leaves no device selected), the home folder a fresh temporary one.
-  /// `realClock` runs it on the PC's clock instead of the virtual one.
-  SimApp(sim::ChipState chip, const std::string& deviceName, bool realClock = false);
+  /// `realClock` runs it on the PC's clock instead of the virtual one, whose
+  /// port accesses cost `portAccessNs` each.
+  SimApp(sim::ChipState chip, const std::string& deviceName, bool realClock = false,
+         int64_t portAccessNs = VirtualClock::kDefaultPortAccessNs);
   /// A blank chip of that name, and the catalogue device of the same name.
   explicit SimApp(const std::string& chipName);
   /// Fails the test for every rule the host broke on the simulated board,
