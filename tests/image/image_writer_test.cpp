@@ -188,22 +188,6 @@ TEST(SaveThenLoad, EachFamilyGetsItsImageBack) {
   }
 }
 
-TEST(SaveThenLoad, FiveDigitAddressesDoNotReadBack) {
-  const DeviceDescriptor device = test::Pic18F6720();
-  MemoryImage image = test::SelectedImage(device);
-  for (size_t a = 0; a < 8; ++a) image.programBuffer[a] = static_cast<int32_t>(0x1100 + a);
-  test::TempDir dir;
-  const std::string path = (dir.path() / "p.hex").string();
-  int32_t end = 8;
-  ASSERT_TRUE(SaveImageFile(path, 0, end, device, image, SaveIdAnswer::kNo).ok());
-  MemoryImage back = test::SelectedImage(device);
-  ASSERT_TRUE(LoadImageFile(path, false, device, back).loaded);
-  // The fifth address digit is read as the type's first: every word shifts by one digit.
-  // ":10" "0000" "0" "0" "0011" "0111"... reads words 0100, 1110, ...
-  EXPECT_EQ(back.programBuffer[0], 0x0100);
-  EXPECT_EQ(back.programBuffer[1], 0x1110);
-}
-
 // --- Outside tools read what we write ---------------------------------------
 
 TEST(SaveImageFile, SrecordReadsTheSameContentAsGpasmWrote) {
