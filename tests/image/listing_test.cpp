@@ -57,34 +57,35 @@ TEST(Listing, ClickColumnsComeFromTheTwipPosition) {
 }
 
 TEST(WordEditor, OpensOnTheClickedWord) {
+  struct Case {
+    EditTarget target;
+    const char* line;
+    int column;
+    std::optional<int32_t> address;  // nothing: outside the buffer
+    const char* addressText;
+  };
+  constexpr auto kP = EditTarget::kProgram;
+  constexpr auto kD = EditTarget::kData;
+  // Line addresses from 8000h read negative and are corrected.
+  for (const Case c : {Case{kP, "03F8: 3FFF 3FFF 3FFF 002A ", 3, 0x3FB, "03FB"}, {kP, "FFF8: ", 7, 0xFFFF, "FFFF"},
+                       {kP, "8000: ", -1, 0x7FFF, "7FFF"}, {kD, "08: FF FF 0B ", 2, 0x0A, "0A"},
+                       {kD, "00: ", -1, std::nullopt, ""}, {kD, "F8: ", 9, std::nullopt, ""}}) {
+    const auto editor = OpenWordEditor(c.target, c.line, c.column);
+    ASSERT_EQ(editor.ok(), c.address.has_value()) << c.line << c.column;
+    if (!editor.ok()) continue;
+    EXPECT_EQ(editor.value().address, c.address) << c.line;
+    EXPECT_EQ(EditorAddressText(editor.value()), c.addressText) << c.line;
+    EXPECT_EQ(editor.value().caption, c.target == kP ? image_text::kEditProgramCaption : image_text::kEditDataCaption);
+  }
   MemoryImage image;
   image.programBuffer[0x3FB] = 0x2A;
-  auto editor = OpenWordEditor(EditTarget::kProgram, "03F8: 3FFF 3FFF 3FFF 002A ", 3);
-  ASSERT_TRUE(editor.ok());
-  EXPECT_EQ(editor.value().address, 0x3FB);
-  EXPECT_EQ(editor.value().caption, image_text::kEditProgramCaption);
-  EXPECT_EQ(EditorAddressText(editor.value()), "03FB");
-  EXPECT_EQ(EditorValueText(editor.value(), image), "002A");
-  editor.value().hexMode = false;
-  EXPECT_EQ(EditorValueText(editor.value(), image), "42");
-
   image.dataBuffer[0x0A] = 0x0B;
-  auto data = OpenWordEditor(EditTarget::kData, "08: FF FF 0B ", 2);
-  ASSERT_TRUE(data.ok());
-  EXPECT_EQ(data.value().address, 0x0A);
-  EXPECT_EQ(data.value().caption, image_text::kEditDataCaption);
-  EXPECT_EQ(EditorValueText(data.value(), image), "B");
-}
-
-TEST(WordEditor, HighLineAddressesReadNegativeAndAreCorrected) {
-  const auto editor = OpenWordEditor(EditTarget::kProgram, "FFF8: ", 7);
-  ASSERT_TRUE(editor.ok());
-  EXPECT_EQ(editor.value().address, 0xFFFF);
-  const auto low = OpenWordEditor(EditTarget::kProgram, "8000: ", -1);
-  ASSERT_TRUE(low.ok());
-  EXPECT_EQ(low.value().address, 0x7FFF);
-  EXPECT_FALSE(OpenWordEditor(EditTarget::kData, "00: ", -1).ok());
-  EXPECT_FALSE(OpenWordEditor(EditTarget::kData, "F8: ", 9).ok());
+  WordEditor program = OpenWordEditor(kP, "03F8: ", 3).value();
+  const WordEditor data = OpenWordEditor(kD, "08: ", 2).value();
+  EXPECT_EQ(EditorValueText(program, image), "002A");
+  EXPECT_EQ(EditorValueText(data, image), "B");
+  program.hexMode = false;
+  EXPECT_EQ(EditorValueText(program, image), "42");
 }
 
 TEST(WordEditor, StoresHexAndDecimalEntries) {
@@ -142,7 +143,7 @@ TEST(WordEditor, KeysStoreThenStepWithinTheLimits) {
   }
 }
 
-TEST(Hex16To8, SplitsWordsLowByteFirst) {
+TEST(Hex16To8, SplitsWordsLowByteFirstThroughTheCycleTable) {
   MemoryImage image;
   for (size_t k = 0; k < 8192; ++k) image.programBuffer[k] = static_cast<int32_t>(k);
   image.programBuffer[0] = 0x1234;
@@ -151,30 +152,22 @@ TEST(Hex16To8, SplitsWordsLowByteFirst) {
   image.programBuffer[16384] = 0x77;
   std::vector<int16_t> cycles(8192, 9);
   ASSERT_TRUE(Hex16To8(image, cycles).ok());
-  EXPECT_EQ(image.programBuffer[0], 0x34);
-  EXPECT_EQ(image.programBuffer[1], 0x12);
-  EXPECT_EQ(image.programBuffer[2], 0xFF);
-  EXPECT_EQ(image.programBuffer[3], 0);  // -1 / 256 truncates to 0
-  EXPECT_EQ(image.programBuffer[4], 0x00);
-  EXPECT_EQ(image.programBuffer[5], -1);
+  // -1 / 256 truncates to 0; -256 / 256 is -1.
+  EXPECT_EQ(std::vector(image.programBuffer.begin(), image.programBuffer.begin() + 6),
+            (std::vector<int32_t>{0x34, 0x12, 0xFF, 0, 0x00, -1}));
   EXPECT_EQ(image.programBuffer[2 * 8191], 8191 & 0xFF);
   EXPECT_EQ(image.programBuffer[2 * 8191 + 1], 8191 / 256);
   EXPECT_EQ(image.programBuffer[16384], 0x77);
-  EXPECT_EQ(cycles[0], 0x1234);  // the cycle table is the scratch area
+  EXPECT_EQ(cycles[0], 0x1234);  // the write-cycle table is the scratch area
   EXPECT_EQ(cycles[8191], 8191);
-}
 
-TEST(Hex16To8, WideWordIsAnOverflowThatChangesNothing) {
-  MemoryImage image;
-  image.programBuffer[0] = 0x1234;
-  image.programBuffer[100] = 0x8000;
+  image.programBuffer[100] = 0x8000;  // wider than 16 bits signed: nothing changes
   const MemoryImage before = image;
-  std::vector<int16_t> cycles(8192, 9);
   const Status status = Hex16To8(image, cycles);
   ASSERT_FALSE(status.ok());
   EXPECT_NE(status.message().find("Overflow"), std::string::npos);
   EXPECT_EQ(image, before);
-  EXPECT_EQ(cycles[0], 9);
+  EXPECT_EQ(cycles[0], 0x1234);
   std::vector<int16_t> small(10);
   EXPECT_FALSE(Hex16To8(image, small).ok());
 }

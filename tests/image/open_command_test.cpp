@@ -11,14 +11,19 @@ namespace quorvi {
 namespace {
 
 TEST(OpenImageCommand, LoadsAndSetsTheSwitchFromTheCompanionFile) {
-  for (const bool companion : {true, false}) {
+  struct Case {
+    const char* companion;  // nothing: no file
+    bool switchedOn;
+    const char* indicator;  // empty while the numbering is inactive
+  };
+  for (const Case c : {Case{nullptr, false, ""}, {"41\n1020\n4\n1\n", true, "0041"}, {"41\n1020\n4\n0\n", true, ""}}) {
     test::TempDir dir;
     const std::string path = dir.Write("board.hex", ":020000003412B8\n:02400E00F13F80\n:00000001FF\n");
-    if (companion) dir.Write("board.SQT", "41\n1020\n4\n1\n");
+    if (c.companion != nullptr) dir.Write("board.SQT", c.companion);
     const DeviceDescriptor device = test::Pic16F84();
     MemoryImage image = test::SelectedImage(device);
     SerialState serial;
-    serial.switchedOn = !companion;
+    serial.switchedOn = !c.switchedOn;
     const OpenedImage opened = OpenImageCommand(path, device, image, serial);
     ASSERT_TRUE(opened.load.loaded);
     EXPECT_EQ(image.programBuffer[0], 0x1234);
@@ -27,10 +32,10 @@ TEST(OpenImageCommand, LoadsAndSetsTheSwitchFromTheCompanionFile) {
     ASSERT_TRUE(opened.timeStamp.has_value());
     EXPECT_EQ(opened.timeStamp, FileTimeStamp(path));
     ASSERT_TRUE(opened.serial.has_value());
-    EXPECT_EQ(opened.serial->colour, companion ? kSerialOnColour : kSerialOffColour);
-    EXPECT_EQ(opened.serial->indicator, companion ? "0041" : "");
-    EXPECT_EQ(serial.switchedOn, companion);
-    EXPECT_EQ(serial.startAddress, companion ? 1020 : 0);
+    EXPECT_EQ(opened.serial->colour, c.switchedOn ? kSerialOnColour : kSerialOffColour);
+    EXPECT_EQ(opened.serial->indicator, c.indicator);
+    EXPECT_EQ(serial.switchedOn, c.switchedOn);
+    EXPECT_EQ(serial.startAddress, c.companion != nullptr ? 1020 : 0);
   }
 }
 

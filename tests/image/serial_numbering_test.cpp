@@ -194,28 +194,6 @@ TEST(CompanionFile, ReadingToleratesBrokenContent) {
   EXPECT_EQ(state, old);
 }
 
-TEST(CompanionFile, OpeningAnImageSetsTheSwitchFromTheCompanion) {
-  test::TempDir dir;
-  const std::string image = dir.Write("board.hex", ":00000001FF\n");
-  SerialState state;
-  SerialOnOpen open = ReadCompanionOnOpen(image, state);
-  EXPECT_FALSE(state.switchedOn);
-  EXPECT_EQ(open.colour, kSerialOffColour);
-  EXPECT_EQ(open.indicator, "");
-
-  dir.Write("board.SQT", "41\n100\n4\n1\n");
-  open = ReadCompanionOnOpen(image, state);
-  EXPECT_TRUE(state.switchedOn);
-  EXPECT_EQ(open.colour, kSerialOnColour);
-  EXPECT_EQ(open.indicator, "0041");
-
-  dir.Write("board.SQT", "41\n100\n4\n0\n");
-  open = ReadCompanionOnOpen(image, state);
-  EXPECT_TRUE(state.switchedOn);
-  EXPECT_FALSE(SerialActive(state));
-  EXPECT_EQ(open.indicator, "");
-}
-
 TEST(SerialMenu, TogglesOnlyWithAnImageFile) {
   SerialState state;
   EXPECT_EQ(ToggleSerialMenu(state, false), SerialMenuEffect::kNeedImageFile);
