@@ -25,27 +25,32 @@ std::string Save(const DeviceDescriptor& device, const MemoryImage& image, int32
 }
 
 // Program words, data section, the ID records with their short checksums,
-// configuration and end record, each line ended by CR LF.
-TEST(SaveImageFile, WholeSixteenF84MatchesTheGoldenFile) {
-  const DeviceDescriptor device = test::Pic16F84();
-  int32_t end = device.programSize;
-  EXPECT_EQ(Save(device, test::Sample16F84(), 0, end), test::Golden("save_16f84.hex"));
-  EXPECT_EQ(end, 0x2200);
+// configuration and end record, each line ended by CR LF; the command adds
+// the suffix and leaves a data part's size at the data section's end.
+TEST(SaveHexCommand, WholeSixteenF84MatchesTheGoldenFile) {
+  test::TempDir dir;
+  DeviceDescriptor device = test::Pic16F84();
+  const auto saved = SaveHexCommand((dir.path() / "board").string(), device, test::Sample16F84(), SaveIdAnswer::kYes);
+  ASSERT_TRUE(saved.ok()) << saved.message();
+  EXPECT_EQ(saved.value(), (dir.path() / "board.HEX").string());
+  EXPECT_EQ(dir.Read("board.HEX"), test::Golden("save_16f84.hex"));
+  EXPECT_EQ(device.programSize, 0x2200);
   EXPECT_TRUE(SaveAsksIdQuestion(device, 0));
   EXPECT_FALSE(SaveAsksIdQuestion(device, 0x10));
   EXPECT_FALSE(SaveAsksIdQuestion(test::Eeprom24C16(), 0));
 }
 
 TEST(SaveImageFile, RecordsCoverTheRangeAndSevenRemainingWordsMakeAFullOne) {
-  MemoryImage image = test::SelectedImage(test::Pic16C622());
+  MemoryImage image;
   for (size_t a = 0; a < 32; ++a) image.programBuffer[a] = static_cast<int32_t>(a);
   struct Case {
     int32_t end;
     std::vector<std::pair<int, int>> records;  // first word, word count
+    bool eeprom = false;                        // asked for IDs, but a 24Cxx has none
   };
   for (const auto& c : {Case{0, {{0, 0}}}, Case{3, {{0, 3}}}, Case{7, {{0, 8}}}, Case{8, {{0, 8}}},
                         Case{14, {{0, 8}, {8, 6}}}, Case{15, {{0, 8}, {8, 8}}},
-                        Case{17, {{0, 8}, {8, 8}, {16, 1}}}}) {
+                        Case{17, {{0, 8}, {8, 8}, {16, 1}}}, Case{8, {{0, 8}}, true}}) {
     std::vector<std::string> lines;
     for (const auto& [first, count] : c.records) {
       std::vector<int> bytes;
@@ -54,19 +59,12 @@ TEST(SaveImageFile, RecordsCoverTheRangeAndSevenRemainingWordsMakeAFullOne) {
     }
     lines.push_back(":00000001FF");
     int32_t end = c.end;
-    EXPECT_EQ(Save(test::Pic16C622(), image, 0, end, SaveIdAnswer::kNo), test::JoinLines(lines, "\r\n")) << c.end;
+    const auto device = c.eeprom ? test::Eeprom24C16() : test::Pic16C622();
+    EXPECT_EQ(Save(device, image, 0, end, c.eeprom ? SaveIdAnswer::kYes : SaveIdAnswer::kNo),
+              test::JoinLines(lines, "\r\n"))
+        << c.end;
     EXPECT_EQ(end, c.end);
   }
-}
-
-TEST(SaveImageFile, SerialEepromsEndWithoutIdsOrConfiguration) {
-  const DeviceDescriptor device = test::Eeprom24C16();
-  MemoryImage image = test::SelectedImage(device);
-  image.programBuffer[0] = 0xAB;
-  int32_t end = 8;
-  std::vector<int> bytes{0xAB, 0x00};
-  for (int i = 1; i < 8; ++i) bytes.insert(bytes.end(), {0xFF, 0x3F});
-  EXPECT_EQ(Save(device, image, 0, end, SaveIdAnswer::kYes), HexRecord(0, 0, bytes) + "\r\n:00000001FF\r\n");
 }
 
 TEST(SaveImageFile, LargeDevicesWriteFiveDigitAddressesAndSkipTheMiddleDigitInTheSum) {
@@ -129,20 +127,6 @@ TEST(SavePaths, SuffixLastDirectoryAndFileName) {
   EXPECT_EQ(FileNameOf("board.hex"), "board.hex");
 }
 
-TEST(SaveHexCommand, SavesWholeMemoryAndLeavesTheSizeAt0x2200ForDataParts) {
-  test::TempDir dir;
-  DeviceDescriptor device = test::Pic16F84();
-  const auto saved = SaveHexCommand((dir.path() / "board").string(), device, test::Sample16F84(), SaveIdAnswer::kYes);
-  ASSERT_TRUE(saved.ok()) << saved.message();
-  EXPECT_EQ(saved.value(), (dir.path() / "board.HEX").string());
-  EXPECT_EQ(device.programSize, 0x2200);
-  EXPECT_EQ(dir.Read("board.HEX"), test::Golden("save_16f84.hex"));
-
-  DeviceDescriptor otp = test::Pic16C622();
-  ASSERT_TRUE(SaveHexCommand((dir.path() / "otp.hex").string(), otp, MemoryImage{}, SaveIdAnswer::kNo).ok());
-  EXPECT_EQ(otp.programSize, 0x7FF);
-}
-
 // --- Save, then load: each family gets its image back ---------------------
 
 TEST(SaveThenLoad, EachFamilyGetsItsImageBack) {
@@ -167,6 +151,7 @@ TEST(SaveThenLoad, EachFamilyGetsItsImageBack) {
     DeviceDescriptor saving = c.device;
     const SaveIdAnswer answer = c.configWord != 0 ? SaveIdAnswer::kYes : SaveIdAnswer::kNo;
     ASSERT_TRUE(SaveHexCommand((dir.path() / "p.hex").string(), saving, image, answer).ok());
+    EXPECT_EQ(saving.programSize, c.device.name == "16F84" ? 0x2200 : c.device.programSize);
 
     MemoryImage back = test::SelectedImage(c.device);
     const LoadReport report = LoadImageFile((dir.path() / "p.hex").string(), false, c.device, back);
