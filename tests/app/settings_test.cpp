@@ -33,7 +33,8 @@ TEST(LoadSettings, ReadsEachPortFormAndFallsBackOnEmptyLines) {
     const char* directory = "/work";
   };
   const std::string rest = "\r\nPROD\r\n16F877\r\n/work\r\n";
-  for (const Case& c : {Case{"LPT1" + rest, 0x378, 0, PortEntry::kLpt1}, Case{"LPT2" + rest, 0x278, 0, PortEntry::kLpt2},
+  for (const Case& c : {Case{"LPT1" + rest, 0x378, 0, PortEntry::kLpt1},
+                        Case{"LPT2" + rest, 0x278, 0, PortEntry::kLpt2},
                         Case{"LPT 3BC" + rest, 0x3BC, 0x3BC, PortEntry::kCustom},
                         Case{"LPT 1F00" + rest, 0x1F00, 0x1F00, PortEntry::kCustom},
                         // Three digits after "LPT1": the last four characters take its "1" too.

@@ -72,7 +72,7 @@ std::vector<LoadCase> LoadCases() {
 
   return {
       {"configuration record sets the word, the clear covers the size slot", test::Pic16F84(), Hex({kConfig, kEnd}),
-       {Cfg(0x3FF1), P(0, 0x3FFF), P(0x3FF, 0x3FFF), P(0x400, kMark), P(0x2007, kMark), C18(0, 0xFF)}},
+       {Cfg(0x3FF1), P(0, 0x3FFF), P(0x3FF, 0x3FFF), P(0x400, kMark), P(0x2007, kMark), C18(0, 0xFF), C18(13, 0xFF)}},
       {"missing configuration is reported", test::Pic16F84(), Hex({HexRecord(0, 0, {0x34, 0x12}), kEnd}),
        {P(0, 0x1234), Cfg(0x3FFF)}, true},
       {"a kept buffer is not cleared and misses no configuration", test::Pic16F84(),

@@ -128,7 +128,8 @@ TEST(WordEditor, KeysStoreThenStepWithinTheLimits) {
   constexpr auto kD = EditTarget::kData;
   for (const Press p : {Press{kP, 0, '-', "11", kStepped, 0, 0x11}, {kP, 0, '+', "22", kStepped, 1, 0x22},
                         {kP, 0x3FF, '+', "33", kStepped, 0x3FF, 0x33}, {kP, 0x3FF, '-', "44", kStepped, 0x3FE, 0x44},
-                        {kP, 0x3FE, 13, "55", kStoredNextControl, 0x3FE, 0x55}, {kP, 0x3FE, 'x', "66", kIgnored, 0x3FE, 0},
+                        {kP, 0x3FE, 13, "55", kStoredNextControl, 0x3FE, 0x55},
+                        {kP, 0x3FE, 'x', "66", kIgnored, 0x3FE, 0},
                         {kD, 255, '+', "1", kStepped, 256, 1}, {kD, 256, '+', "2", kStepped, 256, 2},
                         {kD, 3, '+', "FFFFF", std::nullopt, 3, 0}}) {
     MemoryImage image;
