@@ -506,28 +506,23 @@ class GuiTest : public QObject {
     QCOMPARE(h.Find<QPushButton>("panelDevice")->text(), QString("16F84"));
   }
 
-  void legacyWriteProgramsTheChipAndEnds() {
-    test::TempDir files;
-    const std::filesystem::path image = files.path() / "b.hex";
-    std::filesystem::copy_file(std::filesystem::path(QUORVI_EXAMPLES_DIR) / "eeprom_16f84a.inhx8m.hex", image);
-    Harness h("/D:16F84 /F:" + image.string() + " /W /Q");
-    QCOMPARE(h.Find<QStatusBar>("Statusbar")->currentMessage(), QString("Operation OK"));
-    QVERIFY(h.messages.empty());
-    QCOMPARE(h.terminated, std::vector<int>{0});
-    QVERIFY(!std::filesystem::exists(h.home.path() / "quorvi2.err"));
-  }
-
-  void legacyOptionsDriveTheWindow() {
-    test::TempDir files;
-    const std::filesystem::path image = files.path() / "a.hex";
-    std::filesystem::copy_file(std::filesystem::path(QUORVI_EXAMPLES_DIR) / "eeprom_16f628a.inhx8m.hex", image);
-    Harness h("/D:16F628A /F:" + image.string() + " /Q");
-    QCOMPARE(h.Find<QPushButton>("panelDevice")->text(), QString("16F628A"));
-    QCOMPARE(h.state().device.name, std::string("16F628A"));
-    QCOMPARE(h.Find<QLabel>("lblArq")->text(), QString("a.hex"));
-    QVERIFY(h.state().image.programBuffer[0] != 0x3FFF);
-    QVERIFY(h.window->isMinimized());
-    QCOMPARE(h.terminated, std::vector<int>{0});
+  void legacyOptionsSelectLoadAndWriteThenEnd() {
+    for (const auto& [part, write] : {std::pair{"16F84A", true}, {"16F628A", false}}) {
+      test::TempDir files;
+      const std::string example = std::string(part == std::string("16F84A") ? "eeprom_16f84a" : "eeprom_16f628a");
+      const std::filesystem::path image = files.path() / "a.hex";
+      std::filesystem::copy_file(std::filesystem::path(QUORVI_EXAMPLES_DIR) / (example + ".inhx8m.hex"), image);
+      Harness h(std::string("/D:") + part + " /F:" + image.string() + (write ? " /W" : "") + " /Q");
+      QCOMPARE(h.Find<QPushButton>("panelDevice")->text(), QString(part));
+      QCOMPARE(h.state().device.name, std::string(part));
+      QCOMPARE(h.Find<QLabel>("lblArq")->text(), QString("a.hex"));
+      QVERIFY(h.state().image.programBuffer[0] != 0x3FFF);
+      QCOMPARE(h.Find<QStatusBar>("Statusbar")->currentMessage(), QString(write ? "Operation OK" : ""));
+      QVERIFY(h.window->isMinimized());
+      QVERIFY(h.messages.empty());
+      QCOMPARE(h.terminated, std::vector<int>{0});
+      QVERIFY(!std::filesystem::exists(h.home.path() / "quorvi2.err"));
+    }
   }
 };
 

@@ -218,10 +218,6 @@ TEST(SerialDialog, InputRules) {
   EXPECT_EQ(state.increment, 2);
   EXPECT_FALSE(SetIncrementFromInput(state, "1 2").ok());
 
-  SetRandomFromCheckBox(state, true);
-  EXPECT_EQ(state.random, 1);
-  SetRandomFromCheckBox(state, false);
-  EXPECT_EQ(state.random, 0);
   EXPECT_STREQ(image_text::kPromptSize, "Enter the size of the serial number (max 8 bytes)");
 }
 
