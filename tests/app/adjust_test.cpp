@@ -15,16 +15,22 @@ constexpr uint8_t kVpp3Bit = 0x20;
 
 bool On(const PortLink& link, uint8_t bit) { return (link.outputShadow() & bit) == 0; }
 
-TEST(AdjustTest, EachToggleTellsWhichPinToMeasure) {
-  test::RecordedLink rec;
-  EXPECT_EQ(ToggleAdjustSupply(rec.link, AdjustSupply::kVdd, true), "Check for 5V on Textool pin 11");
-  EXPECT_TRUE(On(rec.link, kVddBit));
-  EXPECT_EQ(ToggleAdjustSupply(rec.link, AdjustSupply::kVpp2, true), "Check for 13V on Textool pin 1");
-  EXPECT_TRUE(On(rec.link, kVpp2Bit));
-  EXPECT_EQ(ToggleAdjustSupply(rec.link, AdjustSupply::kVpp2, false), "");
-  EXPECT_FALSE(On(rec.link, kVpp2Bit));
-  EXPECT_EQ(ToggleAdjustSupply(rec.link, AdjustSupply::kVpp1, true), "Check for 13V on Textool pin 4");
-  EXPECT_EQ(ToggleAdjustSupply(rec.link, AdjustSupply::kVpp3, true), "Check for 13V on Textool pin 18");
+TEST(AdjustTest, EachToggleSwitchesItsSupplyAndTellsWhichPinToMeasure) {
+  struct Case {
+    AdjustSupply supply;
+    uint8_t bit;
+    const char* text;
+  };
+  for (const Case c : {Case{AdjustSupply::kVdd, kVddBit, "Check for 5V on Textool pin 11"},
+                       {AdjustSupply::kVpp1, kVpp1Bit, "Check for 13V on Textool pin 4"},
+                       {AdjustSupply::kVpp2, kVpp2Bit, "Check for 13V on Textool pin 1"},
+                       {AdjustSupply::kVpp3, kVpp3Bit, "Check for 13V on Textool pin 18"}}) {
+    test::RecordedLink rec;
+    EXPECT_EQ(ToggleAdjustSupply(rec.link, c.supply, true), c.text);
+    EXPECT_TRUE(On(rec.link, c.bit)) << c.text;
+    EXPECT_EQ(ToggleAdjustSupply(rec.link, c.supply, false), "");
+    EXPECT_FALSE(On(rec.link, c.bit)) << c.text;
+  }
 }
 
 TEST(AdjustTest, VddEntryRules) {
@@ -32,10 +38,12 @@ TEST(AdjustTest, VddEntryRules) {
   ASSERT_TRUE(std::holds_alternative<AdjustVddEntry>(entry));
   EXPECT_EQ(std::get<AdjustVddEntry>(entry).text, "7.0");
   EXPECT_FLOAT_EQ(std::get<AdjustVddEntry>(entry).volts, 7.0F);
-  EXPECT_EQ(std::get<UserMessage>(ReadAdjustVddEntry("10")).text, "Voltage to high");
-  EXPECT_EQ(std::get<UserMessage>(ReadAdjustVddEntry("0")).text, "wrong value");
-  EXPECT_EQ(std::get<UserMessage>(ReadAdjustVddEntry("-3")).text, "wrong value");
-  EXPECT_EQ(std::get<UserMessage>(ReadAdjustVddEntry("abc")).text, "wrong value");
+  for (const auto& [answer, text] : {std::pair{"10", "Voltage to high"}, {"0", "wrong value"}, {"-3", "wrong value"},
+                                     {"abc", "wrong value"}}) {
+    const auto refused = ReadAdjustVddEntry(answer);
+    ASSERT_TRUE(std::holds_alternative<UserMessage>(refused)) << answer;
+    EXPECT_EQ(std::get<UserMessage>(refused).text, text) << answer;
+  }
 }
 
 TEST(AdjustTest, ClosingLeavesVpp3AsItWas) {

@@ -8,33 +8,26 @@
 namespace quorvi {
 namespace {
 
-TEST(ParseLegacyOptions, FindsEachOptionAnywhereAndUpperCasesValues) {
-  const LegacyOptions o = ParseLegacyOptions("/w /f:c:\\work\\a.hex /q /d:16f84a");
-  EXPECT_TRUE(o.quiet);
-  EXPECT_TRUE(o.write);
-  EXPECT_EQ(o.device, "16F84A");
-  EXPECT_EQ(o.file, "C:\\WORK\\A.HEX");
-  EXPECT_EQ(o.upperLine, "/W /F:C:\\WORK\\A.HEX /Q /D:16F84A");
-}
-
-TEST(ParseLegacyOptions, AbsentAndEmptyValues) {
-  const LegacyOptions none = ParseLegacyOptions("");
-  EXPECT_FALSE(none.quiet);
-  EXPECT_FALSE(none.write);
-  EXPECT_FALSE(none.device.has_value());
-  EXPECT_FALSE(none.file.has_value());
-
-  const LegacyOptions empty = ParseLegacyOptions("/D: /W");
-  ASSERT_TRUE(empty.device.has_value());
-  EXPECT_EQ(*empty.device, "");
-  EXPECT_TRUE(empty.write);
-}
-
-TEST(ParseLegacyOptions, SlashesInsideLinuxPathsAreNotOptions) {
-  const LegacyOptions o = ParseLegacyOptions("/D:16F84 /F:/home/quinn/work/a.hex");
-  EXPECT_EQ(o.file, "/HOME/QUINN/WORK/A.HEX");
-  EXPECT_FALSE(o.write);
-  EXPECT_FALSE(o.quiet);
+TEST(ParseLegacyOptions, FindsEachOptionStartingAWordAndUpperCasesValues) {
+  struct Case {
+    const char* line;
+    bool quiet;
+    bool write;
+    std::optional<std::string> device;
+    std::optional<std::string> file;
+  };
+  // Slashes inside Linux paths do not start options.
+  for (const Case& c : {Case{"/w /f:c:\\work\\a.hex /q /d:16f84a", true, true, "16F84A", "C:\\WORK\\A.HEX"},
+                        Case{"", false, false, std::nullopt, std::nullopt},
+                        Case{"/D: /W", false, true, "", std::nullopt},
+                        Case{"/D:16F84 /F:/home/quinn/work/a.hex", false, false, "16F84", "/HOME/QUINN/WORK/A.HEX"}}) {
+    const LegacyOptions o = ParseLegacyOptions(c.line);
+    EXPECT_EQ(o.quiet, c.quiet) << c.line;
+    EXPECT_EQ(o.write, c.write) << c.line;
+    EXPECT_EQ(o.device, c.device) << c.line;
+    EXPECT_EQ(o.file, c.file) << c.line;
+  }
+  EXPECT_EQ(ParseLegacyOptions("/w /f:a.hex").upperLine, "/W /F:A.HEX");
 }
 
 TEST(FindPathIgnoringCase, MatchesEachPartWithoutRegardToCase) {

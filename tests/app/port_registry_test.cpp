@@ -29,24 +29,15 @@ TEST(OpenPort, ChoosesTheBackendByTheFormOfTheName) {
   env.parports = {(dir.path() / "proc").string(), (dir.path() / "dev").string()};
 
   // Found by address, then opened through ppdev: the fake device file is missing.
-  auto byAddress = OpenPort("0x3bc", env);
-  ASSERT_FALSE(byAddress.ok());
-  EXPECT_NE(byAddress.message().find("No parallel port device " + env.parports.devRoot + "/parport0"),
-            std::string::npos)
-      << byAddress.message();
-
-  auto lpt1 = OpenPort("lpt1", env);
-  ASSERT_FALSE(lpt1.ok());
-  EXPECT_NE(lpt1.message().find("No parallel port at 0x378 (found: parport0 at 0x3BC)"), std::string::npos);
-
-  auto path = OpenPort("/dev/nonexistent-parport", env);
-  ASSERT_FALSE(path.ok());
-  EXPECT_NE(path.message().find("No parallel port device /dev/nonexistent-parport"), std::string::npos);
-
-  auto raw = OpenPort("raw:0x8000", env);
-  ASSERT_FALSE(raw.ok());
-  EXPECT_NE(raw.message().find("out of range"), std::string::npos);
-
+  for (const auto& [name, part] :
+       {std::pair<std::string, std::string>{"0x3bc", "No parallel port device " + env.parports.devRoot + "/parport0"},
+        {"lpt1", "No parallel port at 0x378 (found: parport0 at 0x3BC)"},
+        {"/dev/nonexistent-parport", "No parallel port device /dev/nonexistent-parport"},
+        {"raw:0x8000", "out of range"}}) {
+    auto port = OpenPort(name, env);
+    ASSERT_FALSE(port.ok()) << name;
+    EXPECT_NE(port.message().find(part), std::string::npos) << port.message();
+  }
   auto record = OpenPort("record", env);
   ASSERT_TRUE(record.ok()) << record.message();
   EXPECT_EQ(record.value()->ReadStatus(), 0x40);
@@ -59,12 +50,6 @@ TEST(OpenPort, AnUnknownNameListsEveryForm) {
             "Unknown port \"com1\": use lpt1 | lpt2 | 0xADDR, /dev/parportN, raw:lpt1 | raw:lpt2 | raw:0xADDR, "
             "sim | sim:CHIP | sim:FILE.json, record");
 }
-
-}  // namespace
-}  // namespace quorvi
-
-namespace quorvi {
-namespace {
 
 TEST(OpenPort, TheSimulatedBoardWithAChipByNameOrFile) {
   VirtualClock clock;

@@ -14,60 +14,42 @@
 namespace quorvi {
 namespace {
 
-struct GpasmFile {
-  std::string file;
-  DeviceDescriptor device;
-  std::map<size_t, int32_t> words;  // program address -> word
-  std::array<int32_t, 4> ids;
-  int32_t configWord;
-  std::vector<int16_t> eeprom;  // from data address 0
-};
-
-const std::map<size_t, int32_t> k12C508AWords{{0, 0x025}, {1, 0xCFE}, {2, 0x006}, {3, 0x506},
-                                               {4, 0x406}, {5, 0xA03}, {6, 0xFFF}, {0x1FF, 0xFFF}};
-const std::map<size_t, int32_t> k16F84AWords{{0, 0x1683}, {1, 0x0186}, {2, 0x1283}, {3, 0x0189}, {4, 0x1683},
-                                             {5, 0x1408}, {6, 0x1283}, {7, 0x0808}, {8, 0x0086}, {9, 0x2809},
-                                             {10, 0x3FFF}};
-const std::map<size_t, int32_t> k16F628AWords{{0, 0x2805}, {1, 0x3FFF}, {4, 0x0009}, {5, 0x3007}, {6, 0x009F},
-                                              {7, 0x1683}, {8, 0x0186}, {0x0E, 0x280E}, {0x0F, 0x3FFF}};
-
-std::vector<GpasmFile> Files() {
-  return {
-      {"blink_12c508a.inhx8m.hex", test::Pic12C508A(), k12C508AWords, {1, 2, 3, 4}, 0xFEA, {}},
-      {"blink_12c508a.inhx32.hex", test::Pic12C508A(), k12C508AWords, {1, 2, 3, 4}, 0xFEA, {}},
-      {"eeprom_16f84a.inhx8m.hex", test::Pic16F84A(), k16F84AWords, {4, 3, 2, 1}, 0x3FF1,
-       {0x12, 0x34, 0x56, 0x4F, 0x4B, 0xFF}},
-      {"eeprom_16f84a.inhx32.hex", test::Pic16F84A(), k16F84AWords, {4, 3, 2, 1}, 0x3FF1,
-       {0x12, 0x34, 0x56, 0x4F, 0x4B, 0xFF}},
-      {"eeprom_16f628a.inhx8m.hex", test::Pic16F628A(), k16F628AWords, {0, 0xA, 5, 0xF}, 0x3F50,
-       {0xA5, 0x5A, 0x00, 0xFF, 0x80, 0xFF}},
-      {"eeprom_16f628a.inhx32.hex", test::Pic16F628A(), k16F628AWords, {0, 0xA, 5, 0xF}, 0x3F50,
-       {0xA5, 0x5A, 0x00, 0xFF, 0x80, 0xFF}},
+TEST(GpasmFile, EachExampleLoadsWithItsWordsIdsConfigurationAndEeprom) {
+  struct Example {
+    std::string name;
+    DeviceDescriptor device;
+    std::map<size_t, int32_t> words;  // program address -> word
+    std::array<int32_t, 4> ids;
+    int32_t configWord;
+    std::vector<int16_t> eeprom;  // from data address 0
   };
+  const Example examples[] = {
+      {"blink_12c508a", test::Pic12C508A(),
+       {{0, 0x025}, {1, 0xCFE}, {2, 0x006}, {3, 0x506}, {4, 0x406}, {5, 0xA03}, {6, 0xFFF}, {0x1FF, 0xFFF}},
+       {1, 2, 3, 4}, 0xFEA, {}},
+      {"eeprom_16f84a", test::Pic16F84A(),
+       {{0, 0x1683}, {1, 0x0186}, {2, 0x1283}, {3, 0x0189}, {4, 0x1683}, {5, 0x1408}, {6, 0x1283}, {7, 0x0808},
+        {8, 0x0086}, {9, 0x2809}, {10, 0x3FFF}},
+       {4, 3, 2, 1}, 0x3FF1, {0x12, 0x34, 0x56, 0x4F, 0x4B, 0xFF}},
+      {"eeprom_16f628a", test::Pic16F628A(),
+       {{0, 0x2805}, {1, 0x3FFF}, {4, 0x0009}, {5, 0x3007}, {6, 0x009F}, {7, 0x1683}, {8, 0x0186}, {0x0E, 0x280E},
+        {0x0F, 0x3FFF}},
+       {0, 0xA, 5, 0xF}, 0x3F50, {0xA5, 0x5A, 0x00, 0xFF, 0x80, 0xFF}},
+  };
+  for (const Example& e : examples) {
+    for (const char* format : {".inhx8m.hex", ".inhx32.hex"}) {
+      SCOPED_TRACE(e.name + format);
+      MemoryImage image = test::SelectedImage(e.device);
+      const LoadReport report = LoadImageFile(test::ExamplePath(e.name + format), false, e.device, image);
+      ASSERT_TRUE(report.loaded) << (report.messages.empty() ? "" : report.messages[0].text);
+      EXPECT_TRUE(report.messages.empty());
+      for (const auto& [address, word] : e.words) EXPECT_EQ(image.programBuffer[address], word) << address;
+      for (size_t i = 0; i < 4; ++i) EXPECT_EQ(image.idWords[i], e.ids[i]) << i;
+      EXPECT_EQ(image.configWord, e.configWord);
+      for (size_t i = 0; i < e.eeprom.size(); ++i) EXPECT_EQ(image.dataBuffer[i], e.eeprom[i]) << i;
+    }
+  }
 }
-
-class GpasmFileLoads : public testing::TestWithParam<GpasmFile> {};
-
-TEST_P(GpasmFileLoads, WithItsWordsIdsConfigurationAndEeprom) {
-  const GpasmFile& f = GetParam();
-  MemoryImage image = test::SelectedImage(f.device);
-  const LoadReport report = LoadImageFile(test::ExamplePath(f.file), false, f.device, image);
-  ASSERT_TRUE(report.loaded) << (report.messages.empty() ? "" : report.messages[0].text);
-  EXPECT_TRUE(report.messages.empty());
-  for (const auto& [address, word] : f.words) EXPECT_EQ(image.programBuffer[address], word) << address;
-  for (size_t i = 0; i < 4; ++i) EXPECT_EQ(image.idWords[i], f.ids[i]) << i;
-  EXPECT_EQ(image.configWord, f.configWord);
-  for (size_t i = 0; i < f.eeprom.size(); ++i) EXPECT_EQ(image.dataBuffer[i], f.eeprom[i]) << i;
-}
-
-INSTANTIATE_TEST_SUITE_P(Examples, GpasmFileLoads, testing::ValuesIn(Files()),
-                         [](const testing::TestParamInfo<GpasmFile>& param) {
-                           std::string name = param.param.file;
-                           for (char& c : name) {
-                             if (c == '.') c = '_';
-                           }
-                           return name;
-                         });
 
 TEST(GpasmFile, EighteenFProgramLoadsAndItsOddConfigurationRecordIsReadTheOldWay) {
   const DeviceDescriptor device = test::Pic18F452();
@@ -109,9 +91,9 @@ TEST(GpasmFile, ExamplesAreWhatGpasmMakesOfTheirSources) {
                                   test::ExamplePath(std::string(s.name) + ".asm") + " -o " + out;
       ASSERT_EQ(test::RunCommand(command).exitCode, 0) << command;
       const std::string made = dir.Read(std::string(s.name) + "." + kind + ".hex");
-      const std::string kept = test::RunCommand("cat " + test::ExamplePath(std::string(s.name) + "." + kind + ".hex")).out;
-      EXPECT_EQ(made, kept) << s.name << " " << kind;
       EXPECT_FALSE(made.empty());
+      EXPECT_EQ(made, test::RunCommand("cat " + test::ExamplePath(std::string(s.name) + "." + kind + ".hex")).out)
+          << s.name << " " << kind;
     }
   }
 }

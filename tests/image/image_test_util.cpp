@@ -2,6 +2,10 @@
 #include "image/image_test_util.h"
 
 #include <cstdio>
+#include <fstream>
+#include <sstream>
+
+#include "support/devices.h"
 
 namespace quorvi::test {
 
@@ -29,6 +33,28 @@ MemoryImage SelectedImage(const DeviceDescriptor& device) {
   }
   image.config18Bytes.fill(0x5A);
   return image;
+}
+
+MemoryImage Sample16F84() {
+  MemoryImage image = SelectedImage(Pic16F84());
+  image.programBuffer[1] = -1;
+  image.programBuffer[2] = 0x12345;
+  image.programBuffer[3] = 7;
+  image.programBuffer[4] = -32743;  // 8019h as the reader loads it
+  image.programBuffer[0x3FF] = 0x2ABC;
+  for (const auto& [at, byte] : {std::pair{0, 0xAB}, {8, 0x0A}, {9, -1}, {63, 0x5A}, {255, 0x12}}) {
+    image.dataBuffer[static_cast<size_t>(at)] = static_cast<int16_t>(byte);
+  }
+  image.idWords = {0x3FFF, 0x1234, 0x0000, 0xABCD, 0};
+  image.configWord = 0x3FF1;
+  return image;
+}
+
+std::string Golden(const std::string& name) {
+  std::ifstream in(std::string(QUORVI_TEST_DATA_DIR) + "/" + name, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
 }
 
 std::string JoinLines(const std::vector<std::string>& lines, const std::string& lineEnd) {

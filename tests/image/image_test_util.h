@@ -13,6 +13,14 @@ namespace quorvi::test {
 /// slots that a load must not touch.
 MemoryImage SelectedImage(const DeviceDescriptor& device);
 
+/// A 16F84 image with words and bytes of every width the writer and the
+/// listings show, IDs and a configuration word: the source of the golden files
+/// save_16f84.hex and listing_16f84_*.txt.
+MemoryImage Sample16F84();
+
+/// The content of a golden file in tests/data/.
+std::string Golden(const std::string& name);
+
 /// One Intel HEX record with its correct checksum, e.g.
 /// HexRecord(0x400E, 0, {0xF1, 0x3F}) is ":02400E00F13F80".
 std::string HexRecord(int byteAddress, int type, const std::vector<int>& bytes);

@@ -18,64 +18,43 @@ MemoryImage Marked() {
   return image;
 }
 
-TEST(ClearImage, BlanksTheFirst32761SlotsWhateverTheDevice) {
-  MemoryImage image = Marked();
-  ClearImage(test::Pic16F84(), image);
-  for (size_t a = 0; a <= 32760; ++a) ASSERT_EQ(image.programBuffer[a], 0x3FFF) << a;
-  for (size_t a = 32761; a < image.programBuffer.size(); ++a) ASSERT_EQ(image.programBuffer[a], 7) << a;
-  for (const int16_t byte : image.dataBuffer) EXPECT_EQ(byte, 0xFF);
-}
-
-TEST(ClearImage, LeavesConfigurationIdsAnd18FBytes) {
-  MemoryImage image = Marked();
-  ClearImage(test::Pic18F452(), image);
-  EXPECT_EQ(image.configWord, 0x1234);
-  EXPECT_EQ(image.idWords, (std::array<int32_t, 5>{1, 2, 3, 4, 5}));
-  for (const uint8_t byte : image.config18Bytes) EXPECT_EQ(byte, 0x42);
-}
-
-TEST(ClearImage, BlankWordFollowsTheFamily) {
-  struct Case {
-    DeviceDescriptor device;
-    int32_t blank;
-  };
-  for (const auto& c : {Case{test::Pic12C508A(), 0xFFF}, Case{test::Eeprom24C16(), 0xFF},
-                        Case{test::Pic16C622(), 0x3FFF}, Case{test::Pic18F452(), 0x3FFF}}) {
+TEST(ClearImage, BlanksTheFirst32761SlotsAndTheDataWithTheFamilysBlank) {
+  for (const auto& [device, blank] : {std::pair{test::Pic16F84(), 0x3FFF}, {test::Pic12C508A(), 0xFFF},
+                                      {test::Eeprom24C16(), 0xFF}, {test::Pic16C622(), 0x3FFF},
+                                      {test::Pic18F452(), 0x3FFF}}) {
     MemoryImage image = Marked();
-    ClearImage(c.device, image);
-    EXPECT_EQ(image.programBuffer[0], c.blank) << c.device.name;
-    EXPECT_EQ(image.programBuffer[32760], c.blank) << c.device.name;
-    EXPECT_EQ(BlankWordForFamily(c.device.family), c.blank) << c.device.name;
+    ClearImage(device, image);
+    for (size_t a = 0; a <= 32760; ++a) ASSERT_EQ(image.programBuffer[a], blank) << device.name << " " << a;
+    EXPECT_EQ(image.programBuffer[32761], 7) << device.name;
+    for (const int16_t byte : image.dataBuffer) ASSERT_EQ(byte, 0xFF) << device.name;
+    // The configuration, IDs and 18F bytes stay.
+    EXPECT_EQ(image.configWord, 0x1234);
+    EXPECT_EQ(image.idWords, (std::array<int32_t, 5>{1, 2, 3, 4, 5}));
+    EXPECT_EQ(image.config18Bytes, Marked().config18Bytes);
   }
 }
 
-TEST(ResetImageOnSelection, TwelveBitPartBlanksTo0xFFFAndIdsTo0xF) {
-  MemoryImage image = Marked();
-  const DeviceDescriptor device = test::Pic12C508A();
-  ResetImageOnSelection(device, image);
-  for (size_t a = 0; a <= 0x1FF; ++a) ASSERT_EQ(image.programBuffer[a], 0xFFF) << a;
-  EXPECT_EQ(image.programBuffer[0x200], 7);  // one slot past the size stays
-  EXPECT_EQ(image.idWords, (std::array<int32_t, 5>{0xF, 0xF, 0xF, 0xF, 5}));
-  EXPECT_EQ(image.configWord, 0xFFF);
-  for (const int16_t byte : image.dataBuffer) EXPECT_EQ(byte, 0xFF);
-}
-
-TEST(ResetImageOnSelection, FuseMap21MasksTheConfigurationWord) {
-  MemoryImage image = Marked();
-  DeviceDescriptor device = test::Pic16C622();
-  device.fuseMap = 21;
-  ResetImageOnSelection(device, image);
-  EXPECT_EQ(image.configWord, 0x1FF);
-  EXPECT_EQ(image.idWords[0], 0x3FFF);
-  EXPECT_EQ(image.programBuffer[0x7FF], 0x3FFF);
-  EXPECT_EQ(image.programBuffer[0x800], 7);
-}
-
-TEST(ResetImageOnSelection, SerialEepromGetsTheFourteenBitBlank) {
-  MemoryImage image = Marked();
-  ResetImageOnSelection(test::Eeprom24C16(), image);
-  EXPECT_EQ(image.programBuffer[0], 0x3FFF);
-  EXPECT_EQ(image.configWord, 0x3FFF);
+TEST(ResetImageOnSelection, BlanksTheDevicesWordsIdsAndConfiguration) {
+  struct Case {
+    DeviceDescriptor device;
+    int32_t blank;
+    int32_t id;
+    int32_t configWord;
+  };
+  DeviceDescriptor map21 = test::Pic16C622();
+  map21.fuseMap = 21;
+  // Selection knows no serial-EEPROM blank: 24Cxx parts get the 14-bit one.
+  for (const Case& c : {Case{test::Pic12C508A(), 0xFFF, 0xF, 0xFFF}, Case{map21, 0x3FFF, 0x3FFF, 0x1FF},
+                        Case{test::Eeprom24C16(), 0x3FFF, 0x3FFF, 0x3FFF}}) {
+    MemoryImage image = Marked();
+    ResetImageOnSelection(c.device, image);
+    const auto size = static_cast<size_t>(c.device.programSize);
+    for (size_t a = 0; a <= size; ++a) ASSERT_EQ(image.programBuffer[a], c.blank) << c.device.name << " " << a;
+    EXPECT_EQ(image.programBuffer[size + 1], 7) << c.device.name;
+    EXPECT_EQ(image.idWords, (std::array<int32_t, 5>{c.id, c.id, c.id, c.id, 5})) << c.device.name;
+    EXPECT_EQ(image.configWord, c.configWord) << c.device.name;
+    for (const int16_t byte : image.dataBuffer) ASSERT_EQ(byte, 0xFF) << c.device.name;
+  }
 }
 
 }  // namespace

@@ -10,38 +10,33 @@
 namespace quorvi {
 namespace {
 
-TEST(OpenImageCommand, LoadsAndPicksUpTheCompanionFile) {
-  test::TempDir dir;
-  const std::string path = dir.Write("board.hex", ":020000003412B8\n:02400E00F13F80\n:00000001FF\n");
-  dir.Write("board.SQT", "41\n1020\n4\n1\n");
-  const DeviceDescriptor device = test::Pic16F84();
-  MemoryImage image = test::SelectedImage(device);
-  SerialState serial;
-  const OpenedImage opened = OpenImageCommand(path, device, image, serial);
-  ASSERT_TRUE(opened.load.loaded);
-  EXPECT_EQ(image.programBuffer[0], 0x1234);
-  EXPECT_EQ(opened.fileName, "board.hex");
-  EXPECT_EQ(opened.lastDirectory, dir.path().string());
-  ASSERT_TRUE(opened.timeStamp.has_value());
-  EXPECT_EQ(opened.timeStamp, FileTimeStamp(path));
-  ASSERT_TRUE(opened.serial.has_value());
-  EXPECT_EQ(opened.serial->colour, kSerialOnColour);
-  EXPECT_EQ(opened.serial->indicator, "0041");
-  EXPECT_TRUE(serial.switchedOn);
-  EXPECT_EQ(serial.startAddress, 1020);
-}
-
-TEST(OpenImageCommand, WithoutCompanionTheSwitchGoesOff) {
-  test::TempDir dir;
-  const std::string path = dir.Write("board.hex", ":02400E00F13F80\n:00000001FF\n");
-  const DeviceDescriptor device = test::Pic16F84();
-  MemoryImage image = test::SelectedImage(device);
-  SerialState serial;
-  serial.switchedOn = true;
-  const OpenedImage opened = OpenImageCommand(path, device, image, serial);
-  ASSERT_TRUE(opened.serial.has_value());
-  EXPECT_EQ(opened.serial->colour, kSerialOffColour);
-  EXPECT_FALSE(serial.switchedOn);
+TEST(OpenImageCommand, LoadsAndSetsTheSwitchFromTheCompanionFile) {
+  struct Case {
+    const char* companion;  // nothing: no file
+    bool switchedOn;
+    const char* indicator;  // empty while the numbering is inactive
+  };
+  for (const Case c : {Case{nullptr, false, ""}, {"41\n1020\n4\n1\n", true, "0041"}, {"41\n1020\n4\n0\n", true, ""}}) {
+    test::TempDir dir;
+    const std::string path = dir.Write("board.hex", ":020000003412B8\n:02400E00F13F80\n:00000001FF\n");
+    if (c.companion != nullptr) dir.Write("board.SQT", c.companion);
+    const DeviceDescriptor device = test::Pic16F84();
+    MemoryImage image = test::SelectedImage(device);
+    SerialState serial;
+    serial.switchedOn = !c.switchedOn;
+    const OpenedImage opened = OpenImageCommand(path, device, image, serial);
+    ASSERT_TRUE(opened.load.loaded);
+    EXPECT_EQ(image.programBuffer[0], 0x1234);
+    EXPECT_EQ(opened.fileName, "board.hex");
+    EXPECT_EQ(opened.lastDirectory, dir.path().string());
+    ASSERT_TRUE(opened.timeStamp.has_value());
+    EXPECT_EQ(opened.timeStamp, FileTimeStamp(path));
+    ASSERT_TRUE(opened.serial.has_value());
+    EXPECT_EQ(opened.serial->colour, c.switchedOn ? kSerialOnColour : kSerialOffColour);
+    EXPECT_EQ(opened.serial->indicator, c.indicator);
+    EXPECT_EQ(serial.switchedOn, c.switchedOn);
+    EXPECT_EQ(serial.startAddress, c.companion != nullptr ? 1020 : 0);
+  }
 }
 
 TEST(OpenImageCommand, AMissingFileKeepsTheNameButNothingElse) {

@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <utility>
+
 #include "image/image_test_util.h"
 #include "image/image_texts.h"
 #include "support/devices.h"
@@ -32,86 +35,56 @@ SerialState Counting(double serial, int16_t start, int16_t size, int16_t increme
   return state;
 }
 
-TEST(ApplySerial, FourteenBitPartGetsRetlwWordsLeastSignificantByteFirst) {
-  const DeviceDescriptor device = test::Pic16F84();
-  MemoryImage image = test::SelectedImage(device);
-  ASSERT_TRUE(ApplySerial(Counting(0x123456, 0x3FD, 3), device, image, NeverDrawn()).ok());
-  EXPECT_EQ(image.programBuffer[0x3FC], 0x3FFF);
-  EXPECT_EQ(image.programBuffer[0x3FD], 0x3456);
-  EXPECT_EQ(image.programBuffer[0x3FE], 0x3434);
-  EXPECT_EQ(image.programBuffer[0x3FF], 0x3412);
-  EXPECT_EQ(image.programBuffer[0x400], 0x55);
+SerialState Random(SerialState state) {
+  state.random = 1;
+  return state;
 }
 
-TEST(ApplySerial, TwelveBitPartGets0x800PlusTheByte) {
-  const DeviceDescriptor device = test::Pic12C508A();
-  MemoryImage image = test::SelectedImage(device);
-  ASSERT_TRUE(ApplySerial(Counting(1193046, 0x3FD, 3), device, image, NeverDrawn()).ok());
-  EXPECT_EQ(image.programBuffer[0x3FD], 0x856);
-  EXPECT_EQ(image.programBuffer[0x3FE], 0x834);
-  EXPECT_EQ(image.programBuffer[0x3FF], 0x812);
-}
-
-TEST(ApplySerial, OnlyFamilies1And2And4AreWritten) {
+TEST(ApplySerial, PlacesOneRetlwWordPerByteLeastSignificantFirst) {
   struct Case {
+    const char* what;
     int16_t family;
-    int32_t word;
+    SerialState state;
+    std::vector<std::pair<size_t, int32_t>> words;  // all others keep their mark
+    const char* error = nullptr;
   };
-  for (const Case c : {Case{1, 0x3407}, {2, 0x3407}, {4, 0x807}, {3, 0x5555}, {5, 0x5555}, {6, 0x5555},
-                       {7, 0x5555}, {8, 0x5555}, {9, 0x5555}}) {
+  std::vector<Case> cases = {
+      {"14-bit part", 1, Counting(0x123456, 0x3FD, 3), {{0x3FD, 0x3456}, {0x3FE, 0x3434}, {0x3FF, 0x3412}}},
+      {"12-bit part", 4, Counting(1193046, 0x3FD, 3), {{0x3FD, 0x856}, {0x3FE, 0x834}, {0x3FF, 0x812}}},
+      {"one-time programmable 14-bit part", 2, Counting(7, 0x10, 1), {{0x10, 0x3407}}},
+      {"halves round to even, bytes beyond the number are 0", 1, Counting(2.5, 0, 2), {{0, 0x3402}, {1, 0x3400}}},
+      {"carry into the second byte", 1, Counting(0x1FF, 0, 2), {{0, 0x34FF}, {1, 0x3401}}},
+      {"the largest 32-bit number", 1, Counting(2147483647.0, 0, 4),
+       {{0, 0x34FF}, {1, 0x34FF}, {2, 0x34FF}, {3, 0x347F}}},
+      {"2^31 overflows", 1, Counting(2147483648.0, 0, 1), {}, "Overflow"},
+      {"an address before the buffer", 1, Counting(1, -1, 2), {}, "outside program memory"},
+      // Int(0.1234 x 100 + 1) = 13, not the 41 shown.
+      {"random mode places a fresh draw", 1, Random(Counting(41, 0, 2)), {{0, 0x340D}, {1, 0x3400}}},
+  };
+  for (const int16_t family : std::initializer_list<int16_t>{3, 5, 6, 7, 8, 9}) {
+    cases.push_back({"family without serial numbers", family, Counting(7, 0x10, 1), {}});
+  }
+  for (const Case& c : cases) {
+    SCOPED_TRACE(std::string(c.what) + ", family " + std::to_string(c.family));
     const DeviceDescriptor device = test::MakeDevice({.name = "X", .programSize = 0x3FF, .family = c.family});
     MemoryImage image;
-    image.programBuffer[0x10] = 0x5555;
-    ASSERT_TRUE(ApplySerial(Counting(7, 0x10, 1), device, image, NeverDrawn()).ok());
-    EXPECT_EQ(image.programBuffer[0x10], c.word) << c.family;
+    std::fill(image.programBuffer.begin(), image.programBuffer.end(), 0x5555);
+    std::vector<int32_t> expected = image.programBuffer;
+    for (const auto& [address, word] : c.words) expected[address] = word;
+    const Status status = ApplySerial(c.state, device, image, c.state.random == 1 ? Fixed(0.1234) : NeverDrawn());
+    EXPECT_EQ(status.ok(), c.error == nullptr) << status.message();
+    if (c.error != nullptr) {
+      EXPECT_NE(status.message().find(c.error), std::string::npos) << status.message();
+    }
+    const auto [got, want] = std::mismatch(image.programBuffer.begin(), image.programBuffer.end(), expected.begin());
+    EXPECT_TRUE(got == image.programBuffer.end())
+        << "word 0x" << std::hex << (got - image.programBuffer.begin()) << " is " << *got << ", not " << *want;
   }
 }
 
-TEST(ApplySerial, BytesBeyondTheNumberAreZeroAndHalvesRoundToEven) {
-  const DeviceDescriptor device = test::Pic16F84();
-  MemoryImage image;
-  ASSERT_TRUE(ApplySerial(Counting(2.5, 0, 2), device, image, NeverDrawn()).ok());
-  EXPECT_EQ(image.programBuffer[0], 0x3402);
-  EXPECT_EQ(image.programBuffer[1], 0x3400);
-  ASSERT_TRUE(ApplySerial(Counting(0x1FF, 0, 2), device, image, NeverDrawn()).ok());
-  EXPECT_EQ(image.programBuffer[0], 0x34FF);
-  EXPECT_EQ(image.programBuffer[1], 0x3401);
-}
-
-TEST(ApplySerial, NumbersOf2To31OrMoreOverflowAndChangeNothing) {
-  const DeviceDescriptor device = test::Pic16F84();
-  MemoryImage image = test::SelectedImage(device);
-  const MemoryImage before = image;
-  const Status status = ApplySerial(Counting(2147483648.0, 0, 1), device, image, NeverDrawn());
-  ASSERT_FALSE(status.ok());
-  EXPECT_NE(status.message().find("Overflow"), std::string::npos);
-  EXPECT_EQ(image, before);
-  EXPECT_TRUE(ApplySerial(Counting(2147483647.0, 0, 4), device, image, NeverDrawn()).ok());
-  EXPECT_EQ(image.programBuffer[3], 0x347F);
-}
-
-TEST(ApplySerial, AddressesOutsideTheBufferFailAndChangeNothing) {
-  const DeviceDescriptor device = test::Pic16F84();
-  MemoryImage image;
-  const MemoryImage before = image;
-  EXPECT_FALSE(ApplySerial(Counting(1, -1, 2), device, image, NeverDrawn()).ok());
-  EXPECT_EQ(image, before);
-}
-
-TEST(ApplySerial, RandomModePlacesAFreshDrawNotTheShownNumber) {
-  const DeviceDescriptor device = test::Pic16F84();
-  MemoryImage image;
-  SerialState state = Counting(41, 0, 2);
-  state.random = 1;
-  // Int(0.1234 x 100 + 1) = 13.
-  ASSERT_TRUE(ApplySerial(state, device, image, Fixed(0.1234)).ok());
-  EXPECT_EQ(image.programBuffer[0], 0x340D);
-  EXPECT_EQ(state.serialNumber, 41);
+TEST(ApplySerial, DrawsFromOneToTenToTheSize) {
   EXPECT_EQ(DrawSerialNumber(3, Fixed(0.0)), 1);
   EXPECT_EQ(DrawSerialNumber(3, Fixed(0.9999999)), 1000);
-}
-
-TEST(ClockSeededUniform, DrawsWithinZeroToOne) {
   const UniformDraw draw = ClockSeededUniform();
   for (int i = 0; i < 100; ++i) {
     const double r = draw();
@@ -120,58 +93,36 @@ TEST(ClockSeededUniform, DrawsWithinZeroToOne) {
   }
 }
 
-TEST(SerialActive, NeedsTheSwitchSizeAndIncrement) {
-  EXPECT_TRUE(SerialActive(Counting(1, 0, 2, 1)));
-  EXPECT_FALSE(SerialActive(Counting(1, 0, 0, 1)));
-  EXPECT_FALSE(SerialActive(Counting(1, 0, 2, 0)));
-  SerialState off = Counting(1, 0, 2, 1);
-  off.switchedOn = false;
-  EXPECT_FALSE(SerialActive(off));
-}
-
-TEST(AdvanceSerialAfterWrite, CountsRewritesTheCompanionAndPlacesTheNextNumber) {
-  test::TempDir dir;
-  const std::string imagePath = dir.Write("board.HEX", ":00000001FF\n");
-  const DeviceDescriptor device = test::Pic16F84();
-  MemoryImage image = test::SelectedImage(device);
-  SerialState state = Counting(41, 0x3FC, 4, 1);
-  ASSERT_TRUE(AdvanceSerialAfterWrite(state, imagePath, device, image, NeverDrawn()).ok());
-  EXPECT_EQ(state.serialNumber, 42);
-  EXPECT_EQ(SerialIndicatorText(state), "0042");
-  EXPECT_EQ(test::SplitLines(dir.Read("board.SQT")), (std::vector<std::string>{"42", "1020", "4", "1"}));
-  EXPECT_EQ(image.programBuffer[0x3FC], 0x342A);
-  EXPECT_EQ(image.programBuffer[0x3FD], 0x3400);
-}
-
-TEST(AdvanceSerialAfterWrite, RandomModeDrawsTwice) {
-  test::TempDir dir;
-  const std::string imagePath = dir.Write("board.hex", "");
-  const DeviceDescriptor device = test::Pic16F84();
-  MemoryImage image;
-  SerialState state = Counting(41, 0, 1, 1);
-  state.random = 1;
-  double next = 0.05;
-  const UniformDraw draw = [&next] {
-    const double r = next;
-    next += 0.1;
-    return r;
+TEST(AdvanceSerialAfterWrite, RewritesTheCompanionAndPlacesTheNextNumberWhenActive) {
+  struct Case {
+    SerialState state;
+    const char* companion;  // empty: none written
+    const char* indicator;
+    std::vector<std::pair<size_t, int32_t>> words;
   };
-  ASSERT_TRUE(AdvanceSerialAfterWrite(state, imagePath, device, image, draw).ok());
-  EXPECT_EQ(state.serialNumber, 1);             // Int(0.05 x 10 + 1)
-  EXPECT_EQ(image.programBuffer[0], 0x3402);    // Int(0.15 x 10 + 1), the second draw
-  EXPECT_EQ(test::SplitLines(dir.Read("board.SQT"))[0], "1");
-}
-
-TEST(AdvanceSerialAfterWrite, InactiveNumberingDoesNothing) {
-  test::TempDir dir;
-  const std::string imagePath = dir.Write("board.hex", "");
-  MemoryImage image;
-  const MemoryImage before = image;
-  SerialState state = Counting(41, 0, 4, 0);
-  ASSERT_TRUE(AdvanceSerialAfterWrite(state, imagePath, test::Pic16F84(), image, NeverDrawn()).ok());
-  EXPECT_EQ(state.serialNumber, 41);
-  EXPECT_EQ(image, before);
-  EXPECT_FALSE(std::filesystem::exists(dir.path() / "board.SQT"));
+  SerialState off = Counting(41, 0, 4, 1);
+  off.switchedOn = false;
+  // Counting adds the increment; random mode draws the number shown
+  // (Int(0.05 x 10 + 1) = 1), then draws again for the one placed (2).
+  for (const Case& c : {Case{Counting(41, 0x3FC, 4, 1), "42\r\n1020\r\n4\r\n1\r\n", "0042",
+                             {{0x3FC, 0x342A}, {0x3FD, 0x3400}, {0x3FE, 0x3400}, {0x3FF, 0x3400}}},
+                        Case{Random(Counting(41, 0, 1, 1)), "1\r\n0\r\n1\r\n1\r\n", "1", {{0, 0x3402}}},
+                        Case{off, "", "0041", {}}, Case{Counting(41, 0, 0, 1), "", "41", {}},
+                        Case{Counting(41, 0, 4, 0), "", "0041", {}}}) {
+    test::TempDir dir;
+    const std::string imagePath = dir.Write("board.HEX", ":00000001FF\n");
+    MemoryImage image = test::SelectedImage(test::Pic16F84());
+    std::vector<int32_t> expected = image.programBuffer;
+    for (const auto& [address, word] : c.words) expected[address] = word;
+    SerialState state = c.state;
+    double next = 0.05;
+    const UniformDraw draws = [&next] { return std::exchange(next, next + 0.1); };
+    ASSERT_TRUE(
+        AdvanceSerialAfterWrite(state, imagePath, test::Pic16F84(), image, state.random ? draws : NeverDrawn()).ok());
+    EXPECT_EQ(dir.Read("board.SQT"), c.companion);
+    EXPECT_EQ(SerialIndicatorText(state), c.indicator);
+    EXPECT_TRUE(image.programBuffer == expected) << c.indicator;
+  }
 }
 
 TEST(SerialTexts, LeadingZerosToTheirWidths) {
@@ -201,11 +152,10 @@ TEST(CompanionFile, WritesAndReadsTheFourNumbers) {
   EXPECT_EQ(dir.Read("a.SQT"), "123456789012345\r\n-2\r\n8\r\n300\r\n");
   SerialState back;
   ASSERT_TRUE(ReadCompanionFile(path, back));
-  EXPECT_EQ(back.serialNumber, state.serialNumber);
-  EXPECT_EQ(back.startAddress, -2);
-  EXPECT_EQ(back.size, 8);
-  EXPECT_EQ(back.increment, 300);
-  EXPECT_EQ(back.random, 0);  // not stored
+  SerialState expected = state;
+  expected.random = 0;  // not stored
+  expected.switchedOn = false;
+  EXPECT_EQ(back, expected);
 }
 
 TEST(CompanionFile, ReadingToleratesBrokenContent) {
@@ -227,28 +177,6 @@ TEST(CompanionFile, ReadingToleratesBrokenContent) {
   SerialState state = old;
   EXPECT_FALSE(ReadCompanionFile("/nonexistent/a.SQT", state));
   EXPECT_EQ(state, old);
-}
-
-TEST(CompanionFile, OpeningAnImageSetsTheSwitchFromTheCompanion) {
-  test::TempDir dir;
-  const std::string image = dir.Write("board.hex", ":00000001FF\n");
-  SerialState state;
-  SerialOnOpen open = ReadCompanionOnOpen(image, state);
-  EXPECT_FALSE(state.switchedOn);
-  EXPECT_EQ(open.colour, kSerialOffColour);
-  EXPECT_EQ(open.indicator, "");
-
-  dir.Write("board.SQT", "41\n100\n4\n1\n");
-  open = ReadCompanionOnOpen(image, state);
-  EXPECT_TRUE(state.switchedOn);
-  EXPECT_EQ(open.colour, kSerialOnColour);
-  EXPECT_EQ(open.indicator, "0041");
-
-  dir.Write("board.SQT", "41\n100\n4\n0\n");
-  open = ReadCompanionOnOpen(image, state);
-  EXPECT_TRUE(state.switchedOn);
-  EXPECT_FALSE(SerialActive(state));
-  EXPECT_EQ(open.indicator, "");
 }
 
 TEST(SerialMenu, TogglesOnlyWithAnImageFile) {
@@ -290,10 +218,6 @@ TEST(SerialDialog, InputRules) {
   EXPECT_EQ(state.increment, 2);
   EXPECT_FALSE(SetIncrementFromInput(state, "1 2").ok());
 
-  SetRandomFromCheckBox(state, true);
-  EXPECT_EQ(state.random, 1);
-  SetRandomFromCheckBox(state, false);
-  EXPECT_EQ(state.random, 0);
   EXPECT_STREQ(image_text::kPromptSize, "Enter the size of the serial number (max 8 bytes)");
 }
 
