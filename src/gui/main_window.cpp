@@ -38,6 +38,7 @@
 #include "ops/config_write.h"
 #include "ops/read.h"
 #include "ops/write.h"
+#include "sim/sim_board.h"
 #include "util/atomic_file.h"
 
 namespace quorvi::gui {
@@ -436,6 +437,16 @@ void MainWindow::RunOperation(const std::function<OpResult()>& operation) {
   if (result.refreshCalibrationText) txtCal_->setText(Q(state_.txtCal));
   // A write advances the serial number.
   RefreshSerialIndicator(state_.serial.switchedOn ? kSerialOnColour : kSerialOffColour);
+  // A dry run must say what a real chip would have suffered.
+  if (const sim::SimBoard* board = session_.board()) {
+    const std::vector<std::string> problems = board->Problems();
+    if (problems.size() > problemsShown_) {
+      std::string text = "The simulated chip saw rules of its programming document broken:";
+      for (size_t i = problemsShown_; i < problems.size(); ++i) text += "\n" + problems[i];
+      problemsShown_ = problems.size();
+      ShowMessage({text, title::kQuorvi2Alert, MessageIcon::kExclamation});
+    }
+  }
 }
 
 void MainWindow::ShowProgress(double percent) {

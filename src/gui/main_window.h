@@ -113,6 +113,8 @@ class MainWindow final : public QMainWindow, public UiHost {
   void ReportLoad(const LoadReport& report);
 
   Session& session_;
+  /// The simulated board's problems already reported.
+  size_t problemsShown_ = 0;
   AppState& state_;
   Prompts prompts_;
   bool activated_ = false;
