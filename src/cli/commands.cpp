@@ -108,7 +108,15 @@ int VerifyChip(CliSession& session, const std::string& file) {
 }
 
 int EraseChip(CliSession& session, bool blankCalibration) {
-  return Finished(session, cmdFill(session.state(), session.ui(), blankCalibration), "Erase");
+  AppState& state = session.state();
+  const int code = state.device.family;
+  if (!IsFlash14(code) && code != family::kPic18 && code != family::kSerialEeprom) {
+    return Fail("the " + state.device.name + " cannot be erased electrically (a windowed part needs UV light)");
+  }
+  const int erased = Finished(session, cmdFill(state, session.ui(), blankCalibration), "Erase");
+  if (erased != 0) return erased;
+  // The erase reads nothing back: only a blank check can say it worked.
+  return Finished(session, cmdBlank(state, session.ui()), "Blank check");
 }
 
 int WriteFuses(CliSession& session, const std::vector<std::string>& settings, std::optional<int> oscillator,
