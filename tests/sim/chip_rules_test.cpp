@@ -64,6 +64,7 @@ void HandLoad(SimLink& s, int word, Gaps g) {
     s.clock.Advance(g.setupNs);
     s.link.PulseClock();
   };
+  s.clock.Advance(g.commandToDataNs);  // after the command before it, too
   for (int i = 0; i < 6; ++i) bit(((cmd::kLoadDataProgram >> i) & 1) != 0);
   s.clock.Advance(g.commandToDataNs);
   for (int i = 0; i < 16; ++i) bit((((word & 0x3FFF) << 1 >> i) & 1) != 0);  // start and stop bits 0
@@ -71,31 +72,40 @@ void HandLoad(SimLink& s, int word, Gaps g) {
   s.link.SetDataLine(kFalse);
 }
 
-void Enter(SimLink& s) {
-  s.p.EnterProgrammingMode();
-  s.p.LoadProgramData(0x1234);
-}
+using Minimum = MinimumWait ProgrammingTiming::*;
 
 // The documented wait, or half of it for a host that cuts it.
-void Wait(SimLink& s, bool keep, const MinimumWait& minimum) {
+void Wait(SimLink& s, bool keep, Minimum minimum) {
   s.shortWaits = !keep;
-  s.p.WaitAtLeast(0.0F, minimum);
+  s.p.WaitAtLeast(0.0F, s.p.timing().*minimum);
   s.shortWaits = false;
 }
 
-void BeginAndWait(SimLink& s) {
-  s.p.BeginProgramming();
-  Wait(s, true, s.p.timing().program);
+// Entry, Load 1234h at 0, `begin`, its wait, and `end` when the part's cycle is externally timed.
+void Cycle(SimLink& s, int begin, Minimum minimum, bool keepWait = true, int end = -1) {
+  s.p.EnterProgrammingMode();
+  s.p.LoadProgramData(0x1234);
+  s.p.SendCommand(begin);
+  Wait(s, keepWait, minimum);
+  if (end >= 0) s.p.SendCommand(end);
+}
+
+Pic18Protocol Enter18(SimLink& s) {
+  s.p.EnterProgrammingMode();
+  return Pic18Protocol(s.p);
 }
 
 Rule BitRule(const char* rule, Gaps cut, const char* named) {
   return {rule, "16F84A",
           [cut](SimLink& s, bool keep) {
             s.p.EnterProgrammingMode();
+            s.p.IncrementAddress();  // back to back: tdly2 applies
+            s.p.IncrementAddress();
             keep ? s.p.LoadProgramData(0x1234) : HandLoad(s, 0x1234, cut);
-            BeginAndWait(s);
+            s.p.BeginProgramming();
+            Wait(s, true, &ProgrammingTiming::program);
           },
-          0, 0x1234, 0x3FFF, named};
+          2, 0x1234, 0x3FFF, named};
 }
 
 // On a port that costs nothing the host's own waits must keep these.
@@ -115,13 +125,13 @@ const Rule kBitRules[] = {
          s.link.SetVpp1(kTrue);
        }
        s.p.LoadProgramData(0x1234);
-       BeginAndWait(s);
+       s.p.BeginProgramming();
+       Wait(s, true, &ProgrammingTiming::program);
      },
      0, 0x1234, 0x3FFF, "(thld0)"},
     {"18F: PGC low 5 us after programming, or the next command is lost (DS39576 P10)", "18F452",
      [](SimLink& s, bool keep) {
-       Pic18Protocol p18(s.p);
-       s.p.EnterProgrammingMode();
+       Pic18Protocol p18 = Enter18(s);
        p18.BeginBlock(0);
        p18.Transfer(cmd18::kTableWriteStartProgram, 0x1234);
        if (keep) {
@@ -129,7 +139,7 @@ const Rule kBitRules[] = {
        } else {  // the programming hold without its P10
          for (int bit = 0; bit < 3; ++bit) s.p.SendBit(false);
          s.link.SetClockLine(kTrue);
-         Wait(s, true, s.p.timing().hold18);
+         Wait(s, true, &ProgrammingTiming::hold18);
          s.link.SetClockLine(kFalse);
          s.p.SendWord16(insn18::kNop);
        }
@@ -144,70 +154,57 @@ const std::array<uint8_t, 8> kBytes{1, 2, 3, 4, 5, 6, 7, 8};
 const Rule kCycleRules[] = {
     {"a Load before every Begin Programming (DS30262 p.4)", "16F84A",
      [](SimLink& s, bool keep) {
-       Enter(s);
-       BeginAndWait(s);
+       Cycle(s, cmd::kBeginProgramming, &ProgrammingTiming::program);
        s.p.IncrementAddress();
        if (keep) s.p.LoadProgramData(0x1234);
-       BeginAndWait(s);
+       s.p.BeginProgramming();
+       Wait(s, true, &ProgrammingTiming::program);
      },
      1, 0x1234, 0x3FFF, "without a Load"},
     {"no clock in the 10 ms self-timed write; the cell is left erased (DS30262 p.4)", "16F84A",
      [](SimLink& s, bool keep) {
        s.state().program[0] = 0x0555;
-       Enter(s);
-       s.p.BeginProgramming();
-       Wait(s, keep, s.p.timing().program);
+       Cycle(s, cmd::kBeginProgramming, &ProgrammingTiming::program, keep);
        s.p.IncrementAddress();
      },
      0, 0x1234, 0x3FFF, "into a self-timed cycle"},
     {"no clock in the 8 ms Chip Erase (DS39589 p.7)", "16F877A",
      [](SimLink& s, bool keep) {
        s.state().program[5] = 0x0000;
-       Enter(s);
-       s.p.SendCommand(cmd::kChipErase);
-       Wait(s, keep, s.p.timing().chipErase);
+       Cycle(s, cmd::kChipErase, &ProgrammingTiming::chipErase, keep);
        s.p.IncrementAddress();
      },
      5, 0x3FFF, 0x0000, "into a self-timed cycle"},
     {"End Programming no sooner than TPROG 1 ms (DS39589 p.7)", "16F877A",
      [](SimLink& s, bool keep) {
-       Enter(s);
-       s.p.SendCommand(cmd::kBeginProgrammingOnly);
-       Wait(s, keep, s.p.timing().programOnly);
-       s.p.SendCommand(cmd::kEndProgramming2);
+       Cycle(s, cmd::kBeginProgrammingOnly, &ProgrammingTiming::programOnly, keep, cmd::kEndProgramming2);
      },
      0, 0x1234, 0x3FFF, "needs 1000 us"},
     {"End Programming 010111 and no other (DS39589 p.7)", "16F877A",
      [](SimLink& s, bool keep) {
-       Enter(s);
-       s.p.SendCommand(cmd::kBeginProgrammingOnly);
-       Wait(s, true, s.p.timing().programOnly);
-       s.p.SendCommand(keep ? cmd::kEndProgramming2 : cmd::kEndProgramming);
+       Cycle(s, cmd::kBeginProgrammingOnly, &ProgrammingTiming::programOnly, true,
+             keep ? cmd::kEndProgramming2 : cmd::kEndProgramming);
      },
      0, 0x1234, 0x3FFF, "not by the End Programming of DS39589"},
     {"End Programming 001110 and no other (DS30324)", "16F77",
      [](SimLink& s, bool keep) {
-       Enter(s);
-       s.p.BeginProgramming();
-       Wait(s, true, s.p.timing().programOnly);
-       s.p.SendCommand(keep ? cmd::kEndProgramming : cmd::kEndProgramming2);
+       Cycle(s, cmd::kBeginProgramming, &ProgrammingTiming::programOnly, true,
+             keep ? cmd::kEndProgramming : cmd::kEndProgramming2);
      },
      0, 0x1234, 0x3FFF, "not by the End Programming of DS30324"},
     {"EPROM pulses of 100 us (DS30228)", "16C73",
      [](SimLink& s, bool keep) {
        s.state().pulses = {.seed = 1, .minPulses = 1, .maxPulses = 1};
-       Enter(s);
-       s.p.BeginProgramming();
-       Wait(s, keep, s.p.timing().pulse);
-       s.p.EndProgramming();
+       Cycle(s, cmd::kBeginProgramming, &ProgrammingTiming::pulse, keep, cmd::kEndProgramming);
      },
      0, 0x1234, 0x3FFF, "programming pulse of"},
     {"Vdd stays while MCLR is at Vpp: Vpp goes first (DS30262)", "16F84A",
      [](SimLink& s, bool keep) {
-       Enter(s);
+       s.p.EnterProgrammingMode();
+       s.p.LoadProgramData(0x1234);
        s.p.BeginProgramming();
        if (!keep) s.link.SetVdd("off");
-       Wait(s, true, s.p.timing().program);
+       Wait(s, true, &ProgrammingTiming::program);
        s.p.LeaveProgrammingMode();
      },
      0, 0x1234, 0x3FFF, "Vdd switched off while MCLR was at Vpp"},
@@ -219,7 +216,7 @@ const Rule kCycleRules[] = {
        host.EnterProgrammingMode();
        host.LoadProgramData(0x1234);
        host.BeginProgramming();
-       Wait(s, true, host.timing().program);
+       host.WaitAtLeast(0.0F, host.timing().program);
      },
      0, 0x1234, 0x3FFF, "Vpp1 on for 5 us without Vdd"},
     {"board: no supply on for less than 1 ms, here the 24C02's write cycle (DS21202)", "24C02",
@@ -233,8 +230,7 @@ const Rule kCycleRules[] = {
      0x40, 0x5A, 0xFF, "Vdd switched on for only"},
     {"18F: PGC high 1 ms to program (DS39576 P9)", "18F452",
      [](SimLink& s, bool keep) {
-       Pic18Protocol p18(s.p);
-       s.p.EnterProgrammingMode();
+       Pic18Protocol p18 = Enter18(s);
        p18.BeginBlock(0);
        s.shortWaits = !keep;
        p18.LoadPanelBuffer(0, kBytes, true);
@@ -243,8 +239,7 @@ const Rule kCycleRules[] = {
     {"18F: bulk erase 5 ms without clocks (DS39576 P11)", "18F452",
      [](SimLink& s, bool keep) {
        s.state().program[0] = 0x1234;
-       Pic18Protocol p18(s.p);
-       s.p.EnterProgrammingMode();
+       Pic18Protocol p18 = Enter18(s);
        s.shortWaits = !keep;
        p18.BulkErase();
        p18.ReadBytes(0, 2);
@@ -252,8 +247,7 @@ const Rule kCycleRules[] = {
      0, 0xFFFF, 0x1234, "P11 needs 5 ms"},
     {"18F: configuration written only with EEPGD and CFGS set (DS39576 pp.12-14)", "18F452",
      [](SimLink& s, bool keep) {
-       Pic18Protocol p18(s.p);
-       s.p.EnterProgrammingMode();
+       Pic18Protocol p18 = Enter18(s);
        if (keep) return p18.WriteConfigByte(1, 0x22);
        p18.Transfer(cmd18::kCoreInstruction, insn18::kBsfEepgd);
        p18.Transfer(cmd18::kCoreInstruction, insn18::kBcfCfgs);

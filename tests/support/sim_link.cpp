@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/sim_link.h"
 
-#include <gtest/gtest.h>
+#include <stdexcept>
 
 #include "device/part_facts.h"
 #include "hw/delay.h"
@@ -12,18 +12,18 @@ namespace {
 
 using sim::ChipClass;
 
-std::unique_ptr<sim::SimBoard> MakeBoardOrFail(Clock& clock, sim::ChipState state, sim::SimBoard*& out) {
+// A chip the simulator does not have is the test's own mistake; gtest reports the throw.
+std::unique_ptr<sim::SimBoard> MakeBoardFor(Clock& clock, sim::ChipState state, sim::SimBoard*& out) {
   auto board = sim::MakeBoard(clock, std::move(state));
-  if (!board) ADD_FAILURE() << board.message();
-  auto made = board ? std::move(board).value() : std::make_unique<sim::SimBoard>(clock);
-  out = made.get();
-  return made;
+  if (!board) throw std::invalid_argument(board.message());
+  out = board.value().get();
+  return std::move(board).value();
 }
 
 sim::ChipState BlankOf(const std::string& name) {
   auto info = sim::FindChip(name);
-  if (!info) ADD_FAILURE() << info.message();
-  return info ? sim::BlankState(*info.value()) : sim::ChipState{};
+  if (!info) throw std::invalid_argument(info.message());
+  return sim::BlankState(*info.value());
 }
 
 // The host's own facts for the part: its timing class, entry order and bus speed.
@@ -55,7 +55,7 @@ void Walk(SimLink& s, int address) {
 SimLink::SimLink(sim::ChipState state, int64_t portAccessNs)
     : clock(portAccessNs),
       board(nullptr),
-      link(MakeBoardOrFail(clock, state, board), clock),
+      link(MakeBoardFor(clock, state, board), clock),
       p(link, {.name = state.chip,
                .family = FamilyOf(info()),
                .pinCount = info().pins,
@@ -108,24 +108,13 @@ void WriteWord(SimLink& s, int address, int word) {
   const ProgrammingTiming& t = s.p.timing();
   const bool data = address >= sim::kDataSpace && info.kind == ChipClass::kFlash14;
   const bool eprom = info.kind != ChipClass::kFlash14;
+  const bool only = info.programOnly == sim::ProgramOnlyMode::kExternal;  // Begin Programming Only .. 010111
+  const bool external = eprom || only || info.begin == sim::BeginMode::kProgramExternal;
   for (int pulse = 0; pulse < (eprom ? 25 : 1) && !(eprom && s.p.ReadProgramWord() == word); ++pulse) {
-    if (data) {
-      s.p.LoadDataMemory(word);
-    } else {
-      s.p.LoadProgramData(word);
-    }
-    if (info.programOnly == sim::ProgramOnlyMode::kExternal) {
-      s.p.SendCommand(cmd::kBeginProgrammingOnly);
-      s.p.WaitAtLeast(0.0F, t.programOnly);
-      s.p.SendCommand(cmd::kEndProgramming2);
-    } else if (eprom || info.begin == sim::BeginMode::kProgramExternal) {
-      s.p.BeginProgramming();
-      s.p.WaitAtLeast(0.0F, eprom ? t.pulse : t.programOnly);
-      s.p.EndProgramming();
-    } else {
-      s.p.BeginProgramming();
-      s.p.WaitAtLeast(0.0F, data ? t.data : t.program);
-    }
+    data ? s.p.LoadDataMemory(word) : s.p.LoadProgramData(word);
+    s.p.SendCommand(only ? cmd::kBeginProgrammingOnly : cmd::kBeginProgramming);
+    s.p.WaitAtLeast(0.0F, eprom ? t.pulse : external ? t.programOnly : data ? t.data : t.program);
+    if (external) s.p.SendCommand(only ? cmd::kEndProgramming2 : cmd::kEndProgramming);
   }
   s.p.LeaveProgrammingMode();
 }
