@@ -13,15 +13,6 @@ namespace {
 
 const sim::ChipInfo& Info(const char* name) { return *sim::FindChip(name).value(); }
 
-TEST(ChipState, FactoryStateHoldsTheCalibrationTheSeedDraws) {
-  const sim::ChipState blank = sim::BlankState(Info("12F629"));
-  EXPECT_EQ(blank.program[0x3FF], 0x3FFF);
-  const sim::ChipState factory = sim::FactoryState(Info("12F629"), 3);
-  EXPECT_EQ(factory.program[0x3FF] & 0x3F00, 0x3400) << "RETLW (DS41191)";
-  EXPECT_EQ(sim::FactoryState(Info("12F629"), 3), factory);
-  EXPECT_EQ(sim::FactoryState(Info("12C508"), 3).program[0x1FF] & 0xF00, 0xC00) << "MOVLW (DS40152)";
-}
-
 TEST(ChipState, SurvivesItsJsonFileAndCarriesAWriteIntoTheNextRun) {
   sim::ChipState state = sim::FactoryState(Info("16F877A"), 42);
   state.program[17] = 0x2817;

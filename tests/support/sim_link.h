@@ -3,7 +3,6 @@
 // command layer set up for the chip in its socket.
 #pragma once
 
-#include <ostream>
 #include <string>
 
 #include "hw/clock.h"
@@ -12,11 +11,6 @@
 #include "protocol/serial_protocol.h"
 #include "sim/chip_state.h"
 #include "sim/sim_board.h"
-
-namespace quorvi::sim {
-/// Parameterised tests name a chip by its name, not its bytes.
-inline void PrintTo(const ChipInfo& info, std::ostream* os) { *os << info.name; }
-}  // namespace quorvi::sim
 
 namespace quorvi::test {
 
