@@ -51,9 +51,12 @@ constexpr std::array kParts = {
     PartFacts{.name = "16F627", .timing = T::kFlash16F62x, .deviceId = 0x07A0, .configMask = 0x3DFF, .vppFirst = true},
     PartFacts{.name = "16F628", .timing = T::kFlash16F62x, .deviceId = 0x07C0, .configMask = 0x3DFF, .vppFirst = true},
     // DS41196 (16F627A/628A/648A): bits 12:9 not implemented, read as 0.
-    PartFacts{.name = "16F627A", .timing = T::kFlash16F62xA, .deviceId = 0x1040, .configMask = 0x21FF, .vppFirst = true},
-    PartFacts{.name = "16F628A", .timing = T::kFlash16F62xA, .deviceId = 0x1060, .configMask = 0x21FF, .vppFirst = true},
-    PartFacts{.name = "16F648A", .timing = T::kFlash16F62xA, .deviceId = 0x1100, .configMask = 0x21FF, .vppFirst = true},
+    PartFacts{.name = "16F627A", .timing = T::kFlash16F62xA, .deviceId = 0x1040, .configMask = 0x21FF,
+              .vppFirst = true},
+    PartFacts{.name = "16F628A", .timing = T::kFlash16F62xA, .deviceId = 0x1060, .configMask = 0x21FF,
+              .vppFirst = true},
+    PartFacts{.name = "16F648A", .timing = T::kFlash16F62xA, .deviceId = 0x1100, .configMask = 0x21FF,
+              .vppFirst = true},
     // DS39025 (16F87x): bit 10 not implemented.
     PartFacts{.name = "16F870", .timing = T::kFlash16F87x, .deviceId = 0x0D00, .configMask = 0x3BFF},
     PartFacts{.name = "16F871", .timing = T::kFlash16F87x, .deviceId = 0x0D20, .configMask = 0x3BFF},

@@ -63,7 +63,7 @@ void SerialProtocol::Hold(int64_t minimumNs) {
 }
 
 void SerialProtocol::Pulse() {
-  // A fast port must not outrun the chip: DS39025 Table 6-1 (setup, tdly2).
+  // A fast port must not outrun the chip: DS39025 p.18 Table 6-1 (setup, tdly2).
   Hold(afterCommand_ ? IcspTiming().commandToDataNs : IcspTiming().setupNs);
   afterCommand_ = false;
   link_.PulseClock();

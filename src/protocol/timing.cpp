@@ -72,7 +72,7 @@ constexpr std::array<ProgrammingTiming, 11> kTimings{{
      .bulkErase18 = {5.0F, "DS39576 P11: bulk erase 5 ms (an open programmer waits 10 ms)"}},
 }};
 
-// DS30262 and DS39025 (Table 6-1): setup and hold 100 ns, tdly2 1 us, thld0 5 us;
+// DS30262 and DS39025 (p.18 Table 6-1): setup and hold 100 ns, tdly2 1 us, thld0 5 us;
 // DS41196 and DS41191: TPPDP, MCLR at Vpp 5 us before Vdd on a Vpp-first entry.
 // The Vdd-first entry figures show Vdd settled before MCLR rises without a
 // number (unsure): the same 5 us is kept.

@@ -12,7 +12,7 @@ namespace {
 constexpr int kCommandBits = 6;
 constexpr int kFrameClocks = 16;
 
-// DS39025 Table 6-1 (and DS30262 for the 16F8x): setup and hold of data
+// DS39025 p.18 Table 6-1 (and DS30262 for the 16F8x): setup and hold of data
 // around the falling clock edge, tdly2 between a command's last falling edge
 // and the next rising edge, thld0 from MCLR at Vpp to the first clock.
 constexpr int64_t kSetupNs = 100;
@@ -136,7 +136,7 @@ void SerialPicChip::Update(const SocketPins& pins, int64_t nowNs) {
 
 void SerialPicChip::DataChanged(int64_t nowNs) {
   if (!clock_ && nowNs - lastFallNs_ < kHoldNs) {
-    Spoil(nowNs, "data changed " + Ns(nowNs - lastFallNs_) + " after the falling clock edge; DS39025 Table 6-1 "
+    Spoil(nowNs, "data changed " + Ns(nowNs - lastFallNs_) + " after the falling clock edge; DS39025 p.18 Table 6-1 "
                  "holds it " + Ns(kHoldNs));
   }
   lastDataNs_ = nowNs;
@@ -144,12 +144,12 @@ void SerialPicChip::DataChanged(int64_t nowNs) {
 
 void SerialPicChip::RisingEdge(int64_t nowNs) {
   if (firstClock_ && nowNs - entryNs_ < kEntryToClockNs) {
-    Spoil(nowNs, "first clock " + Ns(nowNs - entryNs_) + " after entering programming mode; DS39025 Table 6-1 "
+    Spoil(nowNs, "first clock " + Ns(nowNs - entryNs_) + " after entering programming mode; DS39025 p.18 Table 6-1 "
                  "(thld0) needs " + Ns(kEntryToClockNs));
   }
   firstClock_ = false;
   if (commandEnded_ && nowNs - lastFallNs_ < kCommandToDataNs) {
-    Spoil(nowNs, "clock " + Ns(nowNs - lastFallNs_) + " after a command; DS39025 Table 6-1 (tdly2) needs " +
+    Spoil(nowNs, "clock " + Ns(nowNs - lastFallNs_) + " after a command; DS39025 p.18 Table 6-1 (tdly2) needs " +
                      Ns(kCommandToDataNs));
   }
   commandEnded_ = false;
@@ -166,7 +166,8 @@ void SerialPicChip::RisingEdge(int64_t nowNs) {
 
 void SerialPicChip::FallingEdge(bool data, int64_t nowNs) {
   if (nowNs - lastDataNs_ < kSetupNs) {
-    Spoil(nowNs, "data set " + Ns(nowNs - lastDataNs_) + " before the falling clock edge; DS39025 Table 6-1 needs " +
+    Spoil(nowNs, "data set " + Ns(nowNs - lastDataNs_) +
+                     " before the falling clock edge; DS39025 p.18 Table 6-1 needs " +
                      Ns(kSetupNs));
   }
   lastFallNs_ = nowNs;

@@ -101,7 +101,7 @@ class SerialPicChip : public ChipModel {
   std::optional<int> readWord_;
   std::optional<bool> drive_;
 
-  // Bit timing (DS39025 Table 6-1): when each line last moved.
+  // Bit timing (DS39025 p.18 Table 6-1): when each line last moved.
   bool data_ = false;
   int64_t lastDataNs_ = 0;
   int64_t lastFallNs_ = 0;
