@@ -3,15 +3,19 @@
 #             the simulated board when there is a display, else the CLI job
 # make test   installs, builds, runs every test (then again under ASan/UBSan)
 # make bench  builds and runs the benchmarks (JSON in build/bench.json)
+# make fuzz   builds the readers' libFuzzer harnesses with clang and runs each
+#             for FUZZ_SECONDS; a crash is saved into fuzz/corpus
 
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
+FUZZ_BUILD ?= build-fuzz
+FUZZ_SECONDS ?= 30
 GENERATOR  := $(shell command -v ninja >/dev/null 2>&1 && echo Ninja || echo "Unix Makefiles")
 JOBS       ?= $(shell nproc)
 CLI        := $(BUILD)/bin/quorvi2-cli
 GUI        := $(BUILD)/bin/quorvi2
 
-.PHONY: all deps build build-asan test test-asan run bench clean
+.PHONY: all deps build build-asan test test-asan run bench fuzz clean
 
 all: build
 
@@ -42,5 +46,12 @@ run: build
 bench: build
 	$(BUILD)/bin/quorvi_bench --benchmark_out=$(BUILD)/bench.json --benchmark_out_format=json
 
+fuzz: deps
+	@command -v clang++ >/dev/null 2>&1 || { echo "make fuzz needs clang: apt-get install clang libclang-rt-dev" >&2; exit 1; }
+	cmake -S . -B $(FUZZ_BUILD) -G "$(GENERATOR)" -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_COMPILER=clang++ \
+	  -DQUORVI_FUZZ=ON -DQUORVI_BUILD_TESTS=OFF -DQUORVI_BUILD_BENCH=OFF -DQUORVI_BUILD_GUI=OFF
+	cmake --build $(FUZZ_BUILD) -j $(JOBS)
+	scripts/run-fuzzers $(FUZZ_BUILD) $(FUZZ_SECONDS)
+
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(FUZZ_BUILD)
