@@ -85,8 +85,11 @@ struct AppState {
   /// How the protocols turn a named wait into a DelayMs request.
   WaitPlanner waitPlanner = LengthenedWait;
 
+  /// A mode for this run only (the command line's --mode): never saved.
+  std::optional<std::string> modeForRun;
+
   bool quiet() const { return commandLine.quiet; }
-  bool productionMode() const { return settings.mode == "PROD"; }
+  bool productionMode() const { return modeForRun.value_or(settings.mode) == "PROD"; }
 };
 
 }  // namespace quorvi

@@ -5,7 +5,6 @@
 #include <cstdlib>
 
 #include "app/shell.h"
-#include "cli/interrupt_guard.h"
 #include "sim/sim_board.h"
 
 namespace quorvi::cli {
@@ -31,11 +30,13 @@ Result<std::unique_ptr<CliSession>> CliSession::Open(const GlobalOptions& option
       driver = std::move(traced).value();
     }
     InstallInterruptHandlers();
-    return std::unique_ptr<PortDriver>(std::make_unique<InterruptGuardPort>(std::move(driver), [self] {
+    auto guard = std::make_unique<InterruptGuardPort>(std::move(driver), [self] {
       std::fputs("\nquorvi2-cli: interrupted; the target is powered down\n", stderr);
       self->Finish();
-      std::_Exit(130);
-    }));
+      std::_Exit(InterruptedStatus());
+    });
+    self->guard_ = guard.get();
+    return std::unique_ptr<PortDriver>(std::move(guard));
   };
   Result<std::unique_ptr<Session>> opened = Session::Open(sessionOptions, argv0);
   if (!opened) return opened.status();
@@ -47,7 +48,7 @@ Result<std::unique_ptr<CliSession>> CliSession::Open(const GlobalOptions& option
   if (options.quiet) state.commandLine.quiet = true;
   // No one to ask: a wrong chip stops the run unless --force says otherwise.
   state.wrongChip = options.force ? WrongChipPolicy::kForce : WrongChipPolicy::kStop;
-  if (options.mode) state.settings.mode = *options.mode == "prod" ? "PROD" : "PROT";
+  if (options.mode) state.modeForRun = *options.mode == "prod" ? "PROD" : "PROT";
   state.clock->SetEventPump([self] { self->ui_->PumpEvents(); });
 
   const std::string device = options.device.value_or(state.settings.deviceName);
@@ -61,8 +62,18 @@ Result<std::unique_ptr<CliSession>> CliSession::Open(const GlobalOptions& option
 void CliSession::Finish() {
   if (finished_ || !session_) return;
   finished_ = true;
-  if (Status saved = session_->Finish(); !saved) std::fprintf(stderr, "quorvi2-cli: %s\n", saved.message().c_str());
-  if (tracer_) tracer_->Close();
+  // A signal from here on must not cut the end short: it is only noted.
+  if (guard_) guard_->Disarm();
+  if (Status saved = session_->Finish(); !saved) {
+    std::fprintf(stderr, "quorvi2-cli: %s\n", saved.message().c_str());
+    saveFailed_ = true;
+  }
+  if (tracer_) {
+    if (Status closed = tracer_->Close(); !closed) {
+      std::fprintf(stderr, "quorvi2-cli: %s\n", closed.message().c_str());
+      saveFailed_ = true;
+    }
+  }
   if (const sim::SimBoard* board = session_->board()) {
     // A dry run must say what would have harmed a real chip.
     const std::vector<std::string> problems = board->Problems();

@@ -8,6 +8,7 @@
 #include "app/app_state.h"
 #include "app/session.h"
 #include "cli/terminal_ui.h"
+#include "cli/interrupt_guard.h"
 #include "hw/vcd_trace.h"
 #include "util/result.h"
 
@@ -45,6 +46,8 @@ class CliSession {
   /// What the simulated board and chip saw that would harm a real chip
   /// (printed by Finish); none on a real port.
   size_t simulationProblems() const { return simulationProblems_; }
+  /// The trace or the simulated chip could not be saved.
+  bool saveFailed() const { return saveFailed_; }
 
  private:
   CliSession() = default;
@@ -52,8 +55,10 @@ class CliSession {
   std::unique_ptr<Session> session_;
   std::unique_ptr<TerminalUi> ui_;
   VcdTracePort* tracer_ = nullptr;
+  InterruptGuardPort* guard_ = nullptr;
   bool finished_ = false;
   size_t simulationProblems_ = 0;
+  bool saveFailed_ = false;
 };
 
 }  // namespace quorvi::cli

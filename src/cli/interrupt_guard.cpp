@@ -26,6 +26,8 @@ void InstallInterruptHandlers() {
 
 bool Interrupted() { return gSignal != 0; }
 
+int InterruptedStatus() { return 128 + gSignal; }
+
 InterruptGuardPort::InterruptGuardPort(std::unique_ptr<PortDriver> inner, std::function<void()> onStop)
     : inner_(std::move(inner)), onStop_(std::move(onStop)) {}
 

@@ -13,6 +13,8 @@ namespace quorvi::cli {
 /// powers the target down and ends the program.
 void InstallInterruptHandlers();
 bool Interrupted();
+/// The exit status a run stopped by a signal ends with: 128 + the signal.
+int InterruptedStatus();
 
 /// A port that, once a signal has come, switches the programming voltage
 /// and the supply off and drives data and clock low, then calls `onStop`
@@ -28,6 +30,9 @@ class InterruptGuardPort final : public PortDriver {
   PortDriver& inner() { return *inner_; }
   /// Powers the target down if a signal has come; returns whether it had.
   bool StopIfInterrupted();
+  /// The run is ending anyway: from now on a signal is only noted, so the
+  /// end (power-down, trace, chip state) completes in order.
+  void Disarm() { stopping_ = true; }
 
  private:
   std::unique_ptr<PortDriver> inner_;

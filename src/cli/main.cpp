@@ -10,6 +10,7 @@
 #include "app/home.h"
 #include "cli/cli_session.h"
 #include "cli/commands.h"
+#include "cli/interrupt_guard.h"
 
 namespace {
 
@@ -134,6 +135,9 @@ int main(int argc, char** argv) {
   if (status == 0 && app.got_subcommand("erase")) status = EraseChip(session, blankCalibration);
   if (status == 0 && app.got_subcommand("fuses")) status = WriteFuses(session, fuseSettings, oscillator, fuseWord, brownOut);
   session.Finish();
-  if (status == 0 && (session.ui().failures() > 0 || session.simulationProblems() > 0)) status = 1;
+  if (Interrupted()) return InterruptedStatus();
+  if (status == 0 && (session.ui().failures() > 0 || session.simulationProblems() > 0 || session.saveFailed())) {
+    status = 1;
+  }
   return status;
 }

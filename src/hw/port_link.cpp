@@ -23,6 +23,7 @@ PortLink::PortLink(std::unique_ptr<PortDriver> driver, Clock& clock) : driver_(s
 void PortLink::SetDriver(std::unique_ptr<PortDriver> driver) {
   driver_ = std::move(driver);
   outputShadow_ = line::kIdle;
+  vddStepKnown_ = false;  // another board, or the same one after who knows what
   Write();
 }
 
@@ -112,12 +113,17 @@ void PortLink::SetProgrammingVoltage(Flag on, std::string_view deviceName, int p
 
 int64_t VddStepFor(float volts) { return RoundHalfEven(static_cast<double>(volts) / kVoltsPerVddStep); }
 
+void PortLink::ResetVddStep() {
+  Clear(line::kVddStep);
+  vddStep_ = kVddStepMidScale;
+  DelayMs(clock_, kVddResetPulseMs);
+  Set(line::kVddStep);
+  vddStepKnown_ = true;
+}
+
 Status PortLink::SetVddLevel(float volts) {
   if (volts == 5.0F) {
-    Clear(line::kVddStep);
-    vddStep_ = kVddStepMidScale;
-    DelayMs(clock_, kVddResetPulseMs);
-    Set(line::kVddStep);
+    ResetVddStep();
     return Status::Ok();
   }
   if (!std::isfinite(volts)) return Status::Fail("Vdd level is not a number");
@@ -128,6 +134,7 @@ Status PortLink::SetVddLevel(float volts) {
                   static_cast<double>(volts), (kVddSteps - 1) * kVoltsPerVddStep);
     return Status::Fail(text);
   }
+  if (!vddStepKnown_) ResetVddStep();
   // The counter only counts up, so lowering the level wraps through 255 to 0.
   while (vddStep_ != target) {
     Clear(line::kVddStep);

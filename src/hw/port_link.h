@@ -69,6 +69,8 @@ class PortLink {
   /// Steps the board's supply to `volts`. Exactly 5.0 V resets the counter
   /// with a 250 ms low pulse; other levels count up, wrapping at 256. A level
   /// outside the counter's 0..255 steps is refused and nothing is written.
+  /// While the board's count is unknown (a new port, a new run) the reset
+  /// comes first: counting from a guess lands the supply anywhere.
   Status SetVddLevel(float volts);
   /// Reads the status register; true when DataIn is high.
   bool ReadStatus();
@@ -82,12 +84,15 @@ class PortLink {
   uint8_t outputShadow() const { return outputShadow_; }
   uint8_t statusByte() const { return statusByte_; }
   int vddStep() const { return vddStep_; }
+  /// False until a reset put the board's counter at a known step.
+  bool vddStepKnown() const { return vddStepKnown_; }
 
  private:
   void Set(uint8_t mask);
   void Clear(uint8_t mask);
   void Write();
   void SetVpp(uint8_t mask, Flag on);
+  void ResetVddStep();
 
   std::unique_ptr<PortDriver> driver_;
   Clock& clock_;
@@ -95,6 +100,7 @@ class PortLink {
   uint8_t statusByte_ = 0;
   int64_t lastAccessNs_ = 0;
   int vddStep_ = 0;
+  bool vddStepKnown_ = false;
 };
 
 /// The Vdd-level counter step nearest to `volts` (halves to even).

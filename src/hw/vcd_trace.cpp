@@ -51,13 +51,15 @@ Result<std::unique_ptr<VcdTracePort>> VcdTracePort::Open(std::unique_ptr<PortDri
 VcdTracePort::VcdTracePort(std::unique_ptr<PortDriver> inner, Clock& clock, std::ofstream file, std::string path)
     : inner_(std::move(inner)), clock_(clock), file_(std::move(file)), path_(std::move(path)) {}
 
-VcdTracePort::~VcdTracePort() { Close(); }
+VcdTracePort::~VcdTracePort() { (void)Close(); }
 
-void VcdTracePort::Close() {
-  if (!file_.is_open()) return;
+Status VcdTracePort::Close() {
+  if (!file_.is_open()) return Status::Ok();
   // A final timestamp so viewers show the last levels for a moment.
   if (started_) file_ << '#' << (lastTime_ + 1) << '\n';
   file_.close();
+  if (!file_) return Status::Fail("Cannot write the trace file " + path_ + ": it is incomplete (disk full?)");
+  return Status::Ok();
 }
 
 bool VcdTracePort::Sda(uint8_t data, bool dataIn) const {

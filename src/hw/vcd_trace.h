@@ -31,7 +31,8 @@ class VcdTracePort final : public PortDriver {
   std::string Describe() const override;
 
   /// Flushes and closes the file; later accesses still reach the port.
-  void Close();
+  /// Fails, naming the file, when anything could not be written.
+  Status Close();
   PortDriver& inner() { return *inner_; }
 
  private:

@@ -95,6 +95,9 @@ struct ChipInfo {
   bool fastBus = false;          // takes a 400 kHz bus at 5 V; otherwise 100 kHz only
   // 18F: CCP2MX implemented in 300005h (not on the 258/458).
   bool hasCcp2mx = false;
+  // The data sheets' absolute maximum on Vdd: 7.5 V for these PICs, 6.25 V
+  // for the 24xx (the AT24C256's, the lowest of them).
+  double maxVdd = 7.5;
   double minWriteVdd = 2.0;
   double minEraseVdd = 2.0;
   std::string_view document;

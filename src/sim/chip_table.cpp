@@ -217,7 +217,7 @@ constexpr ChipInfo Eeprom(std::string_view name, int bytes, int page, int addres
   return {.name = name, .kind = ChipClass::kEeprom24, .programWords = bytes, .dataBytes = 0, .pins = 8,
           .vppSwitch = 2, .configBits = 0, .programUs = 5'000, .pageBytes = page, .addressBytes = addressBytes,
           .selectPins = selectPins, .fixedZeroBits = fixedZero, .blockMask = blockMask, .blockShift = blockShift,
-          .fastBus = fast, .minWriteVdd = 2.5, .document = document};
+          .fastBus = fast, .maxVdd = 6.25, .minWriteVdd = 2.5, .document = document};
 }
 
 constexpr std::array kSerialEeproms = {
@@ -241,7 +241,7 @@ constexpr std::array kSerialEeproms = {
     ChipInfo{.name = "24LC515", .kind = ChipClass::kEeprom24, .programWords = 65536, .dataBytes = 0, .pins = 8,
              .vppSwitch = 2, .configBits = 0, .programUs = 5'000, .pageBytes = 64, .addressBytes = 2,
              .selectPins = 0b011, .blockMask = 0b100, .blockShift = 13, .rollWithinBlock = true, .fastBus = true,
-             .minWriteVdd = 2.5, .document = "DS21673 (24LC515)"},
+             .maxVdd = 6.25, .minWriteVdd = 2.5, .document = "DS21673 (24LC515)"},
 };
 
 // DS39576 (PIC18FXX2/XX8 Flash programming): 16K words, 256 bytes of data

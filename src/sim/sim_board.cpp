@@ -139,11 +139,23 @@ void SimBoard::TrackSupplies(uint8_t value, int64_t nowNs) {
   }
 }
 
+void SimBoard::CheckVddLevel(int64_t nowNs) {
+  const bool over = chip_ && (output_ & line::kVdd) == 0 && VddVolts() > chip_->info().maxVdd;
+  if (over && !overVoltage_) {
+    char text[160];
+    std::snprintf(text, sizeof text, "Vdd at %.2f V, above the %s's absolute maximum of %.2f V", VddVolts(),
+                  std::string(chip_->info().name).c_str(), chip_->info().maxVdd);
+    Fault(nowNs, text);
+  }
+  overVoltage_ = over;
+}
+
 void SimBoard::WriteData(uint8_t value) {
   const int64_t now = clock_.Nanoseconds();
   TrackVddStep(value, now);
   TrackSupplies(value, now);
   output_ = value;
+  CheckVddLevel(now);
   if (ChipPresent()) chip_->Update(Pins(), now);
 }
 

@@ -60,6 +60,8 @@ class SimBoard final : public PortDriver {
   SocketPins Pins() const;
   void TrackVddStep(uint8_t value, int64_t nowNs);
   void TrackSupplies(uint8_t value, int64_t nowNs);
+  /// Notes a supply above the chip's absolute maximum, once per excursion.
+  void CheckVddLevel(int64_t nowNs);
   /// True when `vppLine` may be on without Vdd for `ns`: the start of a
   /// Vpp-first entry on the chip's own switch, or a memory the switch feeds.
   bool VppAloneAllowed(uint8_t vppLine, int64_t ns) const;
@@ -77,6 +79,7 @@ class SimBoard final : public PortDriver {
   std::map<uint8_t, int64_t> onSinceNs_;
   std::map<uint8_t, int64_t> aloneSinceNs_;
   std::vector<std::string> faults_;
+  bool overVoltage_ = false;
 };
 
 /// A board with a chip of `state` in its socket.
