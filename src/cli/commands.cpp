@@ -5,6 +5,7 @@
 #include <string>
 
 #include "app/port_registry.h"
+#include "cli/interrupt_guard.h"
 #include "device/catalogue.h"
 #include "device/fuses.h"
 #include "hw/delay.h"
@@ -216,12 +217,12 @@ bool OpenImage(CliSession& session, const std::string& path) {
   LoadOptions options;
   options.quiet = state.quiet();
   options.progress = [&session](int percent) { session.ui().ShowProgress(percent); };
+  options.stop = [] { return Interrupted(); };
   OpenedImage opened = OpenImageCommand(path, state.device, state.image, state.serial, options);
   session.ui().HideProgress();
   for (const UserMessage& message : opened.load.messages) session.ui().ShowMessage(message);
-  if (opened.load.endProgramWithEmptyErrorLog) {
-    // The old program's log line went nowhere: the file is left empty.
-    (void)WriteFileAtomically(state.paths.ErrorLog(), "");
+  if (opened.load.quietEnd) {
+    (void)WriteErrorLog(state, *opened.load.quietEnd);
     session.ui().Terminate(1);
   }
   if (!opened.load.loaded) return false;

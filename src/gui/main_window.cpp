@@ -575,8 +575,8 @@ void MainWindow::Activate() {
 void MainWindow::ReportLoad(const LoadReport& report) {
   HideProgress();
   for (const UserMessage& message : report.messages) ShowMessage(message);
-  if (report.endProgramWithEmptyErrorLog) {
-    (void)WriteFileAtomically(state_.paths.ErrorLog(), "");
+  if (report.quietEnd) {
+    (void)WriteErrorLog(state_, *report.quietEnd);
     Terminate(1);
   }
 }

@@ -3,15 +3,13 @@
 
 #include <algorithm>
 #include <cctype>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <string_view>
 
 #include "image/image_texts.h"
 #include "image/name_rules.h"
 #include "util/arith.h"
+#include "util/file_check.h"
 #include "util/result.h"
 
 namespace quorvi {
@@ -104,6 +102,9 @@ std::optional<LoadError> ReadHex(std::string_view text, const std::string& path,
   const auto endedEarly = [&] { return LoadError(path, in.line(), "the file ends before its end record"); };
   std::string upper = "0000";
   for (;;) {
+    if (options.stop && options.stop()) {
+      return LoadError(path, in.line(), "the load was stopped");
+    }
     if (!in.SkipPastColon()) return endedEarly();
     const int recordLine = in.line();
     const auto countField = in.Take(2);
@@ -188,16 +189,6 @@ std::optional<LoadError> ReadBinary(std::string_view bytes, bool tif, const std:
   return std::nullopt;
 }
 
-std::optional<std::string> ReadWholeFile(const std::string& path) {
-  std::error_code error;
-  if (std::filesystem::is_directory(path, error)) return std::nullopt;
-  std::ifstream file(path, std::ios::binary);
-  if (!file.is_open()) return std::nullopt;
-  std::string content{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-  if (file.bad()) return std::nullopt;
-  return content;
-}
-
 }  // namespace
 
 ImageFileKind ImageFileKindOf(const std::string& path) {
@@ -225,16 +216,20 @@ LoadReport LoadImageFile(const std::string& path, bool keepBuffer, const DeviceD
   const int32_t blank = LoaderBlankWord(device);
   const Placement place = PlacementFor(device);
 
-  const auto content = ReadWholeFile(path);
-  if (!content) {
+  const FileContent file = ReadWholeFile(path);
+  if (!file.bytes) {
     report.progressLeftShown = true;
     if (options.quiet) {
-      report.endProgramWithEmptyErrorLog = true;
+      report.quietEnd = file.missing ? "" : file.problem;
+    } else if (file.missing) {
+      report.messages.push_back(
+          {std::string(image_text::kFileNotFound) + ": " + path, "", MessageIcon::kExclamation});
     } else {
-      report.messages.push_back({image_text::kFileNotFound, "", MessageIcon::kExclamation});
+      report.messages.push_back({file.problem, image_text::kErrorTitle, MessageIcon::kCritical});
     }
     return report;
   }
+  const std::string* content = &*file.bytes;
 
   // Work on a copy so that a bad file leaves the image as it was.
   MemoryImage next = image;
@@ -255,6 +250,7 @@ LoadReport LoadImageFile(const std::string& path, bool keepBuffer, const DeviceD
                                              ? ReadHex(*content, path, place, options, next)
                                              : ReadBinary(*content, kind == ImageFileKind::kTif, path, next);
   if (error) {
+    if (options.quiet) report.quietEnd = error->text();
     report.messages.push_back({error->text(), image_text::kErrorTitle, MessageIcon::kCritical});
     return report;
   }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,8 @@ struct LoadOptions {
   bool quiet = false;
   /// The progress bar, 0..100; only devices above 32,767 words report it.
   std::function<void(int percent)> progress;
+  /// Asked now and then: true stops the load (Ctrl-C), leaving the image as it was.
+  std::function<bool()> stop;
 };
 
 /// What a load did and what the front end must show or do afterwards.
@@ -29,10 +32,10 @@ struct LoadReport {
   /// The file could not be opened: the progress bar and the "reading..."
   /// status stay shown until the next operation hides them.
   bool progressLeftShown = false;
-  /// Quiet mode and the file could not be opened: the caller empties the
-  /// error log (its line goes to a closed channel and is lost) and ends the
-  /// program.
-  bool endProgramWithEmptyErrorLog = false;
+  /// Quiet mode and the load failed: the caller writes this as the error
+  /// log's one line and ends the program. A missing file leaves the log
+  /// empty (its line went to a channel that was never open).
+  std::optional<std::string> quietEnd;
 };
 
 /// Reads an Intel HEX (.HEX, .OBJ, any other extension), .BIN or .TIF file

@@ -121,8 +121,9 @@ bool Is14000(const DeviceDescriptor& device) { return Trimmed(device.name) == "1
 int32_t WordBound(const DeviceDescriptor& device) { return Is14000(device) ? kBound14000 : device.programSize; }
 
 Status WriteErrorLog(const AppState& state, std::string_view line) {
+  // An empty line leaves the log empty: the missing image file's old behaviour.
   std::string content(line);
-  content += '\n';
+  if (!content.empty()) content += '\n';
   return WriteFileAtomically(state.paths.ErrorLog(), content);
 }
 

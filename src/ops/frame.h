@@ -131,7 +131,8 @@ class OperationFrame {
   int64_t startNs_;
 };
 
-/// Writes the quiet-mode error log: exactly `line` and a line break, replacing the file.
+/// Writes the quiet-mode error log: exactly `line` and a line break (an
+/// empty line: an empty file), replacing the file.
 Status WriteErrorLog(const AppState& state, std::string_view line);
 
 }  // namespace quorvi

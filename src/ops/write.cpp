@@ -107,9 +107,8 @@ bool Writer::ReloadChangedImage() {
       options.quiet = state_.quiet();
       const LoadReport report = LoadImageFile(state_.imagePath, false, device_, state_.image, options);
       for (const UserMessage& message : report.messages) frame_.ui().ShowMessage(message);
-      if (report.endProgramWithEmptyErrorLog) {
-        // The old program's log line went nowhere: the file is left empty.
-        (void)WriteFileAtomically(state_.paths.ErrorLog(), "");
+      if (report.quietEnd) {
+        (void)WriteErrorLog(state_, *report.quietEnd);
         state_.operationFailed = kTrue;
         frame_.ui().Terminate(1);
         return false;

@@ -327,8 +327,9 @@ class GuiTest : public QObject {
     h.Find<QPushButton>("ledSQTP")->click();
     QCOMPARE(h.messages.back().text, std::string("You need to open a HEX file first..."));
 
-    h.Open((h.home.path() / "missing.hex").string());
-    QCOMPARE(h.messages.back().text, std::string("file not found"));
+    const std::string missing = (h.home.path() / "missing.hex").string();
+    h.Open(missing);
+    QCOMPARE(h.messages.back().text, "file not found: " + missing);
 
     h.Select("16F84A");
     h.Open(h.Example("eeprom_16f84a.inhx8m.hex"));

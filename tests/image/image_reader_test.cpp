@@ -3,10 +3,13 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "image/image_test_util.h"
 #include "image/image_texts.h"
 #include "support/devices.h"
 #include "support/temp_dir.h"
+#include "util/file_check.h"
 
 namespace quorvi {
 namespace {
@@ -202,21 +205,44 @@ TEST(LoadImageFile, BigDevicesReportProgressEvery128Words) {
   EXPECT_TRUE(percents.empty());
 }
 
-TEST(LoadImageFile, MissingFileSaysSoOrInQuietModeEndsTheProgramSilently) {
-  for (const bool quiet : {false, true}) {
-    MemoryImage image = test::SelectedImage(test::Pic16F84());
-    const MemoryImage before = image;
-    LoadOptions options;
-    options.quiet = quiet;
-    test::TempDir dir;  // a folder is no file either
-    const std::string path = quiet ? dir.path().string() : "/nonexistent/folder/x.hex";
-    const LoadReport report = LoadImageFile(path, false, test::Pic16F84(), image, options);
-    EXPECT_FALSE(report.loaded);
-    EXPECT_TRUE(report.progressLeftShown);
-    EXPECT_EQ(report.endProgramWithEmptyErrorLog, quiet);
-    const UserMessage notFound{image_text::kFileNotFound, "", MessageIcon::kExclamation};
-    EXPECT_EQ(report.messages, quiet ? std::vector<UserMessage>{} : std::vector<UserMessage>{notFound});
-    EXPECT_EQ(image, before);
+// Each file that cannot be read names itself and why; in quiet mode a missing
+// file ends the run with an empty log, anything else with that one line.
+TEST(LoadImageFile, AnUnreadableFileSaysWhichAndWhy) {
+  test::TempDir dir;
+  const std::string folder = dir.path().string();
+  const std::string huge = dir.Write("huge.hex", "");
+  std::filesystem::resize_file(huge, kLargestInputBytes + 1);
+  struct Case {
+    std::string path;
+    std::string message;  // without quiet mode
+    std::string quietLine;
+  };
+  const Case cases[] = {
+      {"/nonexistent/folder/x.hex", "file not found: /nonexistent/folder/x.hex", ""},
+      {folder, folder + ": is a directory", folder + ": is a directory"},
+      {"/dev/zero", "/dev/zero: is not a regular file", "/dev/zero: is not a regular file"},
+      {huge, huge + ": is too large (16777217 bytes; at most 16777216)",
+       huge + ": is too large (16777217 bytes; at most 16777216)"},
+  };
+  for (const Case& c : cases) {
+    for (const bool quiet : {false, true}) {
+      MemoryImage image = test::SelectedImage(test::Pic16F84());
+      const MemoryImage before = image;
+      LoadOptions options;
+      options.quiet = quiet;
+      const LoadReport report = LoadImageFile(c.path, false, test::Pic16F84(), image, options);
+      EXPECT_FALSE(report.loaded);
+      EXPECT_TRUE(report.progressLeftShown);
+      EXPECT_EQ(image, before);
+      if (quiet) {
+        EXPECT_EQ(report.quietEnd, c.quietLine) << c.path;
+        EXPECT_TRUE(report.messages.empty());
+      } else {
+        EXPECT_FALSE(report.quietEnd.has_value());
+        ASSERT_EQ(report.messages.size(), 1U);
+        EXPECT_EQ(report.messages[0].text, c.message);
+      }
+    }
   }
 }
 
