@@ -10,6 +10,7 @@
 #include "hw/port_address.h"
 #include "sim/chip_state.h"
 #include "sim/sim_board.h"
+#include "util/file_check.h"
 
 namespace quorvi {
 
@@ -53,7 +54,10 @@ Result<std::unique_ptr<Session>> Session::Open(const SessionOptions& options, co
     if (options.port && !options.port->starts_with("sim")) {
       return Status::Fail("--chip needs the simulated board (--port sim)");
     }
-    port = std::filesystem::exists(*options.chip) ? "sim:" + *options.chip : "sim";
+    // A chip-state file that is there but cannot be read is an error, not a new chip.
+    const auto reason = UnreadableReason(*options.chip);
+    if (reason && *reason != "not found") return Status::Fail("Cannot read the chip-state file " + *options.chip + ": " + *reason);
+    port = reason ? "sim" : "sim:" + *options.chip;
   }
 
   PortEnvironment env;

@@ -2,12 +2,13 @@
 #include "app/settings.h"
 
 #include <cstdio>
-#include <filesystem>
+#include <optional>
 #include <vector>
 
-#include "util/atomic_file.h"
-#include "util/input_fields.h"
 #include "util/arith.h"
+#include "util/atomic_file.h"
+#include "util/file_check.h"
+#include "util/input_fields.h"
 
 namespace quorvi {
 
@@ -19,6 +20,11 @@ constexpr long kLpt2 = 0x278;
 std::string LastFour(const std::string& text) { return text.size() <= 4 ? text : text.substr(text.size() - 4); }
 
 long HexAddress(const std::string& text) { return static_cast<long>(HexVal(text)); }
+
+bool IsPortLine(const std::string& line) {
+  const std::string kind = line.substr(0, 4);
+  return kind == "LPT1" || kind == "LPT2" || kind == "LPT ";
+}
 
 
 }  // namespace
@@ -32,12 +38,23 @@ std::string NumberText(float value) {
 Result<Settings> LoadSettings(const std::string& path, const std::string& defaultWorkingDirectory) {
   Settings settings;
   settings.workingDirectory = defaultWorkingDirectory;
-  std::vector<std::string> lines;
-  if (!std::filesystem::exists(path) || !ReadTextLines(path, lines)) {
+  if (const auto reason = UnreadableReason(path)) {
+    // Only a file that is not there is created; one that cannot be read is never overwritten.
+    if (*reason != "not found") return Status::Fail("Cannot read the settings file " + path + ": " + *reason);
     if (Status created = WriteFileAtomically(path, "LPT1\r\nPROT\r\n16F84\r\n"); !created) return created;
     return settings;
   }
-  const std::vector<InputField> fields = SplitInputFields(lines);
+  std::vector<std::string> lines;
+  if (!ReadTextLines(path, lines)) return Status::Fail("Cannot read the settings file " + path);
+  std::vector<InputField> fields = SplitInputFields(lines);
+  // A custom address of 378h or 278h is written on two port lines, one for
+  // each form that is true: the first one counts, the second is skipped but
+  // for the custom address, which only the custom form carries whole.
+  std::optional<long> customFromSecond;
+  if (fields.size() >= 2 && IsPortLine(fields[0].text) && IsPortLine(fields[1].text)) {
+    if (fields[1].text.starts_with("LPT ")) customFromSecond = HexAddress(LastFour(fields[1].text));
+    fields.erase(fields.begin() + 1);
+  }
   auto field = [&](size_t index) -> const std::string* {
     return index < fields.size() ? &fields[index].text : nullptr;
   };
@@ -45,7 +62,7 @@ Result<Settings> LoadSettings(const std::string& path, const std::string& defaul
   // Every port form carries the custom address in its last four characters.
   if (const std::string* port = field(0)) {
     const std::string kind = port->substr(0, 4);
-    if (kind == "LPT1" || kind == "LPT2" || kind == "LPT ") {
+    if (IsPortLine(*port)) {
       settings.customPort = HexAddress(LastFour(*port));
       if (kind == "LPT1") {
         settings.port = kLpt1;
@@ -59,6 +76,7 @@ Result<Settings> LoadSettings(const std::string& path, const std::string& defaul
       }
     }
   }
+  if (customFromSecond) settings.customPort = *customFromSecond;
   if (const std::string* mode = field(1)) settings.mode = *mode;
   if (const std::string* device = field(2); device && !device->empty()) settings.deviceName = *device;
   if (const std::string* directory = field(3); directory && !directory->empty()) {

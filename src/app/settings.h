@@ -28,8 +28,9 @@ struct Settings {
 enum class SettingsExtent { kThroughDevice, kThroughWorkingDirectory, kThroughVddMargins };
 
 /// Reads the file at `path`; when it is missing, creates it with "LPT1",
-/// "PROT" and "16F84". Unreadable lines keep their defaults; an empty
-/// working directory becomes `defaultWorkingDirectory`.
+/// "PROT" and "16F84"; one that cannot be read is an error that names it.
+/// Unreadable lines keep their defaults; an empty working directory becomes
+/// `defaultWorkingDirectory`.
 Result<Settings> LoadSettings(const std::string& path, const std::string& defaultWorkingDirectory);
 
 /// The file's lines as a writer of `extent` writes them.

@@ -82,15 +82,15 @@ TEST(SettingsText, ACustomAddressOf378hGivesTwoPortLines) {
   const std::string text = SettingsText(s, SettingsExtent::kThroughWorkingDirectory);
   EXPECT_EQ(text, "LPT1378\r\nLPT 378\r\nPROT\r\n16F84\r\n\r\n");
 
-  // Read back, everything has moved down a line: the mode is the second port
-  // line and the device name is "PROT".
+  // Read back, the second port line is skipped: nothing moves down a line.
   test::TempDir home;
   const std::string path = home.Write("quorvi2.ini", text);
   Result<Settings> loaded = LoadSettings(path, "/home/me");
   ASSERT_TRUE(loaded.ok());
-  EXPECT_EQ(loaded.value().mode, "LPT 378");
-  EXPECT_EQ(loaded.value().deviceName, "PROT");
-  EXPECT_EQ(loaded.value().customPort, 0x1378);
+  EXPECT_EQ(loaded.value().port, 0x378);
+  EXPECT_EQ(loaded.value().mode, "PROT");
+  EXPECT_EQ(loaded.value().deviceName, "16F84");
+  EXPECT_EQ(loaded.value().customPort, 0x378);
 }
 
 TEST(NumberText, ShortestPlainForm) {

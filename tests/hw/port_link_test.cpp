@@ -53,7 +53,7 @@ TEST(PortLink, EachLineOperationWritesExactlyTheseBytes) {
       {"only Vpp3 for the 14000", 0x3C, [](PortLink& l) { l.SetProgrammingVoltage(kTrue, "14000", 28); }, {0x1C}},
       {"no Vpp for 20 pins", 0x3C, [](PortLink& l) { l.SetProgrammingVoltage(kTrue, "16F690", 20); }, {}},
       {"read data line", 0x3C, [](PortLink& l) { l.ReadDataLine(); }, {0x3D, 0x3F, 0x3D, 0x3C}},
-      {"Vdd step keeps the other lines", 0x0C, [](PortLink& l) { (void)l.SetVddLevel(0.04F); }, {0x0C, 0x4C}},
+      {"Vdd step keeps the other lines", 0x0C, [](PortLink& l) { (void)l.SetVddLevel(5.0F); }, {0x0C, 0x4C}},
   };
   for (const LineCase& c : cases) {
     RecordedLink r;
@@ -150,6 +150,29 @@ TEST(SetVddLevel, StepsUpFromTheCurrentCountAndWraps) {
     EXPECT_EQ(StepPulses(writes), c.pulses) << c.volts;
     EXPECT_EQ(writes.size(), static_cast<size_t>(2 * c.pulses)) << c.volts;
     EXPECT_EQ(r.link.vddStep(), c.step) << c.volts;
+  }
+}
+
+// The board powers up at mid-scale while the link's copy starts at 0:
+// counting from there would land 128 steps off (9.5 V for a 4.5 V margin).
+TEST(SetVddLevel, TheFirstLevelOfARunOrOfAnotherPortResetsTheCounterFirst) {
+  RecordedLink r;
+  for (int run = 0; run < 2; ++run) {
+    EXPECT_FALSE(r.link.vddStepKnown());
+    const int64_t before = r.clock.Nanoseconds();
+    ASSERT_TRUE(r.link.SetVddLevel(4.5F).ok());
+    const Bytes writes = r.TakeWrites();
+    ASSERT_GE(writes.size(), 2U);
+    EXPECT_EQ(writes[0] & line::kVddStep, 0);
+    EXPECT_GE(r.clock.Nanoseconds() - before, 249'000'000) << "the 250 ms reset pulse";
+    EXPECT_EQ(StepPulses(writes), 1 + 243) << "the reset's own edge, then 128 -> 115 through 0";
+    EXPECT_EQ(r.link.vddStep(), 115);
+    EXPECT_TRUE(r.link.vddStepKnown());
+    auto next = std::make_unique<RecordingPort>();
+    RecordingPort* port = next.get();
+    r.link.SetDriver(std::move(next));
+    r.port = port;
+    r.TakeWrites();
   }
 }
 
