@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/port_registry.h"
 
+#include <algorithm>
 #include <array>
 #include <cctype>
 #include <charconv>
@@ -16,6 +17,10 @@ namespace quorvi {
 namespace {
 
 constexpr std::string_view kRawPrefix = "raw:";
+// Raw I/O as root writes wherever it is told: only the PC's parallel port
+// bases, unless "raw!:" asks for another on purpose.
+constexpr std::string_view kRawAnyPrefix = "raw!:";
+constexpr std::array<long, 3> kParallelBases{0x378, 0x278, 0x3BC};
 
 std::string Lower(std::string_view text) {
   std::string lower(text);
@@ -34,7 +39,10 @@ bool AcceptsAddress(std::string_view port) { return ParsePortAddress(port).has_v
 bool AcceptsDevicePath(std::string_view port) { return port.rfind("/dev/", 0) == 0; }
 
 bool AcceptsRaw(std::string_view port) {
-  return Lower(port.substr(0, kRawPrefix.size())) == kRawPrefix && AcceptsAddress(port.substr(kRawPrefix.size()));
+  for (const std::string_view prefix : {kRawPrefix, kRawAnyPrefix}) {
+    if (Lower(port.substr(0, prefix.size())) == prefix && AcceptsAddress(port.substr(prefix.size()))) return true;
+  }
+  return false;
 }
 
 bool AcceptsRecord(std::string_view port) { return Lower(port) == "record"; }
@@ -46,11 +54,22 @@ Result<std::unique_ptr<PortDriver>> OpenByAddress(std::string_view port, const P
 }
 
 Result<std::unique_ptr<PortDriver>> OpenDevicePath(std::string_view port, const PortEnvironment&) {
+  // ppdev's ioctls on any other device would at best fail and at worst do something else.
+  const std::string_view name = port.substr(port.rfind('/') + 1);
+  if (!name.starts_with("parport")) {
+    return Status::Fail(std::string(port) + " is not a parallel port device: use /dev/parportN");
+  }
   return OpenPpdevPort(std::string(port));
 }
 
 Result<std::unique_ptr<PortDriver>> OpenRaw(std::string_view port, const PortEnvironment& env) {
-  return OpenRawPort(*ParsePortAddress(port.substr(kRawPrefix.size())), *env.privileges);
+  const bool any = Lower(port.substr(0, kRawAnyPrefix.size())) == kRawAnyPrefix;
+  const long base = *ParsePortAddress(port.substr(any ? kRawAnyPrefix.size() : kRawPrefix.size()));
+  if (!any && std::find(kParallelBases.begin(), kParallelBases.end(), base) == kParallelBases.end()) {
+    return Status::Fail(FormatPortAddress(base) + " is not a parallel port base (0x378, 0x278 or 0x3bc); " +
+                        "raw!:" + FormatPortAddress(base) + " drives it all the same");
+  }
+  return OpenRawPort(base, *env.privileges);
 }
 
 bool AcceptsSim(std::string_view port) { return Lower(port) == "sim" || Lower(port.substr(0, 4)) == "sim:"; }
@@ -78,7 +97,8 @@ constexpr std::array kBackends{
                 AcceptsAddress, OpenByAddress},
     PortBackend{"ppdev", "/dev/parportN", "parallel port device file, through the Linux ppdev driver",
                 AcceptsDevicePath, OpenDevicePath},
-    PortBackend{"raw", "raw:lpt1 | raw:lpt2 | raw:0xADDR", "direct port I/O (x86, needs root, drops it afterwards)",
+    PortBackend{"raw", "raw:lpt1 | raw:lpt2 | raw:0x3bc | raw!:0xADDR",
+                "direct port I/O (x86, needs root, drops it afterwards); raw! for a base that is no parallel port's",
                 AcceptsRaw, OpenRaw},
     PortBackend{"sim", "sim | sim:CHIP | sim:FILE.json",
                 "the simulated programmer board with a simulated chip in its socket", AcceptsSim, OpenSim},

@@ -10,6 +10,7 @@
 #include "hw/port_address.h"
 #include "sim/chip_state.h"
 #include "sim/sim_board.h"
+#include "util/atomic_file.h"
 #include "util/file_check.h"
 
 namespace quorvi {
@@ -34,8 +35,6 @@ Result<std::unique_ptr<Session>> Session::Open(const SessionOptions& options, co
   std::unique_ptr<Session> session(new Session());
   session->options_ = options;
   const AppPaths paths = ResolveAppPaths(ProcessHomeSources(argv0, options.home));
-  std::error_code ec;
-  std::filesystem::create_directories(paths.home, ec);
   std::unique_ptr<Clock> clock;
   if (options.virtualClock) {
     clock = std::make_unique<VirtualClock>();
@@ -47,7 +46,15 @@ Result<std::unique_ptr<Session>> Session::Open(const SessionOptions& options, co
   AppState& state = *session->state_;
   state.commandLine = ParseLegacyOptions(options.legacyLine);
   const char* home = std::getenv("HOME");
-  if (Status loaded = LoadSettingsInto(state, home ? home : "."); !loaded) return loaded;
+  const std::string userHome = home ? home : ".";
+  // Files the user owns are made once the port is open: opening a raw port
+  // under sudo gives root up, and root must not own the user's settings.
+  const bool settingsThere = !UnreadableReason(paths.Settings()).has_value();
+  if (settingsThere) {
+    if (Status loaded = LoadSettingsInto(state, userHome); !loaded) return loaded;
+  } else {
+    state.settings.workingDirectory = userHome;
+  }
 
   std::string port = options.port.value_or(FormatPortAddress(state.settings.port));
   if (options.chip) {
@@ -56,7 +63,9 @@ Result<std::unique_ptr<Session>> Session::Open(const SessionOptions& options, co
     }
     // A chip-state file that is there but cannot be read is an error, not a new chip.
     const auto reason = UnreadableReason(*options.chip);
-    if (reason && *reason != "not found") return Status::Fail("Cannot read the chip-state file " + *options.chip + ": " + *reason);
+    if (reason && *reason != "not found") {
+      return Status::Fail("Cannot read the chip-state file " + *options.chip + ": " + *reason);
+    }
     port = reason ? "sim" : "sim:" + *options.chip;
   }
 
@@ -74,6 +83,15 @@ Result<std::unique_ptr<Session>> Session::Open(const SessionOptions& options, co
     session->portFailure_ = opened.message();
     session->port_ = std::make_unique<DisconnectedPort>(opened.message());
   }
+  if (!settingsThere) {
+    std::error_code ignored;
+    std::filesystem::create_directories(paths.home, ignored);
+    if (Status loaded = LoadSettingsInto(state, userHome); !loaded) return loaded;
+  }
+  // What a killed save left behind goes at the next start.
+  RemoveStaleTemporaries(paths.Settings());
+  RemoveStaleTemporaries(paths.ErrorLog());
+  if (options.chip) RemoveStaleTemporaries(*options.chip);
   session->board_ = dynamic_cast<sim::SimBoard*>(session->port_.get());
   session->portName_ = session->board_ ? port + " (simulated board)" : session->portFailure_ ? port + " (not open)" : port;
   std::unique_ptr<PortDriver> driver = std::make_unique<ForwardingPort>(*session->port_);

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "sim/chip_state.h"
 
-#include "sim/pic18_chip.h"
-
-#include <filesystem>
-#include <fstream>
 #include <nlohmann/json.hpp>
-#include <sstream>
+
+#include "sim/pic18_chip.h"
+#include "util/atomic_file.h"
+#include "util/file_check.h"
 
 namespace quorvi::sim {
 
@@ -283,27 +282,13 @@ Result<ChipState> ChipStateFromJson(const std::string& text) {
 }
 
 Status SaveChipState(const ChipState& state, const std::string& path) {
-  // Written beside the target and renamed, so a crash leaves the old or the new file.
-  const std::string temporary = path + ".tmp";
-  {
-    std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
-    if (!out) return Status::Fail("cannot write " + temporary);
-    out << ChipStateToJson(state);
-    out.flush();
-    if (!out) return Status::Fail("cannot write " + temporary);
-  }
-  std::error_code error;
-  std::filesystem::rename(temporary, path, error);
-  if (error) return Status::Fail("cannot replace " + path + ": " + error.message());
-  return Status::Ok();
+  return WriteFileAtomically(path, ChipStateToJson(state));
 }
 
 Result<ChipState> LoadChipState(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) return Status::Fail("cannot open " + path);
-  std::ostringstream text;
-  text << in.rdbuf();
-  Result<ChipState> state = ChipStateFromJson(text.str());
+  const FileContent file = ReadWholeFile(path);
+  if (!file.bytes) return Status::Fail("Cannot read the chip-state file " + file.problem);
+  Result<ChipState> state = ChipStateFromJson(*file.bytes);
   if (!state) return Status::Fail(path + ": " + state.message());
   return state;
 }

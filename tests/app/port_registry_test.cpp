@@ -32,8 +32,10 @@ TEST(OpenPort, ChoosesTheBackendByTheFormOfTheName) {
   for (const auto& [name, part] :
        {std::pair<std::string, std::string>{"0x3bc", "No parallel port device " + env.parports.devRoot + "/parport0"},
         {"lpt1", "No parallel port at 0x378 (found: parport0 at 0x3BC)"},
-        {"/dev/nonexistent-parport", "No parallel port device /dev/nonexistent-parport"},
-        {"raw:0x8000", "out of range"}}) {
+        {"/dev/parport97", "No parallel port device /dev/parport97"},
+        {"/dev/sda", "/dev/sda is not a parallel port device: use /dev/parportN"},
+        {"raw:0x300", "0x300 is not a parallel port base (0x378, 0x278 or 0x3bc); raw!:0x300 drives it all the same"},
+        {"raw!:0x8000", "out of range"}}) {
     auto port = OpenPort(name, env);
     ASSERT_FALSE(port.ok()) << name;
     EXPECT_NE(port.message().find(part), std::string::npos) << port.message();
@@ -47,8 +49,8 @@ TEST(OpenPort, AnUnknownNameListsEveryForm) {
   auto port = OpenPort("com1");
   ASSERT_FALSE(port.ok());
   EXPECT_EQ(port.message(),
-            "Unknown port \"com1\": use lpt1 | lpt2 | 0xADDR, /dev/parportN, raw:lpt1 | raw:lpt2 | raw:0xADDR, "
-            "sim | sim:CHIP | sim:FILE.json, record");
+            "Unknown port \"com1\": use lpt1 | lpt2 | 0xADDR, /dev/parportN, raw:lpt1 | raw:lpt2 | raw:0x3bc | "
+            "raw!:0xADDR, sim | sim:CHIP | sim:FILE.json, record");
 }
 
 TEST(OpenPort, TheSimulatedBoardWithAChipByNameOrFile) {
