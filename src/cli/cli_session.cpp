@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "app/shell.h"
+#include "ops/frame.h"
 #include "sim/sim_board.h"
 
 namespace quorvi::cli {
@@ -41,11 +42,11 @@ Result<std::unique_ptr<CliSession>> CliSession::Open(const GlobalOptions& option
   Result<std::unique_ptr<Session>> opened = Session::Open(sessionOptions, argv0);
   if (!opened) return opened.status();
   cli->session_ = std::move(opened).value();
-  // Without a window to show it in, a port that cannot be opened ends the run.
-  if (cli->session_->portFailure()) return Status::Fail(*cli->session_->portFailure());
-
   AppState& state = cli->state();
   if (options.quiet) state.commandLine.quiet = true;
+  // Without a window to show it in, a port that cannot be opened ends the run.
+  if (cli->session_->portFailure()) return cli->QuietFailure(*cli->session_->portFailure());
+
   // No one to ask: a wrong chip stops the run unless --force says otherwise.
   state.wrongChip = options.force ? WrongChipPolicy::kForce : WrongChipPolicy::kStop;
   if (options.mode) state.modeForRun = *options.mode == "prod" ? "PROD" : "PROT";
@@ -53,10 +54,15 @@ Result<std::unique_ptr<CliSession>> CliSession::Open(const GlobalOptions& option
 
   const std::string device = options.device.value_or(state.settings.deviceName);
   Result<SelectionView> selected = SelectAndRemember(state, device, false);
-  if (!selected) return selected.status();
+  if (!selected) return cli->QuietFailure(selected.message());
   if (selected.value().message) cli->ui_->ShowMessage(*selected.value().message);
   cli->session_->InsertChipForDevice();
   return cli;
+}
+
+Status CliSession::QuietFailure(const std::string& text) {
+  if (state().quiet()) (void)WriteErrorLog(state(), text);
+  return Status::Fail(text);
 }
 
 void CliSession::Finish() {

@@ -50,6 +50,9 @@ class CliSession {
   bool saveFailed() const { return saveFailed_; }
 
  private:
+  /// A failure before any command ran; unattended, it is also the log's line.
+  Status QuietFailure(const std::string& text);
+
   CliSession() = default;
 
   std::unique_ptr<Session> session_;

@@ -167,8 +167,10 @@ int Fail(const std::string& message) {
 
 int ListDevices(const std::string& cataloguePath) {
   DeviceDescriptor scratch;
-  Result<std::vector<std::string>> names = FillDeviceList(cataloguePath, scratch);
+  std::vector<std::string> problems;
+  Result<std::vector<std::string>> names = FillDeviceList(cataloguePath, scratch, &problems);
   if (!names) return Fail(names.message());
+  for (const std::string& problem : problems) std::fprintf(stderr, "quorvi2-cli: left out: %s\n", problem.c_str());
   std::printf("%-10s %-44s %8s %6s %5s\n", "DEVICE", "FAMILY", "PROGRAM", "DATA", "PINS");
   for (const std::string& entry : names.value()) {
     const std::string name = Trimmed(entry);
@@ -301,6 +303,7 @@ int RunLegacyOptions(CliSession& session) {
     // Only the record changes: the fuse frames stay as the saved device set them.
     DeviceDescriptor device = state.device;
     if (Status loaded = LoadDeviceRecord(state.paths.Catalogue(), *legacy.device, device).status(); !loaded) {
+      EndQuietRun(state, session.ui(), loaded.message());
       return Fail(loaded.message());
     }
     state.device = device;

@@ -59,7 +59,79 @@ Status ReadInt(std::string_view line, const Column& column, std::optional<Int> (
   return Status::Ok();
 }
 
+std::string_view TrimBlanks(std::string_view text) {
+  while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
+  while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
+  return text;
+}
+
+std::string ColumnText(const Column& column) {
+  return std::to_string(column.first) + "-" + std::to_string(column.first + column.width - 1);
+}
+
+/// Why the field is not a plain number of its kind, if it is not one. The old
+/// conversion reads "12X" as 12 and "" as 0; a catalogue edit that leaves such
+/// a field behind is a mistake to name, not a value to use.
+std::optional<std::string> FieldProblem(std::string_view line, const Column& column, bool hex, bool required) {
+  const std::string text(TrimBlanks(Columns(line, column.first, column.width)));
+  const std::string where = std::string(column.field) + " (columns " + ColumnText(column) + ")";
+  if (text.empty()) {
+    if (required) return where + " is blank";
+    return std::nullopt;
+  }
+  for (const char ch : text) {
+    const bool digit = hex ? std::isxdigit(static_cast<unsigned char>(ch)) != 0 : std::isdigit(static_cast<unsigned char>(ch)) != 0;
+    if (!digit) return where + " \"" + text + "\" is not a " + (hex ? "hexadecimal" : "decimal") + " number";
+  }
+  return std::nullopt;
+}
+
+// Above this no listed part's operating range goes, and the production verify
+// drives the chip at the maximum.
+constexpr double kHighestVddMax = 6.5;
+
 }  // namespace
+
+std::optional<std::string> DeviceLineProblem(const std::string& line) {
+  const Column programSize{17, 4, "program size"};
+  const Column pins{57, 2, "pins"};
+  const size_t blank = line.find(' ');
+  if (line.size() <= 3 || blank == 3) return "the device name is missing";
+  if (blank == std::string::npos || blank >= programSize.first - 1) {
+    return "the device name must end with a blank before column " + std::to_string(programSize.first);
+  }
+  if (line.size() < pins.first + pins.width - 1) {
+    return "the line ends at column " + std::to_string(line.size()) + ", before the pins (columns " +
+           ColumnText(pins) + ")";
+  }
+  const struct {
+    Column column;
+    bool hex;
+    bool required;
+  } fields[] = {
+      {programSize, true, true},   {{25, 4, "data size"}, true, false}, {{33, 4, "family"}, false, true},
+      {{41, 4, "fuse map"}, false, false}, {{50, 1, "write mode"}, false, false}, {pins, false, true},
+      {{65, 2, "oscillator list"}, false, false}, {{70, 2, "write-protection list"}, false, false},
+  };
+  for (const auto& field : fields) {
+    if (std::optional<std::string> problem = FieldProblem(line, field.column, field.hex, field.required)) return problem;
+  }
+  // Four hex digits are read as a signed number: only FFFF has a meaning above 7FFF.
+  const int32_t words = HexVal(Columns(line, 17, 4));
+  if (words < 0 && words != -1) {
+    return "program size " + std::string(TrimBlanks(Columns(line, 17, 4))) + "h is above 7FFFh (only FFFF is allowed there)";
+  }
+  if (HexVal(Columns(line, 25, 4)) < 0) return "data size " + std::string(TrimBlanks(Columns(line, 25, 4))) + "h is above 7FFFh";
+  if (line.size() <= kShortLineLength) return std::nullopt;
+  const std::string min = Columns(line, 74, 3);
+  const std::string max = Columns(line, 79, 3);
+  const double low = VbVal(min);
+  const double high = VbVal(max);
+  if (!(low > 0 && low <= high && high <= kHighestVddMax)) {
+    return "supply range \"" + min + "\" to \"" + max + "\" V is not a range from above 0 to at most 6.5 V";
+  }
+  return std::nullopt;
+}
 
 Result<std::optional<VddCaptions>> ParseDeviceLine(const std::string& line, DeviceDescriptor& device) {
   const size_t blank = line.find(' ');
@@ -96,6 +168,7 @@ Result<std::optional<VddCaptions>> LoadDeviceRecord(const std::string& path, std
   for (size_t i = 0; i < lines.value().size(); ++i) {
     const std::string& line = lines.value()[i];
     if (!StartsWithUpper(line, key)) continue;
+    if (std::optional<std::string> problem = DeviceLineProblem(line)) return LineError(path, i, *problem);
     DeviceDescriptor parsed = device;
     Result<std::optional<VddCaptions>> captions = ParseDeviceLine(line, parsed);
     if (!captions) return LineError(path, i, captions.message());
@@ -139,31 +212,26 @@ Status LoadFuseMap(const std::string& path, int number, DeviceDescriptor& device
   return Status::Ok();
 }
 
-Result<std::vector<std::string>> FillDeviceList(const std::string& path, DeviceDescriptor& device) {
+Result<std::vector<std::string>> FillDeviceList(const std::string& path, DeviceDescriptor& device,
+                                                std::vector<std::string>* problems) {
   Result<std::vector<std::string>> lines = ReadLines(path);
   if (!lines) return lines.status();
-  const std::vector<InputField> fields = SplitInputFields(lines.value());
-  // The end is tested only after a device line: anything after the last one,
-  // even an empty line, runs past the end.
+  const auto note = [&](const std::string& problem) {
+    if (problems != nullptr) problems->push_back(problem);
+  };
+  // A bad line is left out and named; the others still load.
   std::vector<std::string> names;
-  size_t next = 0;
-  while (next < fields.size()) {
-    while (next < fields.size() && !StartsWithUpper(fields[next].text, "PIC") &&
-           !StartsWithUpper(fields[next].text, "EEP")) {
-      ++next;
+  for (const InputField& field : SplitInputFields(lines.value())) {
+    if (!StartsWithUpper(field.text, "PIC") && !StartsWithUpper(field.text, "EEP")) continue;
+    if (std::optional<std::string> problem = DeviceLineProblem(field.text)) {
+      note(LineError(path, field.line, *problem).message());
+      continue;
     }
-    if (next >= fields.size()) {
-      return Status::Fail(path + ": the catalogue must end with a device line (line " +
-                          std::to_string(lines.value().size()) + " is not one)");
-    }
-    const InputField& field = fields[next++];
     const size_t blank = field.text.find(' ');
-    if (blank == std::string::npos || blank < 3) {
-      return LineError(path, field.line, "a device line needs a blank after the device name");
-    }
     names.push_back(field.text.substr(3, blank - 2));
     if (const std::optional<int16_t> pins = ToInt16(VbVal(Columns(field.text, 57, 2)))) device.pinCount = *pins;
   }
+  if (names.empty()) return Status::Fail(path + ": no usable device line");
   return names;
 }
 

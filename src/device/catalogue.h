@@ -33,8 +33,10 @@ Status LoadFuseMap(const std::string& path, int number, DeviceDescriptor& device
 
 /// Every device of the catalogue in file order, each with the trailing blank
 /// the list entries keep. Also leaves the last device's pin columns in
-/// `device.pinCount`, as the list filling always did.
-Result<std::vector<std::string>> FillDeviceList(const std::string& path, DeviceDescriptor& device);
+/// `device.pinCount`, as the list filling always did. Bad device lines are
+/// left out; each is named, with its file and line, in `problems`.
+Result<std::vector<std::string>> FillDeviceList(const std::string& path, DeviceDescriptor& device,
+                                                std::vector<std::string>* problems = nullptr);
 
 /// An option list and the entry it selects (the last).
 struct OptionList {
@@ -50,6 +52,10 @@ Result<OptionList> FillOptionList(const std::string& path, std::string_view key)
 /// The bits of the configuration word that fuse `name` owns: plus 2^i for
 /// each slot named `name`, minus 2^i for each named `name` + "/". 0: no such fuse.
 int16_t FuseMask(const DeviceDescriptor& device, std::string_view name);
+
+/// Why a device line cannot be used (a field missing or not a number, a size
+/// out of range, a supply range no part has); nothing when it is sound.
+std::optional<std::string> DeviceLineProblem(const std::string& line);
 
 /// The descriptor's fields read from one device line; exposed for tests and
 /// for checking a catalogue.

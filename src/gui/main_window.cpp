@@ -521,13 +521,21 @@ void MainWindow::Activate() {
   LegacyOptions& legacy = state_.commandLine;
   if (legacy.quiet) showMinimized();
   if (session_.portFailure()) {
-    ShowMessage({std::string(kPortInitText) + "0\n" + *session_.portFailure(), kPortInitTitle,
-                 MessageIcon::kExclamation});
+    const std::string text = std::string(kPortInitText) + "0\n" + *session_.portFailure();
+    if (EndQuietRun(state_, *this, text)) return;
+    ShowMessage({text, kPortInitTitle, MessageIcon::kExclamation});
   }
-  Result<std::vector<std::string>> entries = FillDeviceList(state_.paths.Catalogue(), state_.device);
+  std::vector<std::string> problems;
+  Result<std::vector<std::string>> entries = FillDeviceList(state_.paths.Catalogue(), state_.device, &problems);
   if (!entries) {
+    if (EndQuietRun(state_, *this, entries.message())) return;
     ShowMessage({entries.message(), title::kQuorvi2Error, MessageIcon::kCritical});
     return;
+  }
+  if (!problems.empty() && !legacy.quiet) {
+    std::string text = "These catalogue lines are left out:";
+    for (const std::string& problem : problems) text += "\n" + problem;
+    ShowMessage({text, title::kQuorvi2Alert, MessageIcon::kExclamation});
   }
   applying_ = true;
   MList3_->clear();
@@ -543,6 +551,7 @@ void MainWindow::Activate() {
       state_.device = device;
       session_.InsertChipForDevice();
     } else {
+      if (EndQuietRun(state_, *this, loaded.message())) return;
       ShowMessage({loaded.message(), title::kQuorvi2Error, MessageIcon::kCritical});
     }
   }
@@ -584,7 +593,8 @@ void MainWindow::ReportLoad(const LoadReport& report) {
 void MainWindow::SelectDeviceNamed(const std::string& name) {
   Result<SelectionView> selected = SelectAndRemember(state_, name, false);
   if (!selected) {
-    ShowMessage({selected.message(), title::kQuorvi2Error, MessageIcon::kCritical});
+    // Unattended, the "/D:" device or the operation's own check speaks instead.
+    if (!state_.quiet()) ShowMessage({selected.message(), title::kQuorvi2Error, MessageIcon::kCritical});
     return;
   }
   ApplySelection(selected.value());

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ops/frame.h"
 
+#include <algorithm>
+
 #include "device/part_facts.h"
 #include "hw/delay.h"
 #include "util/arith.h"
@@ -123,8 +125,17 @@ int32_t WordBound(const DeviceDescriptor& device) { return Is14000(device) ? kBo
 Status WriteErrorLog(const AppState& state, std::string_view line) {
   // An empty line leaves the log empty: the missing image file's old behaviour.
   std::string content(line);
+  std::replace(content.begin(), content.end(), '\n', ' ');
   if (!content.empty()) content += '\n';
   return WriteFileAtomically(state.paths.ErrorLog(), content);
+}
+
+bool EndQuietRun(const AppState& state, UiHost& ui, std::string_view text) {
+  if (!state.quiet()) return false;
+  // A log that cannot be written cannot be reported either; the exit code still says it.
+  (void)WriteErrorLog(state, text);
+  ui.Terminate(kQuietExitCode);
+  return true;
 }
 
 OperationFrame::OperationFrame(AppState& state, UiHost& ui)
@@ -139,7 +150,8 @@ void OperationFrame::ResumeEventPump() {
 OperationFrame::~OperationFrame() { state_.clock->SetEventPump(nullptr); }
 
 bool OperationFrame::CheckDevice(const UserMessage& noDevice) {
-  if (state_.device.programSize != 0) return true;
+  if (state_.device.programSize > 0) return true;
+  if (EndQuietRun(state_, ui_, noDevice.text)) return false;
   ui_.ShowMessage(noDevice);
   return false;
 }
@@ -205,10 +217,7 @@ void OperationFrame::Progress(int32_t i, int32_t n) {
 
 OpOutcome OperationFrame::ReportFailure(const UserMessage& message, const char* quietLine) {
   state_.operationFailed = kTrue;
-  if (state_.quiet() && quietLine != nullptr) {
-    // A log that cannot be written cannot be reported either; the exit code still says it.
-    (void)WriteErrorLog(state_, quietLine);
-    ui_.Terminate(kQuietExitCode);
+  if (EndQuietRun(state_, ui_, quietLine != nullptr ? std::string_view(quietLine) : message.text)) {
     return OpOutcome::kTerminated;
   }
   ui_.ShowMessage(message);

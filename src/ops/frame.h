@@ -113,7 +113,7 @@ class OperationFrame {
   /// A failure: with "/Q" writes `quietLine` as the error log's one line,
   /// sets `operationFailed` and calls Terminate (returns kTerminated, the
   /// caller returns at once); otherwise shows `message` (kFailed). Without
-  /// a quiet line the message box is shown in quiet mode too.
+  /// a quiet line the log gets the message's own text.
   OpOutcome ReportFailure(const UserMessage& message, const char* quietLine);
   /// Lets long waits pump the front end's events again, after an operation
   /// run inside this one (which takes the pump away when it ends).
@@ -131,8 +131,14 @@ class OperationFrame {
   int64_t startNs_;
 };
 
-/// Writes the quiet-mode error log: exactly `line` and a line break (an
-/// empty line: an empty file), replacing the file.
+/// Writes the quiet-mode error log: exactly `line` (line breaks inside it
+/// made blanks) and a line break (an empty line: an empty file), replacing
+/// the file.
 Status WriteErrorLog(const AppState& state, std::string_view line);
+
+/// In quiet mode a failure has no one to show it to: writes `text`, on one
+/// line, as the log and ends the program through `ui`. Returns false (and
+/// does nothing) outside quiet mode.
+bool EndQuietRun(const AppState& state, UiHost& ui, std::string_view text);
 
 }  // namespace quorvi

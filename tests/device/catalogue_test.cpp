@@ -275,25 +275,35 @@ TEST(FillDeviceList, EntriesKeepTheirBlankAndTheLastPinsStay) {
   EXPECT_EQ(d.pinCount, 18);
 }
 
-TEST(FillDeviceList, FieldsAreCommaDelimited) {
-  Catalogue cat({"; see also, PIC16X99 in the notes", DeviceLine({})});
+TEST(FillDeviceList, BadLinesAreNamedAndLeftOutWhileTheOthersLoad) {
+  DeviceLineFields negative, noPins, letters, overVoltage;
+  negative.programSize = "8000";
+  letters.family = "1X";
+  overVoltage.vddMin = "3.0";
+  overVoltage.vddMax = "9.5";
+  std::string shortLine = DeviceLine(noPins).substr(0, 50);
+  Catalogue cat({"; see also, PIC16X99 in the notes", DeviceLine(negative), shortLine, DeviceLine(letters),
+                 DeviceLine(overVoltage), DeviceLine({}), "; trailing comment"});
   DeviceDescriptor d;
-  auto list = FillDeviceList(cat.path, d);
-  ASSERT_TRUE(list.ok());
-  EXPECT_EQ(list.value(), (std::vector<std::string>{"16X99 ", "16F84 "}));
-}
-
-TEST(FillDeviceList, TheCatalogueMustEndWithADeviceLine) {
-  Catalogue cat({DeviceLine({}), "; trailing comment"});
-  DeviceDescriptor d;
-  auto list = FillDeviceList(cat.path, d);
-  ASSERT_FALSE(list.ok());
-  EXPECT_EQ(list.message(), cat.path + ": the catalogue must end with a device line (line 2 is not one)");
+  std::vector<std::string> problems;
+  auto list = FillDeviceList(cat.path, d, &problems);
+  ASSERT_TRUE(list.ok()) << list.message();
+  EXPECT_EQ(list.value(), (std::vector<std::string>{"16F84 "}));
+  const std::vector<std::string> expected = {
+      cat.path + " line 1: the line ends at column 21, before the pins (columns 57-58)",
+      cat.path + " line 2: program size 8000h is above 7FFFh (only FFFF is allowed there)",
+      cat.path + " line 3: the line ends at column 50, before the pins (columns 57-58)",
+      cat.path + " line 4: family (columns 33-36) \"1X\" is not a decimal number",
+      cat.path + " line 5: supply range \"3.0\" to \"9.5\" V is not a range from above 0 to at most 6.5 V",
+  };
+  EXPECT_EQ(problems, expected);
+  // Selecting a bad device names its line too.
+  auto selected = LoadDeviceRecord(cat.path, "16F84", d);
+  ASSERT_FALSE(selected.ok());
+  EXPECT_EQ(selected.message(), expected[1]);
 
   Catalogue empty({});
-  auto none = FillDeviceList(empty.path, d);
-  ASSERT_TRUE(none.ok());
-  EXPECT_TRUE(none.value().empty());
+  EXPECT_FALSE(FillDeviceList(empty.path, d).ok());
 }
 
 }  // namespace
