@@ -94,6 +94,8 @@ OpResult cmdBlank(AppState& state, UiHost& ui) {
     return frame.Finish(OpOutcome::kNoDevice);
   }
   frame.Begin(op_text::kTestingBlank);
+  // An empty socket reads as erased: only the ID tells it from a blank chip.
+  if (std::optional<OpResult> stopped = StopForChipIdentity(frame, BlankPlan(state))) return *stopped;
   frame.PowerUp(BlankPlan(state));
   SerialProtocol& protocol = frame.protocol();
   int32_t good = 0;
@@ -133,11 +135,7 @@ OpResult cmdFill(AppState& state, UiHost& ui, bool blankCalibration, bool checkC
     return frame.Finish(OpOutcome::kNoDevice);
   }
   if (checkChip) {
-    if (const OpOutcome identity = CheckChipIdentity(frame, ErasePlan(state)); identity != OpOutcome::kOk) {
-      OpResult stopped = frame.Finish(identity);
-      stopped.wrongChip = true;
-      return stopped;
-    }
+    if (std::optional<OpResult> stopped = StopForChipIdentity(frame, ErasePlan(state))) return *stopped;
   }
   frame.Begin(op_text::kErasing);
   frame.PowerUp(ErasePlan(state));

@@ -90,4 +90,13 @@ OpOutcome CheckChipIdentity(OperationFrame& frame, const PowerUpPlan& plan) {
   return frame.ReportFailure({text, title::kQuorvi2Error, MessageIcon::kExclamation}, text.c_str());
 }
 
+std::optional<OpResult> StopForChipIdentity(OperationFrame& frame, const PowerUpPlan& plan) {
+  const OpOutcome identity = CheckChipIdentity(frame, plan);
+  if (identity == OpOutcome::kOk) return std::nullopt;
+  frame.End();
+  OpResult stopped = frame.Finish(identity);
+  stopped.wrongChip = true;
+  return stopped;
+}
+
 }  // namespace quorvi

@@ -31,4 +31,8 @@ std::string ChipIdentityMessage(const DeviceDescriptor& device, const ChipIdenti
 /// quiet-mode log written, or No answered). The target is left powered down.
 OpOutcome CheckChipIdentity(OperationFrame& frame, const PowerUpPlan& plan);
 
+/// The check at an operation's start: the result that ends the operation
+/// (marked `wrongChip`), or nothing when it goes on.
+std::optional<OpResult> StopForChipIdentity(OperationFrame& frame, const PowerUpPlan& plan);
+
 }  // namespace quorvi

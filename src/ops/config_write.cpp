@@ -139,11 +139,7 @@ OpResult cmdWriteFuse(AppState& state, UiHost& ui) {
   if (!frame.CheckDevice({op_text::kSelectProcessor, title::kQuorviError, MessageIcon::kExclamation})) {
     return frame.Finish(OpOutcome::kNoDevice);
   }
-  if (const OpOutcome identity = CheckChipIdentity(frame, ConfigWritePlan()); identity != OpOutcome::kOk) {
-    OpResult stopped = frame.Finish(identity);
-    stopped.wrongChip = true;
-    return stopped;
-  }
+  if (std::optional<OpResult> stopped = StopForChipIdentity(frame, ConfigWritePlan())) return *stopped;
   const bool ok = WriteConfiguration(frame);
   frame.PowerDown();
   ui.HideProgress();

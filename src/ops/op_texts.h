@@ -42,6 +42,8 @@ inline constexpr const char* kFuseError = "Fuse error";
 inline constexpr const char* kOperationOk = "Operation OK";
 // Appended to a wrong-chip message when the window asks.
 inline constexpr const char* kGoOnAnyway = " Go on anyway?";
+inline constexpr const char* kReadProtected =
+    "Code protection is on in this chip: its protected program memory reads as 0, not as what it holds.";
 
 // txtCal prefixes: silicon revision, calibration word.
 inline constexpr const char* kRevisionPrefix = " R=";

@@ -3,7 +3,9 @@
 
 #include <vector>
 
+#include "ops/chip_id.h"
 #include "ops/op_texts.h"
+#include "ops/write.h"
 #include "protocol/pic18_protocol.h"
 #include "ops/serial_eeprom_handover.h"
 #include "util/arith.h"
@@ -39,6 +41,8 @@ OpResult cmdRead(AppState& state, UiHost& ui, int16_t readMode) {
     return RunSerialEepromOperation(EepromOperation::kRead, frame);
   }
 
+  // An empty socket reads as all ones (or zeros): the ID says so before the image is overwritten.
+  if (std::optional<OpResult> stopped = StopForChipIdentity(frame, ReadPlan())) return *stopped;
   frame.PowerUp(ReadPlan());
   SerialProtocol& protocol = frame.protocol();
   MemoryImage& image = state.image;
@@ -106,8 +110,13 @@ OpResult cmdRead(AppState& state, UiHost& ui, int16_t readMode) {
     state.txtCal = CalibrationText(image.programBuffer[static_cast<size_t>(n)]);
     result.refreshCalibrationText = true;
   }
+  OpOutcome outcome = OpOutcome::kOk;
+  if (readMode != read_mode::kConfigurationOnly && CodeProtectionSelected(device, image.configWord)) {
+    outcome = frame.ReportFailure({op_text::kReadProtected, title::kQuorvi2Alert, MessageIcon::kExclamation}, nullptr);
+  }
   frame.End();
-  result.durationNs = frame.Finish(OpOutcome::kOk).durationNs;
+  result.durationNs = frame.Finish(outcome).durationNs;
+  result.outcome = outcome;
   return result;
 }
 

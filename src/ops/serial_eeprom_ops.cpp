@@ -3,6 +3,8 @@
 
 #include <functional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "device/part_facts.h"
 #include "hw/delay.h"
@@ -48,21 +50,27 @@ class EepromSession {
   void Progress(int32_t address) { frame_.Progress(address, last()); }
 
   /// Reads every byte from 0 to the last address in bursts that restart at
-  /// the block boundaries; `visit` returns false to stop.
-  void ReadAll(const std::function<bool(int32_t, int)>& visit) {
+  /// the block boundaries; `visit` returns false to stop. An addressing that
+  /// no memory acknowledges ends the walk with the message to show: with no
+  /// chip the bus floats high and would read as all FFh.
+  std::optional<UserMessage> ReadAll(const std::function<bool(int32_t, int)>& visit) {
     const int32_t n = last();
     for (int32_t a = 0; a <= n; ++a) {
       if (a == 0 || a == 256 || a == 32768) {
         if (a != 0) bus_.BusStop();
-        bus_.EepromReadByte(a);
+        burstOpen_ = true;
+        if (bus_.EepromReadByte(a) != 0) {
+          return UserMessage{eeprom_text::kNoAnswerAt + HexAt(a) + eeprom_text::kNoAnswerHint, title::kQuorvi2Error,
+                             MessageIcon::kCritical};
+        }
       }
-      burstOpen_ = true;
       const int value = bus_.BusReadByte();
       if (a % kProgressEvery == 0 || a == n) Progress(a);
       // The bytes before a boundary end their burst without an acknowledge.
       if (a != 255 && a != 32767) bus_.AcknowledgeByte();
-      if (!visit(a, value)) return;
+      if (!visit(a, value)) return std::nullopt;
     }
+    return std::nullopt;
   }
 
   /// Writes `byteAt(a)` into every address, a page at a time. Returns the
@@ -117,40 +125,52 @@ class EepromSession {
 
 }  // namespace
 
+// A missing chip is shown and fails the command; the checks' own findings
+// have already been shown by the visit.
+OpOutcome Outcome(OperationFrame& frame, const std::optional<UserMessage>& noAnswer, OpOutcome found) {
+  if (!noAnswer) return found;
+  frame.ui().ShowMessage(*noAnswer);
+  return OpOutcome::kFailed;
+}
+
 OpResult SerialEepromRead(OperationFrame& frame) {
   EepromSession session(frame, "reading...", kSlowStartMs);
   MemoryImage& image = frame.state().image;
-  session.ReadAll([&](int32_t a, int value) {
-    image.programBuffer[static_cast<size_t>(a)] = value;
+  // The image changes only once every byte has been read.
+  std::vector<int32_t> bytes = image.programBuffer;
+  const std::optional<UserMessage> noAnswer = session.ReadAll([&](int32_t a, int value) {
+    bytes[static_cast<size_t>(a)] = value;
     return true;
   });
-  OpResult result = session.End(OpOutcome::kOk);
-  result.refreshProgramListing = true;
+  if (!noAnswer) image.programBuffer = std::move(bytes);
+  OpResult result = session.End(Outcome(frame, noAnswer, OpOutcome::kOk));
+  result.refreshProgramListing = !noAnswer;
   return result;
 }
 
 OpResult SerialEepromBlank(OperationFrame& frame) {
   EepromSession session(frame, eeprom_text::kTesting, kQuickStartMs);
   OpOutcome outcome = OpOutcome::kOk;
-  session.ReadAll([&](int32_t a, int value) {
+  const std::optional<UserMessage> noAnswer = session.ReadAll([&](int32_t a, int value) {
     if (value == 0xFF) return true;
     frame.ui().ShowMessage({eeprom_text::kNotBlankAt + HexAt(a), title::kQuorvi2, MessageIcon::kCritical});
     outcome = OpOutcome::kFailed;
     return a == 0 || a == 0x8000;
   });
-  return session.End(outcome);
+  return session.End(Outcome(frame, noAnswer, outcome));
 }
 
 OpResult SerialEepromCompare(OperationFrame& frame) {
   EepromSession session(frame, eeprom_text::kComparing, kQuickStartMs);
   const MemoryImage& image = frame.state().image;
   OpOutcome outcome = OpOutcome::kOk;
-  session.ReadAll([&](int32_t a, int value) {
+  const std::optional<UserMessage> noAnswer = session.ReadAll([&](int32_t a, int value) {
     if (value == image.programBuffer[static_cast<size_t>(a)]) return true;
     frame.ui().ShowMessage({eeprom_text::kNotEqualAt + HexAt(a), title::kQuorvi2, MessageIcon::kNone});
     outcome = OpOutcome::kFailed;
     return a == 0;
   });
+  outcome = Outcome(frame, noAnswer, outcome);
   if (outcome != OpOutcome::kOk) frame.state().operationFailed = kTrue;
   return session.End(outcome);
 }

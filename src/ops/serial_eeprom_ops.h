@@ -18,6 +18,8 @@ inline constexpr const char* kWritingErrorAt = "Writing error at ";
 // The unacknowledged byte of an erase and its polling time-out differ in case.
 inline constexpr const char* kErasingErrorByteAt = "erasing error at ";
 inline constexpr const char* kErasingErrorPollAt = "Erasing error at ";
+inline constexpr const char* kNoAnswerAt = "No memory answers at ";
+inline constexpr const char* kNoAnswerHint = ": is a chip in the socket?";
 }  // namespace eeprom_text
 
 /// Every byte from 0 to the device's highest address into the image.

@@ -378,11 +378,7 @@ OpResult Writer::Run() {
   UiHost& ui = frame_.ui();
   if (!AskCodeProtection()) return frame_.Finish(OpOutcome::kCancelled);
   if (!ReloadChangedImage()) return frame_.Finish(OpOutcome::kTerminated);
-  if (const OpOutcome identity = CheckChipIdentity(frame_, WritePlan(state_)); identity != OpOutcome::kOk) {
-    OpResult stopped = frame_.Finish(identity);
-    stopped.wrongChip = true;
-    return stopped;
-  }
+  if (std::optional<OpResult> stopped = StopForChipIdentity(frame_, WritePlan(state_))) return *stopped;
   frame_.Begin(op_text::kWritingData);
   std::fill(state_.cycleTable.begin(), state_.cycleTable.end(), int16_t{0});
   frame_.PowerUp(WritePlan(state_));
