@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include "ops/op_texts.h"
-#include "support/ops_fixtures.h"
 #include "support/recording_ui.h"
 #include "support/sim_app.h"
 

@@ -5,7 +5,6 @@
 
 #include "ops/op_texts.h"
 #include "ops/read.h"
-#include "support/ops_fixtures.h"
 #include "support/recording_ui.h"
 #include "support/sim_app.h"
 

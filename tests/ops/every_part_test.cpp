@@ -21,7 +21,6 @@
 #include "ops/write.h"
 #include "sim/chip_info.h"
 #include "support/devices.h"
-#include "support/ops_fixtures.h"
 #include "support/recording_ui.h"
 #include "support/sim_app.h"
 

@@ -9,7 +9,6 @@
 
 #include "ops/blank_erase.h"
 #include "ops/op_texts.h"
-#include "support/ops_fixtures.h"
 #include "support/recording_ui.h"
 #include "support/sim_app.h"
 #include "util/arith.h"

@@ -9,7 +9,6 @@
 #include "ops/read.h"
 #include "protocol/serial_protocol.h"
 #include "support/line_trace.h"
-#include "support/ops_fixtures.h"
 #include "support/recording_ui.h"
 #include "support/sim_app.h"
 

@@ -40,6 +40,30 @@ sim::ChipState BlankChip(const std::string& chipName) {
   return sim::BlankState(*info.value());
 }
 
+sim::ChipState PatternedChip(const std::string& chipName) {
+  sim::ChipState state = BlankChip(chipName);
+  auto info = sim::FindChip(chipName);
+  if (!info) return state;
+  const int mask = sim::BlankWord(*info.value());
+  for (size_t i = 0; i < state.program.size(); ++i) {
+    state.program[i] = static_cast<int>((i * 37 + 5) % static_cast<size_t>(mask));
+  }
+  for (size_t j = 0; j < state.data.size(); ++j) state.data[j] = static_cast<int>((j * 11 + 1) % 0xFF);
+  const int idMask = info.value()->kind == sim::ChipClass::kOtp12 ? 0xF : 0x3FFF;
+  state.ids = {0x1234 & idMask, 0x0567 & idMask, 0x0009 & idMask, 0x2ABC & idMask};
+  // The oscillator bits and the watchdog bit: never a protection bit.
+  state.config = state.config & ~0x5;
+  return state;
+}
+
+void Select16F72(AppState& state) {
+  state.device.name = "16F72";
+  state.device.programSize = 2047;
+  state.device.family = 6;
+  state.device.pinCount = 28;
+  state.device.oscList = 1;
+}
+
 SimApp::SimApp(sim::ChipState chip, const std::string& deviceName, bool realClock, int64_t portAccessNs) {
   std::unique_ptr<Clock> ownClock;
   if (realClock) {

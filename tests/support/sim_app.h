@@ -56,4 +56,11 @@ class SimApp {
 /// A chip of that name as the simulator's blank state has it.
 sim::ChipState BlankChip(const std::string& chipName);
 
+/// A chip of that name with every word, byte and ID different from its
+/// neighbours and from blank, and an unprotected configuration word.
+sim::ChipState PatternedChip(const std::string& chipName);
+
+/// Selects the 16F72 by hand: no family 6 part is in the catalogue yet.
+void Select16F72(AppState& state);
+
 }  // namespace quorvi::test
