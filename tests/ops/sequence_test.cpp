@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The commands each operation puts on the lines, decoded as a chip takes them.
+// The commands the erase and the configuration write put on the lines,
+// decoded as a chip takes them: code, and (data word) for loads.
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 
 #include "ops/blank_erase.h"
 #include "ops/config_write.h"
-#include "ops/read.h"
-#include "protocol/serial_protocol.h"
 #include "support/line_trace.h"
 #include "support/recording_ui.h"
 #include "support/sim_app.h"
@@ -15,118 +15,74 @@
 namespace quorvi {
 namespace {
 
-std::vector<test::Frame> Operate(test::SimApp& sim, const std::function<void(AppState&, UiHost&)>& operation) {
-  sim.TakeWrites();
-  test::RecordingUi ui;
-  operation(sim.state(), ui);
+std::vector<test::Frame> Frames(test::SimApp& sim) {
   return test::DecodeFrames(test::FallingEdgeBits(sim.TakeWrites()), false);
 }
 
-test::Frame C(int code) {
-  test::Frame frame;
-  frame.code = code;
-  return frame;
-}
-
-test::Frame L(int code, int word) {
-  test::Frame frame = C(code);
-  frame.word = word;
-  return frame;
-}
-
-std::vector<test::Frame> Increments(int count) { return std::vector<test::Frame>(static_cast<size_t>(count), C(6)); }
-
-std::vector<test::Frame> Join(std::initializer_list<std::vector<test::Frame>> parts) {
-  std::vector<test::Frame> all;
-  for (const auto& part : parts) all.insert(all.end(), part.begin(), part.end());
-  return all;
-}
-
-TEST(EraseSequence, DefaultBulkEraseThenCodeProtectSequencesAAndB) {
-  test::SimApp sim(test::PatternedChip("16F84A"), "16F84A");
-  const auto frames = Operate(sim, [](AppState& s, UiHost& ui) { cmdFill(s, ui, false); });
-  const auto expected = Join({{L(0, 0), C(9), C(11)},
-                              {L(0, 0x3FFF)},
-                              Increments(7),
-                              {C(1), C(7), C(8), C(1), C(7)},
-                              {L(3, 0x3FFF), C(1), C(7), C(8), C(1), C(7)}});
-  EXPECT_EQ(test::ToString(frames), test::ToString(expected));
-}
-
-TEST(EraseSequence, ChipEraseForFamiliesEightAndNine) {
-  for (const std::string chip : {"16F877A", "16F818"}) {
-    test::SimApp sim(test::PatternedChip(chip), chip);
-    const auto frames = Operate(sim, [](AppState& s, UiHost& ui) { cmdFill(s, ui, false); });
-    // The device ID at 2006h first, in a power cycle of its own.
-    EXPECT_EQ(test::ToString(frames), test::ToString(Join({{L(0, 0)}, Increments(6), {C(4), L(0, 0), C(31)}})))
-        << chip;
+TEST(EraseSequence, EachFamilysCommands) {
+  struct Case {
+    const char* chip;
+    const char* commands;
+  };
+  const Case cases[] = {
+      // Bulk erase of program and data memory, then code-protect sequences A and B.
+      {"16F84A", "0(0000) 9 11 0(3FFF) 6 6 6 6 6 6 6 1 7 8 1 7 3(3FFF) 1 7 8 1 7 "},
+      // Chip erase, after the device ID at 2006h in a power cycle of its own.
+      {"16F877A", "0(0000) 6 6 6 6 6 6 4 0(0000) 31 "},
+      {"16F818", "0(0000) 6 6 6 6 6 6 4 0(0000) 31 "},
+      // Bulk erase of program memory alone.
+      {"16F72", "9 "},
+  };
+  for (const Case& c : cases) {
+    const bool listed = std::string(c.chip) != "16F72";
+    test::SimApp sim(test::PatternedChip(c.chip), listed ? c.chip : "");
+    if (!listed) test::Select16F72(sim.state());
+    (void)sim.TakeWrites();
+    test::RecordingUi ui;
+    ASSERT_TRUE(cmdFill(sim.state(), ui, false).ok()) << c.chip;
+    EXPECT_EQ(test::ToString(Frames(sim)), c.commands) << c.chip;
   }
 }
 
-TEST(EraseSequence, FamilySixBulkErasesProgramMemoryAlone) {
-  test::SimApp sim(test::PatternedChip("16F72"), "");
-  DeviceDescriptor& device = sim.state().device;
-  device.name = "16F72";
-  device.programSize = 2047;
-  device.family = 6;
-  device.pinCount = 28;
-  const auto frames = Operate(sim, [](AppState& s, UiHost& ui) { cmdFill(s, ui, false); });
-  EXPECT_EQ(test::ToString(frames), test::ToString({C(9)}));
-}
-
-TEST(BlankSequence, TwelveBitPartsStepOffTheConfigurationWordFirst) {
-  test::SimApp sim(test::BlankChip("12C508A"), "12C508A");
-  const auto frames = Operate(sim, [](AppState& s, UiHost& ui) { cmdBlank(s, ui); });
-  ASSERT_GE(frames.size(), 3U);
-  EXPECT_EQ(frames[0], C(6));
-  EXPECT_EQ(frames[1], C(4));
-  // 511 words checked (the calibration word is left out), each read then stepped past.
-  EXPECT_EQ(std::count(frames.begin(), frames.end(), C(4)), 511);
-}
-
-TEST(ReadSequence, TwelveBitPartsReadTheConfigurationWordBeforeAddressZero) {
-  test::SimApp sim(test::PatternedChip("12C508A"), "12C508A");
-  const auto frames = Operate(sim, [](AppState& s, UiHost& ui) { cmdRead(s, ui, read_mode::kFull); });
-  ASSERT_GE(frames.size(), 3U);
-  EXPECT_EQ(frames[0], C(4));
-  EXPECT_EQ(frames[1], C(6));
-  EXPECT_EQ(frames[2], C(4));
-}
-
-TEST(FuseSequence, OneTimeProgrammableWordGetsAHundredRounds) {
-  sim::ChipState chip = test::BlankChip("16C73");
-  chip.pulses = {.seed = 1, .minPulses = 1, .maxPulses = 1};
-  test::SimApp sim(chip, "16C73");
-  sim.state().image.configWord = 0x3FB1;
-  sim.state().image.idWords[0] = 0x0005;
-  const auto frames = Operate(sim, [](AppState& s, UiHost& ui) { cmdWriteFuse(s, ui); });
-  ASSERT_GE(frames.size(), 10U);
-  EXPECT_EQ(frames[0], L(0, 0x0005));  // Load Configuration with the first ID word
-  EXPECT_EQ(std::count(frames.begin(), frames.end(), C(8)), 100);
-  EXPECT_EQ(std::count(frames.begin(), frames.end(), C(14)), 100);
-  EXPECT_EQ(sim.chip().config, 0x3FB1 & 0x003F);  // the original 16C73 implements bits 5:0
-}
-
-TEST(FuseSequence, TwelveBitPartsProgramWhereTheCounterStarts) {
-  test::SimApp sim(test::BlankChip("12C508A"), "12C508A");
-  sim.state().image.configWord = 0xFEA;
-  const auto frames = Operate(sim, [](AppState& s, UiHost& ui) { cmdWriteFuse(s, ui); });
-  ASSERT_GE(frames.size(), 2U);
-  EXPECT_EQ(frames[0], L(2, 0xFEA));
-  EXPECT_EQ(std::count(frames.begin(), frames.end(), C(6)), 0);
-  EXPECT_EQ(std::count(frames.begin(), frames.end(), L(0, 0)), 0);
-}
-
-// DS39603 knows no End Programming 001110: the EPROM pulses that would follow
-// the flash cycle would clock into self-timed cycles, so none are sent.
-TEST(FuseSequence, FamilyNineRunsTheFlashSequenceOnly) {
-  test::SimApp sim(test::BlankChip("16F818"), "16F818");
-  sim.state().image.configWord = 0x3F30;
-  const auto frames = Operate(sim, [](AppState& s, UiHost& ui) { cmdWriteFuse(s, ui); });
-  EXPECT_EQ(std::count(frames.begin(), frames.end(), C(24)), 1);
-  EXPECT_EQ(std::count(frames.begin(), frames.end(), C(23)), 1);
-  EXPECT_EQ(std::count(frames.begin(), frames.end(), C(8)), 0);
-  EXPECT_EQ(sim.chip().config, 0x3F30);
+TEST(FuseSequence, EachFamilysCommands) {
+  struct Case {
+    const char* name;
+    const char* chip;
+    int config;
+    const char* first;  // the first command
+    std::map<int, std::ptrdiff_t> counts;  // command code: how many
+    int written;  // as the part keeps it
+  };
+  const Case cases[] = {
+      {"one-time-programmable word: Load Configuration with the first ID word, a hundred rounds", "16C73", 0x3FB1,
+       "0(0005) ", {{8, 100}, {14, 100}}, 0x31},
+      {"12-bit parts program where the counter starts", "12C508A", 0xFEA, "2(0FEA) ", {{0, 0}, {6, 0}}, 0x00A},
+      // DS39603 knows no End Programming 001110: the EPROM pulses that would
+      // follow the flash cycle would clock into self-timed cycles.
+      {"family 9 runs the flash sequence only", "16F818", 0x3F30, nullptr, {{24, 1}, {23, 1}, {8, 0}}, 0x3F30},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    sim::ChipState chip = test::BlankChip(c.chip);
+    chip.pulses = {.seed = 1, .minPulses = 1, .maxPulses = 1};
+    test::SimApp sim(chip, c.chip);
+    sim.state().image.configWord = c.config;
+    sim.state().image.idWords[0] = 0x0005;
+    (void)sim.TakeWrites();
+    test::RecordingUi ui;
+    ASSERT_TRUE(cmdWriteFuse(sim.state(), ui).ok());
+    const std::vector<test::Frame> frames = Frames(sim);
+    ASSERT_FALSE(frames.empty());
+    if (c.first != nullptr) {
+      EXPECT_EQ(test::ToString({frames[0]}), c.first);
+    }
+    for (const auto& [code, count] : c.counts) {
+      EXPECT_EQ(std::count_if(frames.begin(), frames.end(), [code](const test::Frame& f) { return f.code == code; }),
+                count)
+          << "command " << code;
+    }
+    EXPECT_EQ(sim.chip().config, c.written);
+  }
 }
 
 }  // namespace
