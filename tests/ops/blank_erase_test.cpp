@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Where the blank check stops and what the erase keeps; every catalogue
-// part's plain erase and blank check run in every_part_test.
+// Where the blank check stops, what the erase keeps and the commands it
+// sends; every catalogue part's plain erase and blank check run in
+// every_part_test.
 #include "ops/blank_erase.h"
 
 #include <gtest/gtest.h>
 
 #include "ops/op_texts.h"
+#include "support/line_trace.h"
 #include "support/recording_ui.h"
 #include "support/sim_app.h"
 
@@ -72,17 +74,29 @@ TEST(Blank, OneProgrammedWordWhereTheCheckLooksIsNotBlank) {
   }
 }
 
-TEST(Erase, ClearsCodeProtectionAndFamilySix) {
-  for (const char* name : {"16F84A", "16F877", "16F877A", "16F819", "16F72"}) {
+// Protected chips come out blank; the commands as a chip takes them: code,
+// and (data word) for loads.
+TEST(Erase, EachFamilysCommandsClearCodeProtection) {
+  const char* const bulkErase = "0(0000) 9 11 0(3FFF) 6 6 6 6 6 6 6 1 7 8 1 7 3(3FFF) 1 7 8 1 7 ";
+  const std::string deviceId = "0(0000) 6 6 6 6 6 6 4 ";  // at 2006h, in a power cycle of its own
+  const std::pair<const char*, std::string> cases[] = {
+      // Bulk erase of program and data memory, then code-protect sequences A and B.
+      {"16F84A", bulkErase},
+      {"16F877", deviceId + bulkErase},
+      {"16F877A", deviceId + "0(0000) 31 "},  // chip erase
+      {"16F819", deviceId + "0(0000) 31 "},
+      {"16F72", "9 "},  // bulk erase of program memory alone
+  };
+  for (const auto& [name, commands] : cases) {
     SCOPED_TRACE(name);
     sim::ChipState chip = test::PatternedChip(name);
     sim::SetCodeProtection(*sim::FindChip(name).value(), chip, true, true);
-    const bool listed = std::string(name) != "16F72";
-    test::SimApp sim(chip, listed ? name : "");
-    if (!listed) test::Select16F72(sim.state());
+    test::SimApp sim(chip, name);
+    (void)sim.TakeWrites();
     test::RecordingUi ui;
     const OpResult erased = cmdFill(sim.state(), ui, false);
     EXPECT_TRUE(erased.ok());
+    EXPECT_EQ(test::ToString(test::DecodeFrames(test::FallingEdgeBits(sim.TakeWrites()), false)), commands);
     EXPECT_TRUE(erased.refreshConfig);
     EXPECT_TRUE(ui.messages.empty());
     EXPECT_TRUE(sim.PoweredDown());

@@ -3,7 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "ops/op_texts.h"
+#include "support/line_trace.h"
 #include "support/recording_ui.h"
 #include "support/sim_app.h"
 
@@ -12,31 +15,62 @@ namespace {
 
 const UserMessage kFuseWriteError{op_text::kErrorWritingFuses, title::kQuorvi2Error, MessageIcon::kCritical};
 
-// One part of each configuration write routine: written, then never taking.
-TEST(FuseWrite, TheWordIsWrittenOrItsFailureReportedOrLogged) {
+std::string Times(int n, const std::string& commands) {
+  std::string all;
+  for (int i = 0; i < n; ++i) all += commands;
+  return all;
+}
+
+// One part of each configuration write routine: its commands as a chip
+// takes them (code, and data word for loads), the word written, then a word
+// that never takes, shown and in quiet mode.
+TEST(FuseWrite, EachRoutinesCommandsAndFailure) {
+  const std::string deviceId = "0(0000) 6 6 6 6 6 6 4 ";  // read at 2006h first
+  const std::string to2007 = "0(3FFF) 6 6 6 6 6 6 6 ";
+  // One-time-programmable words: Load Configuration with the first ID word, then a hundred rounds.
+  const auto otp = [](const std::string& word) {
+    return "0(0005) 6 6 6 6 6 6 6 " + word + word + Times(100, word + "8 14 4 ");
+  };
   struct Case {
     const char* chip;
     int config;
+    std::string commands;
   };
-  for (const Case& c : {Case{"16F84A", 0x3FF1}, {"16F877", 0x3F72}, {"16F628A", 0x2171}, {"16F877A", 0x3F71},
-                        {"16F818", 0x3F30}, {"16F72", 0x3FB2}, {"16C73", 0x3FB1}, {"14000", 0x3FF9},
-                        {"12C508A", 0xFEA}}) {
+  const Case rows[] = {
+      {"16F84A", 0x3FF1, to2007 + "2(3FF1) 8 4 "},
+      {"16F877", 0x3F72, deviceId + to2007 + "2(3F72) 8 4 "},
+      {"16F628A", 0x2171, deviceId + to2007 + "2(2171) 8 4 "},
+      {"16F877A", 0x3F71, deviceId + to2007 + "2(3F71) 8 4 "},
+      // DS39603 knows no End Programming 001110: the EPROM pulses that would
+      // follow the flash cycle would clock into self-timed cycles.
+      {"16F818", 0x3F30, deviceId + to2007 + "2(3F30) 24 23 4 "},
+      {"16F72", 0x3FB2, to2007 + "2(3FB2) 8 14 4 "},
+      {"16C73", 0x3FB1, otp("2(3FB1) ")},
+      {"14000", 0x3FF9, otp("2(3FF9) ")},
+      // 12-bit parts program where the counter starts.
+      {"12C508A", 0xFEA, "2(0FEA) 2(0FEA) " + Times(100, "2(0FEA) 8 14 4 ")},
+  };
+  for (const Case& c : rows) {
     const bool core12 = sim::FindChip(c.chip).value()->kind == sim::ChipClass::kOtp12;
     for (const int neverProgram : {-1, core12 ? 0xFFF : 0x2007}) {
       for (const bool quiet : {false, true}) {
         SCOPED_TRACE(std::string(c.chip) + (neverProgram < 0 ? "" : " never programs") + (quiet ? " quiet" : ""));
         sim::ChipState chip = test::BlankChip(c.chip);
+        chip.pulses = {.seed = 1, .minPulses = 1, .maxPulses = 1};
         if (neverProgram >= 0) chip.faults.neverProgram = {neverProgram};
-        const bool listed = std::string(c.chip) != "16F72";
-        test::SimApp sim(chip, listed ? c.chip : "");
-        if (!listed) test::Select16F72(sim.state());
+        test::SimApp sim(chip, c.chip);
         sim.state().image.configWord = c.config;
+        sim.state().image.idWords[0] = 0x0005;
         sim.state().commandLine.quiet = quiet;
+        (void)sim.TakeWrites();
         test::RecordingUi ui;
         const OpOutcome outcome = cmdWriteFuse(sim.state(), ui).outcome;
         EXPECT_TRUE(sim.PoweredDown());  // before the log is written, too
         ASSERT_FALSE(ui.statusTexts.empty());
         EXPECT_EQ(ui.statusTexts.front(), op_text::kWritingFuses);
+        if (neverProgram < 0) {
+          EXPECT_EQ(test::ToString(test::DecodeFrames(test::FallingEdgeBits(sim.TakeWrites()), false)), c.commands);
+        }
         // The 12-bit routine stops after nine cycles, below the failure count:
         // its configuration word is never reported.
         if (neverProgram < 0 || core12) {

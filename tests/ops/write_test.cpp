@@ -23,9 +23,9 @@ namespace {
 
 constexpr int kBlank14 = 0x3FFF;
 
-// Distinct words over the whole program memory, IDs 1 to 4 and the given
-// configuration (the 18F: its registers as the parts come).
-void PatternImage(AppState& state, int configWord) {
+// Distinct words over the whole program memory, IDs 1 to 4, the given
+// configuration word and the 18F registers as the parts come.
+void PatternImage(AppState& state, int configWord = 0x3FF1) {
   MemoryImage& image = state.image;
   const int blank = state.device.family == family::kCore12 ? 0xFFF : kBlank14;
   for (int32_t i = 0; i <= state.device.programSize; ++i) {
@@ -36,48 +36,97 @@ void PatternImage(AppState& state, int configWord) {
   image.config18Bytes = {0x22, 0x00, 0x0F, 0x0F, 0x01, 0x00, 0x00, 0x85, 0xC0, 0x0F, 0xE0, 0x0F, 0xFF, 0xFF};
 }
 
-UserMessage NotEqualAt(int32_t address) {
-  return {op_text::kPicNotEqualAt + AddressText(address), title::kQuorvi2Error, MessageIcon::kNone};
+UserMessage NotEqualAt(const char* address) {
+  return {std::string("PIC not equal at ") + address, title::kQuorvi2Error, MessageIcon::kNone};
 }
 
 bool Shown(const test::RecordingUi& ui, const char* text) {
   return std::find(ui.statusTexts.begin(), ui.statusTexts.end(), text) != ui.statusTexts.end();
 }
 
-TEST(Write, AFailureIsReportedAtItsAddressOrLogged) {
+// A write that fails, or a verify after a good write that finds a
+// difference: its messages, or in quiet mode its log line.
+TEST(WriteAndVerify, AFailureSaysWhereOrLogsItsLine) {
   struct Case {
+    const char* name;
     const char* chip;
-    int neverProgram;
-    UserMessage message;
-    const char* logLine;
+    int config;
+    void (*fault)(sim::ChipState&);   // before the write
+    void (*change)(sim::ChipState&);  // before the verify; null: the write is to fail
+    std::vector<UserMessage> messages;  // none: the verify passes
+    const char* logLine;                // null: no quiet run
+    Flag failed;
   };
+  const UserMessage fuses{op_text::kFusesNotEqual, title::kQuorvi2Error, MessageIcon::kNone};
+  const auto none = [](sim::ChipState&) {};
   const Case cases[] = {
-      {"16C61", 0x1A3, {"Writing error at 1A3h", title::kQuorvi2Error, MessageIcon::kCritical},
-       op_text::quiet::kWriteFailed},
-      {"16F84A", 0x2007, {op_text::kErrorWritingFuses, title::kQuorvi2Error, MessageIcon::kCritical},
-       op_text::quiet::kFuseWriteFailed},
+      {"a word that never programs", "16C61", 0x3FF1, [](sim::ChipState& c) { c.faults.neverProgram = {0x1A3}; },
+       nullptr, {{"Writing error at 1A3h", title::kQuorvi2Error, MessageIcon::kCritical}}, "Erro gravando dados",
+       kTrue},
+      {"a configuration word that never programs", "16F84A", 0x3FF1,
+       [](sim::ChipState& c) { c.faults.neverProgram = {0x2007}; }, nullptr,
+       {{op_text::kErrorWritingFuses, title::kQuorvi2Error, MessageIcon::kCritical}}, "Erro gravando fuses", kTrue},
+      {"the last differing ID word", "16F84A", 0x3FF1, none, [](sim::ChipState& c) { c.ids[1] = 7; c.ids[2] = 8; },
+       {NotEqualAt("2002h")}, "Erro comparando IDs", kTrue},
+      {"a program word", "16F84A", 0x3FF1, none, [](sim::ChipState& c) { c.program[0x123] ^= 0x10; },
+       {NotEqualAt("123h")}, "Erro de comparação de dados", kTrue},
+      // A configuration difference is reported without failing the operation.
+      {"the configuration word", "16F84A", 0x3FF1, none, [](sim::ChipState& c) { c.config ^= 0x0002; }, {fuses},
+       "Erro comparando fuses", kFalse},
+      {"the calibration word of oscillator list 2", "12C508A", 0xFEA, none,
+       [](sim::ChipState& c) { c.program.back() ^= 0x0001; }, {}, nullptr, kFalse},
+      {"the last word of oscillator list 10", "16F628", 0x3F72, none,
+       [](sim::ChipState& c) { c.program.back() ^= 0x0001; }, {NotEqualAt("7FFh")}, nullptr, kTrue},
+      {"an 18F ID word", "18F452", 0, none, [](sim::ChipState& c) { c.ids[1] ^= 0x0100; c.ids[2] ^= 0x0001; },
+       {NotEqualAt("2002h")}, nullptr, kTrue},
+      {"an 18F register: CPD programmed", "18F452", 0, none, [](sim::ChipState& c) { c.configBytes[9] = 0x40; },
+       {fuses}, nullptr, kFalse},
   };
   for (const Case& c : cases) {
     for (const bool quiet : {false, true}) {
-      SCOPED_TRACE(std::string(c.chip) + (quiet ? " quiet" : ""));
+      if (quiet && c.logLine == nullptr) continue;
+      SCOPED_TRACE(std::string(c.name) + (quiet ? " quiet" : ""));
       sim::ChipState chip = test::BlankChip(c.chip);
-      chip.faults.neverProgram = {c.neverProgram};
+      c.fault(chip);
       test::SimApp sim(chip, c.chip);
-      PatternImage(sim.state(), 0x3FF1);
-      sim.state().commandLine.quiet = quiet;
+      PatternImage(sim.state(), c.config);
       test::RecordingUi ui;
-      const OpResult result = cmdWrite(sim.state(), ui);
-      EXPECT_TRUE(sim.PoweredDown());
-      EXPECT_NE(ui.statusBar, op_text::kOperationOk);
-      EXPECT_EQ(result.outcome, quiet ? OpOutcome::kTerminated : OpOutcome::kFailed);
-      EXPECT_EQ(sim.home.Read("quorvi2.err"), quiet ? std::string(c.logLine) + "\n" : "");
-      EXPECT_EQ(ui.messages, quiet ? std::vector<UserMessage>{} : std::vector<UserMessage>{c.message});
-      EXPECT_EQ(ui.terminated.size(), quiet ? 1U : 0U);
-      if (c.neverProgram < 0x2000) {
-        EXPECT_EQ(sim.state().cycleTable[static_cast<size_t>(c.neverProgram)], 26);
+      sim.state().commandLine.quiet = quiet && c.change == nullptr;
+      OpOutcome outcome = cmdWrite(sim.state(), ui).outcome;
+      if (c.change != nullptr) {
+        ASSERT_EQ(outcome, OpOutcome::kOk) << (ui.messages.empty() ? "" : ui.messages[0].text);
+        c.change(sim.chip());
+        sim.state().commandLine.quiet = quiet;
+        ui = test::RecordingUi();
+        outcome = cmdCompare(sim.state(), ui).outcome;
       }
+      EXPECT_NE(ui.statusBar, op_text::kOperationOk);
+      if (quiet) {
+        EXPECT_EQ(outcome, OpOutcome::kTerminated);
+        EXPECT_EQ(sim.home.Read("quorvi2.err"), std::string(c.logLine) + "\n");
+        EXPECT_EQ(ui.terminated.size(), 1U);
+        EXPECT_TRUE(ui.messages.empty());
+        // A failed compare leaves the port as it stands in quiet mode.
+        EXPECT_TRUE(c.change != nullptr || sim.PoweredDown());
+        continue;
+      }
+      EXPECT_EQ(outcome, c.messages.empty() ? OpOutcome::kOk : OpOutcome::kFailed);
+      EXPECT_EQ(ui.messages, c.messages);
+      EXPECT_EQ(sim.state().operationFailed, c.failed);
+      EXPECT_EQ(sim.home.Read("quorvi2.err"), "");
+      EXPECT_TRUE(sim.PoweredDown());
     }
   }
+}
+
+TEST(Write, AWordThatNeverProgramsTakesTwentySixCycles) {
+  sim::ChipState chip = test::BlankChip("16C61");
+  chip.faults.neverProgram = {0x1A3};
+  test::SimApp sim(chip, "16C61");
+  PatternImage(sim.state());
+  test::RecordingUi ui;
+  EXPECT_EQ(cmdWrite(sim.state(), ui).outcome, OpOutcome::kFailed);
+  EXPECT_EQ(sim.state().cycleTable[0x1A3], 26);
 }
 
 struct OtpRun {
@@ -116,61 +165,50 @@ TEST(Write, OtpWordsAreOverProgrammedThreeTimesTheirCyclesUnlessTurbo) {
   EXPECT_LE(WriteOtp(kBlank14, true).beginProgramming, 100 + 8);
 }
 
-// 12-bit parts: the last word only into an unprogrammed cell, and only a MOVLW.
-TEST(Write, TwelveBitCalibrationWord) {
+// The 12-bit calibration word goes only into an unprogrammed cell, and only
+// a MOVLW. The 16F62x leave their last word out for the calibration
+// (oscList 10) and run one address further by name: the two cancel.
+TEST(Write, TheLastWord) {
   struct Case {
+    const char* chip;
     bool factoryCalibrated;
-    int imageWord;
+    int word;
     bool programmed;
   };
-  for (const Case& c : {Case{true, 0xC42, false}, {false, 0xC42, true}, {false, 0x123, false}}) {
-    const sim::ChipInfo& info = *sim::FindChip("12C508A").value();
+  for (const Case& c : {Case{"12C508A", true, 0xC42, false}, {"12C508A", false, 0xC42, true},
+                        {"12C508A", false, 0x123, false}, {"16F628", false, 0x0123, true},
+                        {"16F627A", false, 0x0123, true}, {"16F84A", false, 0x0123, true}}) {
+    SCOPED_TRACE(std::string(c.chip) + " " + std::to_string(c.word));
+    const sim::ChipInfo& info = *sim::FindChip(c.chip).value();
     const sim::ChipState chip = c.factoryCalibrated ? sim::FactoryState(info, 3) : sim::BlankState(info);
-    test::SimApp sim(chip, "12C508A");
-    PatternImage(sim.state(), 0xFEA);
+    test::SimApp sim(chip, c.chip);
+    PatternImage(sim.state(), (info.kind == sim::ChipClass::kOtp12 ? 0xFEA : 0x3FF1) & info.configBits);
     const auto last = static_cast<size_t>(sim.state().device.programSize);
-    sim.state().image.programBuffer[last] = c.imageWord;
+    sim.state().image.programBuffer[last] = c.word;
+    sim.state().image.programBuffer[last + 1] = kBlank14;
     test::RecordingUi ui;
     ASSERT_TRUE(cmdWrite(sim.state(), ui).ok());
-    EXPECT_EQ(sim.chip().program[last], c.programmed ? c.imageWord : chip.program[last]) << c.imageWord;
+    EXPECT_EQ(sim.chip().program[last], c.programmed ? c.word : chip.program[last]);
+    EXPECT_EQ(sim.state().cycleTable[last] > 0, c.programmed);
     EXPECT_EQ(sim.chip().program[0], sim.state().image.programBuffer[0]);
-  }
-}
-
-// The 16F62x leave their last word out for the calibration (oscList 5 and
-// 10) and run one address further by name: the two cancel, so the loop
-// writes the last word in one cycle and stops there, as on other parts.
-TEST(Write, A16F62NameRunsOneAddressFurtherThanItsOscillatorListSays) {
-  for (const char* name : {"16F628", "16F627A", "16F84A"}) {
-    test::SimApp sim(name);
-    PatternImage(sim.state(), 0x3FF1 & sim.info().configBits);
-    const auto last = static_cast<size_t>(sim.state().device.programSize);
-    sim.state().image.programBuffer[last] = 0x0123;
-    sim.state().image.programBuffer[last + 1] = 0x3FFF;
-    test::RecordingUi ui;
-    ASSERT_TRUE(cmdWrite(sim.state(), ui).ok()) << name;
-    EXPECT_EQ(sim.state().cycleTable[last], 1) << name;
-    EXPECT_EQ(sim.chip().program[last], 0x0123) << name;
   }
 }
 
 TEST(Write, ThreeChipsGetThreeSerialNumbersAndTheCompanionFileAdvances) {
   test::SimApp sim("16F84A");
   AppState& state = sim.state();
-  PatternImage(state, 0x3FF1);
+  PatternImage(state);
   state.imagePath = (sim.home.path() / "board.HEX").string();
   state.serial = {.serialNumber = 0x010203, .startAddress = 0x10, .size = 3, .increment = 5, .switchedOn = true};
   ASSERT_TRUE(ApplySerial(state.serial, state.device, state.image, [] { return 0.0; }).ok());
   for (int n = 0; n < 3; ++n) {
-    if (n > 0) {
-      (void)sim.board().Remove();
-      sim.board().Insert(std::move(sim::MakeChip(test::BlankChip("16F84A")).value()));
-    }
+    (void)sim.board().Remove();
+    sim.board().Insert(std::move(sim::MakeChip(test::BlankChip("16F84A")).value()));
     test::RecordingUi ui;
     ASSERT_TRUE(cmdWrite(state, ui).ok()) << n;
     const int number = 0x010203 + 5 * n;
-    for (int byte = 0; byte < 3; ++byte) {
-      EXPECT_EQ(sim.chip().program[static_cast<size_t>(0x10 + byte)], 0x3400 + ((number >> (8 * byte)) & 0xFF)) << n;
+    for (size_t byte = 0; byte < 3; ++byte) {
+      EXPECT_EQ(sim.chip().program[0x10 + byte], 0x3400 + ((number >> (8 * byte)) & 0xFF)) << n;
     }
   }
   EXPECT_EQ(state.serial.serialNumber, 0x010203 + 15);
@@ -181,133 +219,45 @@ TEST(Write, ThreeChipsGetThreeSerialNumbersAndTheCompanionFileAdvances) {
   EXPECT_EQ(stored.increment, 5);
 }
 
-TEST(Verify, ReportsWhatDiffersOrLogsItsLine) {
+TEST(Write, AsksBeforeWritingOrLogsInQuietMode) {
+  const UserMessage protection{op_text::kCodeProtectionWarning, title::kQuorvi2Alert, MessageIcon::kCritical};
+  const UserMessage notBlank{op_text::kPicNotErasedContinue, title::kQuorvi2Error, MessageIcon::kExclamation};
   struct Case {
     const char* name;
     const char* chip;
-    int config;
-    void (*change)(sim::ChipState&);
-    std::vector<UserMessage> messages;  // none: the verify passes
-    const char* logLine;
-    Flag failed;  // operationFailed after the messages
-  };
-  const UserMessage fuses{op_text::kFusesNotEqual, title::kQuorvi2Error, MessageIcon::kNone};
-  const Case cases[] = {
-      {"the last differing ID word", "16F84A", 0x3FF1, [](sim::ChipState& c) { c.ids[1] = 7; c.ids[2] = 8; },
-       {NotEqualAt(0x2002)}, "Erro comparando IDs", kTrue},
-      {"a program word", "16F84A", 0x3FF1, [](sim::ChipState& c) { c.program[0x123] ^= 0x10; }, {NotEqualAt(0x123)},
-       "Erro de comparação de dados", kTrue},
-      // A configuration difference is reported without failing the operation.
-      {"the configuration word", "16F84A", 0x3FF1, [](sim::ChipState& c) { c.config ^= 0x0002; }, {fuses},
-       "Erro comparando fuses", kFalse},
-      {"the calibration word of oscillator list 2", "12C508A", 0xFEA,
-       [](sim::ChipState& c) { c.program.back() ^= 0x0001; }, {}, nullptr, kFalse},
-      {"the last word of oscillator list 10", "16F628", 0x3F72,
-       [](sim::ChipState& c) { c.program.back() ^= 0x0001; }, {NotEqualAt(0x7FF)}, nullptr, kTrue},
-      {"an 18F ID word", "18F452", 0, [](sim::ChipState& c) { c.ids[1] ^= 0x0100; c.ids[2] ^= 0x0001; },
-       {NotEqualAt(0x2002)}, nullptr, kTrue},
-      {"an 18F register: CPD programmed", "18F452", 0, [](sim::ChipState& c) { c.configBytes[9] = 0x40; }, {fuses},
-       nullptr, kFalse},
-  };
-  for (const Case& c : cases) {
-    for (const bool quiet : {false, true}) {
-      if (quiet && c.logLine == nullptr) continue;
-      SCOPED_TRACE(std::string(c.name) + (quiet ? " quiet" : ""));
-      test::SimApp sim(c.chip);
-      PatternImage(sim.state(), c.config);
-      test::RecordingUi ui;
-      ASSERT_TRUE(cmdWrite(sim.state(), ui).ok()) << (ui.messages.empty() ? "" : ui.messages[0].text);
-      c.change(sim.chip());
-      sim.state().commandLine.quiet = quiet;
-      test::RecordingUi verify;
-      const OpOutcome outcome = cmdCompare(sim.state(), verify).outcome;
-      if (quiet) {
-        EXPECT_EQ(outcome, OpOutcome::kTerminated);
-        EXPECT_EQ(sim.home.Read("quorvi2.err"), std::string(c.logLine) + "\n");
-        continue;
-      }
-      EXPECT_EQ(outcome, c.messages.empty() ? OpOutcome::kOk : OpOutcome::kFailed);
-      EXPECT_EQ(verify.messages, c.messages);
-      EXPECT_EQ(sim.state().operationFailed, c.failed);
-      EXPECT_TRUE(sim.PoweredDown());
-    }
-  }
-}
-
-TEST(Verify, ProductionFindsACellThatFailsOnlyAtVddMinAndTakesLonger) {
-  test::SimApp sim("16F84A");
-  PatternImage(sim.state(), 0x3FF1);
-  test::RecordingUi ui;
-  const OpResult written = cmdWrite(sim.state(), ui);
-  ASSERT_TRUE(written.ok());
-  const std::string prototypeMode = sim.state().settings.mode;
-  const OpResult prototype = cmdCompare(sim.state(), ui);
-  sim.state().settings.mode = "PROD";
-  const OpResult production = cmdCompare(sim.state(), ui);
-  ASSERT_TRUE(prototype.ok());
-  ASSERT_TRUE(production.ok());
-  EXPECT_GT(production.durationNs, prototype.durationNs + 500'000'000);
-  EXPECT_GT(written.durationNs, prototype.durationNs);
-
-  sim::MarginCell weak;
-  weak.address = 0x123;
-  weak.belowVolts = 4.7;
-  weak.xorMask = 0x10;
-  sim.chip().faults.marginCells = {weak};
-  sim.state().settings.mode = prototypeMode;
-  test::RecordingUi normal;
-  EXPECT_TRUE(cmdCompare(sim.state(), normal).ok());
-  EXPECT_TRUE(normal.messages.empty());
-  sim.state().settings.mode = "PROD";
-  test::RecordingUi margins;
-  EXPECT_EQ(cmdCompare(sim.state(), margins).outcome, OpOutcome::kFailed);
-  EXPECT_EQ(margins.messages, std::vector<UserMessage>{NotEqualAt(0x123)});
-  EXPECT_TRUE(Shown(margins, op_text::kPassAtVddMin));
-  EXPECT_TRUE(Shown(margins, op_text::kFusePassAtVddMax));
-  EXPECT_EQ(sim.board().vddStep(), sim::SimBoard::kPowerOnStep);
-}
-
-TEST(WriteStart, CodeProtectionQuestionNoLeavesThePortAlone) {
-  test::SimApp sim("12C508A");
-  PatternImage(sim.state(), 0xFE2);  // CP bit 3 cleared: protected
-  ASSERT_EQ(sim.state().device.writeMode, 1);
-  ASSERT_TRUE(CodeProtectionSelected(sim.state().device, 0xFE2));
-  ASSERT_FALSE(CodeProtectionSelected(sim.state().device, 0xFEA));
-  (void)sim.TakeWrites();
-  test::RecordingUi ui;
-  ui.answers = {false};
-  EXPECT_EQ(cmdWrite(sim.state(), ui).outcome, OpOutcome::kCancelled);
-  const UserMessage question{op_text::kCodeProtectionWarning, title::kQuorvi2Alert, MessageIcon::kCritical};
-  EXPECT_EQ(ui.questions, std::vector<UserMessage>{question});
-  EXPECT_TRUE(sim.TakeWrites().empty());
-}
-
-TEST(WriteStart, BlankTestOfAProgrammedChipAsksOrLogsInQuietMode) {
-  const UserMessage question{op_text::kPicNotErasedContinue, title::kQuorvi2Error, MessageIcon::kExclamation};
-  struct Case {
+    int config;  // 12C508A FE2h: code protection on
     bool quiet;
     bool answer;
+    UserMessage question;
     OpOutcome outcome;
   };
-  for (const Case& c : {Case{true, true, OpOutcome::kTerminated}, {false, false, OpOutcome::kCancelled},
-                        {false, true, OpOutcome::kOk}}) {
-    SCOPED_TRACE(c.quiet ? "quiet" : c.answer ? "yes" : "no");
-    sim::ChipState chip = test::BlankChip("16F84A");
+  const Case cases[] = {
+      {"code protection, no", "12C508A", 0xFE2, false, false, protection, OpOutcome::kCancelled},
+      {"not blank, no", "16F84A", 0x3FF1, false, false, notBlank, OpOutcome::kCancelled},
+      {"not blank, yes", "16F84A", 0x3FF1, false, true, notBlank, OpOutcome::kOk},
+      {"not blank, quiet", "16F84A", 0x3FF1, true, true, {}, OpOutcome::kTerminated},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    sim::ChipState chip = test::BlankChip(c.chip);
     chip.program[3] = 0;
-    test::SimApp sim(chip, "16F84A");
-    PatternImage(sim.state(), 0x3FF1);
-    sim.state().options.chkTestBlank = true;
+    test::SimApp sim(chip, c.chip);
+    PatternImage(sim.state(), c.config);
+    sim.state().options.chkTestBlank = c.config != 0xFE2;
     sim.state().commandLine.quiet = c.quiet;
+    (void)sim.TakeWrites();
     test::RecordingUi ui;
     ui.answers = {c.answer};
     EXPECT_EQ(cmdWrite(sim.state(), ui).outcome, c.outcome);
-    EXPECT_EQ(ui.questions, c.quiet ? std::vector<UserMessage>{} : std::vector<UserMessage>{question});
+    EXPECT_EQ(ui.questions, c.quiet ? std::vector<UserMessage>{} : std::vector<UserMessage>{c.question});
     EXPECT_EQ(sim.home.Read("quorvi2.err"), c.quiet ? std::string(op_text::quiet::kEraseFailed) + "\n" : "");
     if (c.outcome == OpOutcome::kOk) {
-      // Written from address 0 after the test moved the counter.
+      // From address 0, after the test moved the counter.
       EXPECT_EQ(sim.chip().program[0], sim.state().image.programBuffer[0]);
       EXPECT_EQ(sim.chip().program[3], sim.state().image.programBuffer[3]);
       EXPECT_EQ(ui.sounds.size(), 1U);
+    } else if (c.config == 0xFE2) {
+      EXPECT_TRUE(sim.TakeWrites().empty());
     } else if (!c.quiet) {
       EXPECT_TRUE(sim.PoweredDown());
       EXPECT_EQ(sim.chip().program[0], kBlank14);
@@ -315,7 +265,7 @@ TEST(WriteStart, BlankTestOfAProgrammedChipAsksOrLogsInQuietMode) {
   }
 }
 
-TEST(WriteStart, AnImageFileChangedSinceItWasOpenedIsReloaded) {
+TEST(Write, AnImageFileChangedSinceItWasOpenedIsReloaded) {
   test::SimApp sim("16F84A");
   AppState& state = sim.state();
   const std::string path = sim.home.Write("board.HEX", ":020000003412B8\n:00000001FF\n");
@@ -344,19 +294,43 @@ TEST(WriteStart, AnImageFileChangedSinceItWasOpenedIsReloaded) {
   EXPECT_TRUE(sim.TakeWrites().empty());
 }
 
-TEST(WriteStart, QuietProductionSuccessLeavesNoLogPlaysTheSoundAndVerifiesAtBothMargins) {
+TEST(Production, WriteAndVerifyAtBothMarginsFindACellWeakOnlyAtVddMin) {
   test::SimApp sim("16F628A");
-  PatternImage(sim.state(), 0x2171);
-  sim.state().commandLine.quiet = true;
-  sim.state().settings.mode = "PROD";
+  AppState& state = sim.state();
+  PatternImage(state, 0x2171);
   test::RecordingUi ui;
-  ASSERT_TRUE(cmdWrite(sim.state(), ui).ok());
+  const OpResult written = cmdWrite(state, ui);
+  const OpResult prototype = cmdCompare(state, ui);
+  ASSERT_TRUE(written.ok());
+  ASSERT_TRUE(prototype.ok());
+  EXPECT_GT(written.durationNs, prototype.durationNs);
+
+  state.settings.mode = "PROD";
+  state.commandLine.quiet = true;
+  test::RecordingUi quiet;
+  ASSERT_TRUE(cmdWrite(state, quiet).ok());
   EXPECT_FALSE(std::filesystem::exists(sim.home.path() / "quorvi2.err"));
-  EXPECT_TRUE(ui.terminated.empty());
-  EXPECT_EQ(ui.sounds.size(), 1U);
-  EXPECT_EQ(ui.statusBar, op_text::kOperationOk);
-  EXPECT_TRUE(Shown(ui, op_text::kPassAtVddMin));
-  EXPECT_TRUE(Shown(ui, op_text::kPassAtVddMax));
+  EXPECT_TRUE(quiet.terminated.empty());
+  EXPECT_EQ(quiet.sounds.size(), 1U);
+  EXPECT_EQ(quiet.statusBar, op_text::kOperationOk);
+  EXPECT_TRUE(Shown(quiet, op_text::kPassAtVddMin));
+  EXPECT_TRUE(Shown(quiet, op_text::kPassAtVddMax));
+  state.commandLine.quiet = false;
+  const OpResult production = cmdCompare(state, ui);
+  ASSERT_TRUE(production.ok());
+  EXPECT_GT(production.durationNs, prototype.durationNs + 500'000'000);
+
+  sim.chip().faults.marginCells = {{.address = 0x123, .belowVolts = 4.7, .aboveVolts = {}, .xorMask = 0x10}};
+  test::RecordingUi margins;
+  EXPECT_EQ(cmdCompare(state, margins).outcome, OpOutcome::kFailed);
+  EXPECT_EQ(margins.messages, std::vector<UserMessage>{NotEqualAt("123h")});
+  EXPECT_TRUE(Shown(margins, op_text::kPassAtVddMin));
+  EXPECT_TRUE(Shown(margins, op_text::kFusePassAtVddMax));
+  EXPECT_EQ(sim.board().vddStep(), sim::SimBoard::kPowerOnStep);
+  state.settings.mode = "PROT";
+  test::RecordingUi normal;
+  EXPECT_TRUE(cmdCompare(state, normal).ok());
+  EXPECT_TRUE(normal.messages.empty());
 }
 
 }  // namespace

@@ -56,14 +56,6 @@ sim::ChipState PatternedChip(const std::string& chipName) {
   return state;
 }
 
-void Select16F72(AppState& state) {
-  state.device.name = "16F72";
-  state.device.programSize = 2047;
-  state.device.family = 6;
-  state.device.pinCount = 28;
-  state.device.oscList = 1;
-}
-
 SimApp::SimApp(sim::ChipState chip, const std::string& deviceName, bool realClock, int64_t portAccessNs) {
   std::unique_ptr<Clock> ownClock;
   if (realClock) {
@@ -91,7 +83,13 @@ SimApp::SimApp(sim::ChipState chip, const std::string& deviceName, bool realCloc
   app->link.SetVpp3(kFalse);
   app->link.SetVdd("off");
   (void)app->link.SetVddLevel(5.0F);
-  if (!deviceName.empty()) {
+  if (deviceName == "16F72") {
+    app->device.name = deviceName;
+    app->device.programSize = 2047;
+    app->device.family = 6;
+    app->device.pinCount = 28;
+    app->device.oscList = 1;
+  } else if (!deviceName.empty()) {
     auto view = SelectDevice(paths.Catalogue(), deviceName, app->device, app->image, false);
     if (!view) {
       ADD_FAILURE() << view.message();
