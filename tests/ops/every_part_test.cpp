@@ -59,7 +59,9 @@ void FillImage(AppState& state) {
   for (int32_t i = 0; i <= d.programSize; ++i) {
     image.programBuffer[static_cast<size_t>(i)] = static_cast<int32_t>((i * 37 + 5) % blank);
   }
-  for (int32_t j = 0; j < d.dataBytes; ++j) image.dataBuffer[static_cast<size_t>(j)] = static_cast<int16_t>((j * 11 + 1) % 0xFF);
+  for (size_t j = 0; j < static_cast<size_t>(d.dataBytes); ++j) {
+    image.dataBuffer[j] = static_cast<int16_t>((j * 11 + 1) % 0xFF);
+  }
   const int idMask = d.family == family::kCore12 ? 0xF : 0x3FFF;
   image.idWords = {0x1234 & idMask, 0x0567 & idMask, 0x0009 & idMask, 0x2ABC & idMask, 0};
   // All ones but the watchdog and the oscillator's low bit: no protection bit cleared.
