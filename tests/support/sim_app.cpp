@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "device/selection.h"
 #include "hw/port_link.h"
 
@@ -21,7 +23,6 @@ class TeePort final : public PortDriver {
   uint8_t ReadStatus() override { return board_->ReadStatus(); }
   std::optional<bool> BusLevel() const override { return board_->BusLevel(); }
   std::string Describe() const override { return board_->Describe(); }
-  sim::SimBoard* board() { return board_.get(); }
 
   std::vector<uint8_t> writes;
 
@@ -57,12 +58,8 @@ sim::ChipState PatternedChip(const std::string& chipName) {
 }
 
 SimApp::SimApp(sim::ChipState chip, const std::string& deviceName, bool realClock, int64_t portAccessNs) {
-  std::unique_ptr<Clock> ownClock;
-  if (realClock) {
-    ownClock = std::make_unique<RealClock>();
-  } else {
-    ownClock = std::make_unique<VirtualClock>(portAccessNs);
-  }
+  std::unique_ptr<Clock> ownClock = std::make_unique<VirtualClock>(portAccessNs);
+  if (realClock) ownClock = std::make_unique<RealClock>();
   clock_ = ownClock.get();
   auto board = sim::MakeBoard(*clock_, std::move(chip));
   std::unique_ptr<sim::SimBoard> driver;
@@ -106,11 +103,7 @@ SimApp::~SimApp() {
   for (const std::string& problem : board_->Problems()) ADD_FAILURE() << problem;
 }
 
-std::vector<uint8_t> SimApp::TakeWrites() {
-  std::vector<uint8_t> taken;
-  taken.swap(*writes_);
-  return taken;
-}
+std::vector<uint8_t> SimApp::TakeWrites() { return std::exchange(*writes_, {}); }
 
 bool SimApp::PoweredDown() const {
   const uint8_t out = board_->lastWrite();
