@@ -107,7 +107,7 @@ TEST(Erase, EachFamilysCommandsClearCodeProtection) {
   }
 }
 
-TEST(Erase, BandGapPartsKeepTheirCalibrationWordUnlessAskedAndTheirBandGapBits) {
+TEST(Erase, BandGapChipsKeepTheirCalibrationWordUnlessAskedAndTheirBandGapBits) {
   for (const bool blankCalibration : {false, true}) {
     const char* name = blankCalibration ? "16F676" : "12F675";
     SCOPED_TRACE(name);

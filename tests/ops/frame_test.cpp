@@ -86,7 +86,7 @@ TEST(OpFrame, AFailureIsShownOrInQuietModeReplacesTheLogWithItsOneLine) {
   }
 }
 
-TEST(OpFrame, PowerUpWaitsAfterVddForEighteenPinPartsAndForIcspWhenTicked) {
+TEST(OpFrame, PowerUpWaitsAfterVddForEighteenPinChipsAndForIcspWhenTicked) {
   struct Case {
     const char* chip;
     bool blankPlan;
