@@ -71,6 +71,8 @@ TEST(WriteAndVerify, AFailureSaysWhereOrLogsItsLine) {
       {"a program word", "16F84A", 0x3FF1, none, [](sim::ChipState& c) { c.program[0x123] ^= 0x10; },
        {NotEqualAt("123h")}, "Erro de comparação de dados", kTrue},
       // A configuration difference is reported without failing the operation.
+      {"a word of a part writing two words a cycle", "16F72", 0x3FB2, none,
+       [](sim::ChipState& c) { c.program[0x124] ^= 0x10; }, {NotEqualAt("124h")}, nullptr, kTrue},
       {"the configuration word", "16F84A", 0x3FF1, none, [](sim::ChipState& c) { c.config ^= 0x0002; }, {fuses},
        "Erro comparando fuses", kFalse},
       {"the calibration word of oscillator list 2", "12C508A", 0xFEA, none,
@@ -176,7 +178,7 @@ TEST(Write, TheLastWord) {
     bool programmed;
   };
   for (const Case& c : {Case{"12C508A", true, 0xC42, false}, {"12C508A", false, 0xC42, true},
-                        {"12C508A", false, 0x123, false}, {"16F628", false, 0x0123, true},
+                        {"12C508A", false, 0x923, false}, {"16F628", false, 0x0123, true},
                         {"16F627A", false, 0x0123, true}, {"16F84A", false, 0x0123, true}}) {
     SCOPED_TRACE(std::string(c.chip) + " " + std::to_string(c.word));
     const sim::ChipInfo& info = *sim::FindChip(c.chip).value();
