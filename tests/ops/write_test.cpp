@@ -56,13 +56,14 @@ TEST(WriteAndVerify, AFailureSaysWhereOrLogsItsLine) {
     std::vector<UserMessage> messages;  // none: the verify passes
     const char* logLine;                // null: no quiet run
     Flag failed;
+    int32_t stuck = -1;  // a word that never programs, after its 26 cycles
   };
   const UserMessage fuses{op_text::kFusesNotEqual, title::kQuorvi2Error, MessageIcon::kNone};
   const auto none = [](sim::ChipState&) {};
   const Case cases[] = {
       {"a word that never programs", "16C61", 0x3FF1, [](sim::ChipState& c) { c.faults.neverProgram = {0x1A3}; },
        nullptr, {{"Writing error at 1A3h", title::kQuorvi2Error, MessageIcon::kCritical}}, "Erro gravando dados",
-       kTrue},
+       kTrue, 0x1A3},
       {"a configuration word that never programs", "16F84A", 0x3FF1,
        [](sim::ChipState& c) { c.faults.neverProgram = {0x2007}; }, nullptr,
        {{op_text::kErrorWritingFuses, title::kQuorvi2Error, MessageIcon::kCritical}}, "Erro gravando fuses", kTrue},
@@ -70,9 +71,9 @@ TEST(WriteAndVerify, AFailureSaysWhereOrLogsItsLine) {
        {NotEqualAt("2002h")}, "Erro comparando IDs", kTrue},
       {"a program word", "16F84A", 0x3FF1, none, [](sim::ChipState& c) { c.program[0x123] ^= 0x10; },
        {NotEqualAt("123h")}, "Erro de comparação de dados", kTrue},
-      // A configuration difference is reported without failing the operation.
       {"a word of a part writing two words a cycle", "16F72", 0x3FB2, none,
        [](sim::ChipState& c) { c.program[0x124] ^= 0x10; }, {NotEqualAt("124h")}, nullptr, kTrue},
+      // A configuration difference is reported without failing the operation.
       {"the configuration word", "16F84A", 0x3FF1, none, [](sim::ChipState& c) { c.config ^= 0x0002; }, {fuses},
        "Erro comparando fuses", kFalse},
       {"the calibration word of oscillator list 2", "12C508A", 0xFEA, none,
@@ -117,18 +118,11 @@ TEST(WriteAndVerify, AFailureSaysWhereOrLogsItsLine) {
       EXPECT_EQ(sim.state().operationFailed, c.failed);
       EXPECT_EQ(sim.home.Read("quorvi2.err"), "");
       EXPECT_TRUE(sim.PoweredDown());
+      if (c.stuck >= 0) {
+        EXPECT_EQ(sim.state().cycleTable[static_cast<size_t>(c.stuck)], 26);
+      }
     }
   }
-}
-
-TEST(Write, AWordThatNeverProgramsTakesTwentySixCycles) {
-  sim::ChipState chip = test::BlankChip("16C61");
-  chip.faults.neverProgram = {0x1A3};
-  test::SimApp sim(chip, "16C61");
-  PatternImage(sim.state());
-  test::RecordingUi ui;
-  EXPECT_EQ(cmdWrite(sim.state(), ui).outcome, OpOutcome::kFailed);
-  EXPECT_EQ(sim.state().cycleTable[0x1A3], 26);
 }
 
 struct OtpRun {
