@@ -10,9 +10,6 @@ namespace quorvi {
 namespace {
 
 using test::DeviceLine;
-using test::DeviceLineFields;
-
-bool Contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
 // A catalogue file in a temporary folder, lines joined with CR LF.
 struct Catalogue {
@@ -26,18 +23,9 @@ struct Catalogue {
 };
 
 TEST(ParseDeviceLine, ReadsEveryColumn) {
-  DeviceLineFields f;
-  f.programSize = "07FF";
-  f.dataBytes = "0080";
-  f.family = "8";
-  f.fuseMap = "12";
-  f.writeMode = "1";
-  f.pins = "28";
-  f.oscList = "3";
-  f.wrtList = "2";
-  f.vddMin = "4.5";
-  f.vddMax = "5.5";
-  const std::string line = DeviceLine(f);
+  const std::string line = DeviceLine({.programSize = "07FF", .dataBytes = "0080", .family = "8", .fuseMap = "12",
+                                       .writeMode = "1", .pins = "28", .oscList = "3", .wrtList = "2",
+                                       .vddMin = "4.5", .vddMax = "5.5"});
   ASSERT_EQ(line.size(), 81U);
   DeviceDescriptor d;
   auto captions = ParseDeviceLine(line, d);
@@ -59,25 +47,26 @@ TEST(ParseDeviceLine, ReadsEveryColumn) {
   EXPECT_EQ(captions.value()->max, "5.5");
 }
 
-TEST(ParseDeviceLine, SizesReadAsSigned16BitHex) {
-  struct Case {
-    const char* field;
-    int32_t size;
-  };
-  for (const Case& c : {Case{"FFFF", 65535}, {"8000", -32768}, {"7FFF", 32767}, {"0000", 0}, {"    ", 0},
-                        {" 3FF", 0x3FF}, {"3F F", 0x3FF}, {"1FG0", 0x1F}}) {
-    DeviceLineFields f;
-    f.programSize = c.field;
+TEST(ParseDeviceLine, SizesReadAsSigned16BitHexAndMissingFieldsAsZero) {
+  const std::pair<const char*, int32_t> sizes[] = {{"FFFF", 65535}, {"8000", -32768}, {"7FFF", 32767},
+                                                   {"0000", 0},     {"    ", 0},      {" 3FF", 0x3FF},
+                                                   {"3F F", 0x3FF}, {"1FG0", 0x1F}};
+  for (const auto& [field, size] : sizes) {
     DeviceDescriptor d;
-    ASSERT_TRUE(ParseDeviceLine(DeviceLine(f), d).ok());
-    EXPECT_EQ(d.programSize, c.size) << c.field;
+    ASSERT_TRUE(ParseDeviceLine(DeviceLine({.programSize = field}), d).ok());
+    EXPECT_EQ(d.programSize, size) << field;
   }
+  DeviceDescriptor d;
+  d.pinCount = 40;
+  ASSERT_TRUE(ParseDeviceLine("PIC16C99", d).ok());
+  EXPECT_EQ(d.name, "16C99");
+  EXPECT_EQ(d.programSize, 0);
+  EXPECT_EQ(d.family, 0);
+  EXPECT_EQ(d.pinCount, 0);
 }
 
 TEST(ParseDeviceLine, VddValuesOnlyOnLinesLongerThan78) {
-  DeviceLineFields f;
-  f.page = "16";
-  std::string line = DeviceLine(f);
+  std::string line = DeviceLine({.page = "16"});
   line.resize(78, ' ');
   DeviceDescriptor d;
   d.vddMin = 1.5F;
@@ -95,50 +84,25 @@ TEST(ParseDeviceLine, VddValuesOnlyOnLinesLongerThan78) {
   EXPECT_FLOAT_EQ(d.vddMax, 6.0F);
 }
 
-TEST(ParseDeviceLine, BlankAndShortFieldsReadAsZero) {
-  DeviceDescriptor d;
-  d.pinCount = 40;
-  ASSERT_TRUE(ParseDeviceLine("PIC16C99", d).ok());
-  EXPECT_EQ(d.name, "16C99");
-  EXPECT_EQ(d.programSize, 0);
-  EXPECT_EQ(d.family, 0);
-  EXPECT_EQ(d.pinCount, 0);
-}
-
 TEST(ParseDeviceLine, ValuesThatDoNotFitAreErrorsNamingTheColumns) {
-  DeviceLineFields family;
-  family.family = "9E99";
   DeviceDescriptor d;
-  auto bad = ParseDeviceLine(DeviceLine(family), d);
+  auto bad = ParseDeviceLine(DeviceLine({.family = "9E99"}), d);
   ASSERT_FALSE(bad.ok());
   EXPECT_EQ(bad.message(), "\"9E99\" in columns 33-36 (family) is out of range");
-
-  DeviceLineFields wrt;
-  wrt.wrtList = "-1";
-  bad = ParseDeviceLine(DeviceLine(wrt), d);
+  bad = ParseDeviceLine(DeviceLine({.wrtList = "-1"}), d);
   ASSERT_FALSE(bad.ok());
-  EXPECT_TRUE(Contains(bad.message(), "write-protection list")) << bad.message();
+  EXPECT_NE(bad.message().find("write-protection list"), std::string::npos) << bad.message();
 }
 
 TEST(LoadDeviceRecord, TheFirstLineStartingWithTheKeyWins) {
-  DeviceLineFields a, b, eep;
-  a.name = "16F84A";
-  a.programSize = "03FF";
-  b.name = "16F84";
-  b.programSize = "01FF";
-  eep.kind = "EEP";
-  eep.name = "24C02";
-  eep.programSize = "00FF";
-  eep.family = "5";
-  std::string lower = DeviceLine(b);
+  std::string lower = DeviceLine({.programSize = "01FF"});
   for (char& ch : lower) ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
-  Catalogue cat({"; comment", DeviceLine(a), lower, DeviceLine(eep)});
-
+  Catalogue cat({"; comment", DeviceLine({.name = "16F84A"}), lower,
+                 DeviceLine({.kind = "EEP", .name = "24C02", .programSize = "00FF", .family = "5"})});
   DeviceDescriptor d;
   ASSERT_TRUE(LoadDeviceRecord(cat.path, "16F84", d).ok());
   EXPECT_EQ(d.name, "16F84A") << "16F84 is a prefix of the earlier 16F84A line";
   EXPECT_EQ(d.programSize, 0x3FF);
-
   ASSERT_TRUE(LoadDeviceRecord(cat.path, "24C02", d).ok());
   EXPECT_EQ(d.family, 5);
   EXPECT_EQ(d.programSize, 0xFF);
@@ -149,33 +113,26 @@ TEST(LoadDeviceRecord, TheFirstLineStartingWithTheKeyWins) {
   EXPECT_FALSE(LoadDeviceRecord(lowerOnly.path, "16f84", d).ok());
 }
 
-TEST(LoadDeviceRecord, MissingNamesAndFilesAreMessages) {
+TEST(LoadDeviceRecord, MissingNamesAndFilesAreMessagesAndChangeNothing) {
   Catalogue cat({DeviceLine({})});
+  Catalogue broken({"; first", DeviceLine({.family = "1E9"})});
   DeviceDescriptor d;
   d.name = "before";
-  auto missing = LoadDeviceRecord(cat.path, "16F877", d);
-  ASSERT_FALSE(missing.ok());
-  EXPECT_EQ(missing.message(), "The device 16F877 is not in the catalogue " + cat.path);
-  EXPECT_EQ(d.name, "before");
-
-  auto noFile = LoadDeviceRecord(cat.path + ".missing", "16F84", d);
-  ASSERT_FALSE(noFile.ok());
-  EXPECT_EQ(noFile.message(), "Cannot open the device catalogue " + cat.path + ".missing");
-
-  DeviceLineFields bad;
-  bad.family = "1E9";
-  Catalogue broken({"; first", DeviceLine(bad)});
-  auto overflow = LoadDeviceRecord(broken.path, "16F84", d);
+  EXPECT_EQ(LoadDeviceRecord(cat.path, "16F877", d).message(),
+            "The device 16F877 is not in the catalogue " + cat.path);
+  EXPECT_EQ(LoadDeviceRecord(cat.path + ".missing", "16F84", d).message(),
+            "Cannot open the device catalogue " + cat.path + ".missing");
+  const auto overflow = LoadDeviceRecord(broken.path, "16F84", d);
   ASSERT_FALSE(overflow.ok());
-  EXPECT_TRUE(Contains(overflow.message(), broken.path + " line 2: ")) << overflow.message();
+  EXPECT_TRUE(overflow.message().starts_with(broken.path + " line 2: ")) << overflow.message();
   EXPECT_EQ(d.name, "before");
 }
 
 TEST(LoadFuseMap, SixteenthTokenIsLostWithoutATrailingBlank) {
   const std::string sixteen = "- 3 CP1 CP1 x DEBUG WRT CPD LVP BODEN CP1/ CP0 PWRTE/ WDTE F1 F0";
-  Catalogue cat({sixteen, sixteen + " ", sixteen + " P P"});
   DeviceDescriptor d;
-  ASSERT_TRUE(LoadFuseMap(cat.path, 3, d).ok());
+  Catalogue bare({sixteen});
+  ASSERT_TRUE(LoadFuseMap(bare.path, 3, d).ok());
   EXPECT_EQ(d.fuseNames[15], "-");
   EXPECT_EQ(d.fuseNames[14], "3");
   EXPECT_EQ(d.fuseNames[13], "CP1");
@@ -194,7 +151,7 @@ TEST(LoadFuseMap, SixteenthTokenIsLostWithoutATrailingBlank) {
   EXPECT_EQ(d.fuseNames[16], "") << "tokens past slot 0 are dropped";
 }
 
-TEST(LoadFuseMap, SlotsCarryOverAndTheLastLineIsTheFallback) {
+TEST(LoadFuseMap, SlotsCarryOverTheLastLineIsTheFallbackAndADeviceLineCanBeTakenForAMap) {
   Catalogue cat({"; maps", "- 1 A B C D E F G H I J K L M N", "; between", "- 2 P Q", "- 3 R"});
   DeviceDescriptor d;
   ASSERT_TRUE(LoadFuseMap(cat.path, 2, d).ok());
@@ -210,16 +167,11 @@ TEST(LoadFuseMap, SlotsCarryOverAndTheLastLineIsTheFallback) {
   d.fuseNames[5] = "stale";
   d.pairFlag = true;
   ASSERT_TRUE(LoadFuseMap(cat.path, 0, d).ok());
-  for (int slot = 0; slot < 16; ++slot) EXPECT_EQ(d.fuseNames[static_cast<size_t>(slot)], "") << slot;
+  for (size_t slot = 0; slot < 16; ++slot) EXPECT_EQ(d.fuseNames[slot], "") << slot;
   EXPECT_FALSE(d.pairFlag);
-}
 
-TEST(LoadFuseMap, ADeviceLineCanBeTakenForAMap) {
-  DeviceLineFields f;
-  f.programSize = "0005";  // its second token reads as 5
-  Catalogue cat({DeviceLine(f), "- 5 WDTE"});
-  DeviceDescriptor d;
-  ASSERT_TRUE(LoadFuseMap(cat.path, 5, d).ok());
+  Catalogue device({DeviceLine({.programSize = "0005"}), "- 5 WDTE"});  // its second token reads as 5
+  ASSERT_TRUE(LoadFuseMap(device.path, 5, d).ok());
   EXPECT_EQ(d.fuseNames[15], "PIC16F84");
   EXPECT_EQ(d.fuseNames[13], "0040");
 }
@@ -244,30 +196,17 @@ TEST(FillOptionList, OnlyTheFirstRunCountsAndItsLastEntryIsSelected) {
   auto list = FillOptionList(cat.path, "1OSC");
   ASSERT_TRUE(list.ok()) << list.message();
   EXPECT_EQ(list.value(), (OptionList{{"LP", "XT", "HS"}, 2}));
-
-  auto two = FillOptionList(cat.path, "10OSC");
-  ASSERT_TRUE(two.ok());
-  EXPECT_EQ(two.value().entries, std::vector<std::string>{"INTRC"});
-
-  auto missing = FillOptionList(cat.path, "7OSC");
-  ASSERT_FALSE(missing.ok());
-  EXPECT_EQ(missing.message(), "The option list 7OSC is missing from " + cat.path);
-
-  auto tooShort = FillOptionList(cat.path, "3WRT");
-  ASSERT_FALSE(tooShort.ok());
-  EXPECT_EQ(tooShort.message(), cat.path + " line 7: an option line needs at least five characters");
+  list = FillOptionList(cat.path, "10OSC");
+  ASSERT_TRUE(list.ok());
+  EXPECT_EQ(list.value().entries, std::vector<std::string>{"INTRC"});
+  EXPECT_EQ(FillOptionList(cat.path, "7OSC").message(), "The option list 7OSC is missing from " + cat.path);
+  EXPECT_EQ(FillOptionList(cat.path, "3WRT").message(),
+            cat.path + " line 7: an option line needs at least five characters");
 }
 
 TEST(FillDeviceList, EntriesKeepTheirBlankAndTheLastPinsStay) {
-  DeviceLineFields a, b;
-  a.name = "12C508";
-  a.pins = "08";
-  b.kind = "EEP";
-  b.name = "24C16";
-  b.pins = "08";
-  DeviceLineFields c;
-  c.pins = "18";
-  Catalogue cat({"; Quorvi catalogue", "1OSC XT", DeviceLine(a), "- 1 WDTE", DeviceLine(b), DeviceLine(c)});
+  Catalogue cat({"; a comment", "1OSC XT", DeviceLine({.name = "12C508", .pins = "08"}), "- 1 WDTE",
+                 DeviceLine({.kind = "EEP", .name = "24C16", .pins = "08"}), DeviceLine({})});
   DeviceDescriptor d;
   auto list = FillDeviceList(cat.path, d);
   ASSERT_TRUE(list.ok()) << list.message();
@@ -276,14 +215,11 @@ TEST(FillDeviceList, EntriesKeepTheirBlankAndTheLastPinsStay) {
 }
 
 TEST(FillDeviceList, BadLinesAreNamedAndLeftOutWhileTheOthersLoad) {
-  DeviceLineFields negative, noPins, letters, overVoltage;
-  negative.programSize = "8000";
-  letters.family = "1X";
-  overVoltage.vddMin = "3.0";
-  overVoltage.vddMax = "9.5";
-  std::string shortLine = DeviceLine(noPins).substr(0, 50);
-  Catalogue cat({"; see also, PIC16X99 in the notes", DeviceLine(negative), shortLine, DeviceLine(letters),
-                 DeviceLine(overVoltage), DeviceLine({}), "; trailing comment"});
+  // Fields are comma-delimited: the comment's second field is read as a (cut) device line.
+  Catalogue cat({"; see also, PIC16X99 in the notes", DeviceLine({.programSize = "8000"}),
+                 DeviceLine({}).substr(0, 50), DeviceLine({.family = "1X"}),
+                 DeviceLine({.vddMin = "3.0", .vddMax = "9.5"}), DeviceLine({.name = "16F84ABCDEFGHIJKL"}),
+                 DeviceLine({}), "; trailing comment"});
   DeviceDescriptor d;
   std::vector<std::string> problems;
   auto list = FillDeviceList(cat.path, d, &problems);
@@ -295,9 +231,10 @@ TEST(FillDeviceList, BadLinesAreNamedAndLeftOutWhileTheOthersLoad) {
       cat.path + " line 3: the line ends at column 50, before the pins (columns 57-58)",
       cat.path + " line 4: family (columns 33-36) \"1X\" is not a decimal number",
       cat.path + " line 5: supply range \"3.0\" to \"9.5\" V is not a range from above 0 to at most 6.5 V",
+      cat.path + " line 6: the device name must end with a blank before column 17",
   };
   EXPECT_EQ(problems, expected);
-  // Selecting a bad device names its line too.
+  // Choosing a bad device names its line too.
   auto selected = LoadDeviceRecord(cat.path, "16F84", d);
   ASSERT_FALSE(selected.ok());
   EXPECT_EQ(selected.message(), expected[1]);

@@ -20,62 +20,49 @@ TEST(ApplyFuseButton, EachButtonPutsItsBitsOnItsSide) {
   const DeviceDescriptor d = WithFuses({{13, "CP0"}, {12, "CP0"}, {5, "CP0"}, {4, "CP0"}, {8, "CPD"},
                                         {7, "LVP"}, {6, "BODEN"}, {3, "PWRTE/"}, {2, "WDTE"}, {9, "BKB"},
                                         {11, "BORV1"}, {10, "BORV0"}});
+  const DeviceDescriptor low = WithFuses({{7, "BORV1"}, {6, "BORV0"}, {9, "WRT"}});
   struct Case {
+    const DeviceDescriptor& map;
     int32_t word;
     const char* button;
     int32_t expected;
   };
   for (const Case& c : {
-           Case{0x3FFF, "PWRTE_ON", 0x3FF7},    // an inverted bit: "on" clears it
-           Case{0x3FF7, "PWRTE_OFF", 0x3FFF},
-           Case{0x3FFF, "CP0_ON", 0x0FCF},      // protection on: all four bits 0
-           Case{0x0FCF, "CP0_OFF", 0x3FFF},
-           Case{0x0000, "WDT_ON", 0x0004},
-           Case{0x3FFF, "WDT_OFF", 0x3FFB},
-           Case{0x3FFF, "CPD_ON", 0x3EFF},
-           Case{0x3FFF, "LVP_OFF", 0x3F7F},
-           Case{0x3FFF, "BODEN_OFF", 0x3FBF},
-           Case{0x3FFF, "DEBUG_ON", 0x3DFF},
-           Case{0x3FFF, "op45", 0x33FF},
-           Case{0x0000, "op25", 0x0C00},
-           Case{0x3FFF, "op27", 0x3BFF},
-           Case{0x3FFF, "MCLRE_INT", 0x3FFF},   // no such fuse: unchanged
+           Case{d, 0x3FFF, "PWRTE_ON", 0x3FF7},  // an inverted bit: "on" clears it
+           Case{d, 0x3FF7, "PWRTE_OFF", 0x3FFF},
+           Case{d, 0x3FFF, "CP0_ON", 0x0FCF},  // protection on: all four bits 0
+           Case{d, 0x0FCF, "CP0_OFF", 0x3FFF},
+           Case{d, 0x0000, "WDT_ON", 0x0004},
+           Case{d, 0x3FFF, "WDT_OFF", 0x3FFB},
+           Case{d, 0x3FFF, "CPD_ON", 0x3EFF},
+           Case{d, 0x3FFF, "LVP_OFF", 0x3F7F},
+           Case{d, 0x3FFF, "BODEN_OFF", 0x3FBF},
+           Case{d, 0x3FFF, "DEBUG_ON", 0x3DFF},
+           Case{d, 0x3FFF, "op45", 0x33FF},
+           Case{d, 0x0000, "op25", 0x0C00},
+           Case{d, 0x3FFF, "op27", 0x3BFF},
+           Case{d, 0x3FFF, "MCLRE_INT", 0x3FFF},  // no such fuse: unchanged
+           Case{low, 0x3FFF, "op42", 0x3F7F},     // brown-out 4.2 V on bits 7 and 6
+           Case{low, 0x3FFF, "cmbWRT:ON", 0x3DFF},
+           Case{low, 0x3DFF, "cmbWRT:OFF", 0x3FFF},
        }) {
-    EXPECT_EQ(ApplyFuseButton(d, c.word, 0x3FFF, c.button), c.expected) << c.button;
+    EXPECT_EQ(ApplyFuseButton(c.map, c.word, 0x3FFF, c.button), c.expected) << c.button;
   }
   EXPECT_FALSE(ApplyFuseButton(d, 0x3FFF, 0x3FFF, "NO_SUCH_BUTTON").has_value());
-}
-
-TEST(ApplyFuseButton, BrownOut42OnBits7And6) {
-  const DeviceDescriptor d = WithFuses({{7, "BORV1"}, {6, "BORV0"}});
-  const int32_t word = *ApplyFuseButton(d, 0x3FFF, 0x3FFF, "op42");
-  EXPECT_EQ(word & 0x80, 0);
-  EXPECT_EQ(word & 0x40, 0x40);
-}
-
-TEST(ApplyFuseButton, WriteProtectionComboEntries) {
-  const DeviceDescriptor d = WithFuses({{9, "WRT"}});
-  EXPECT_EQ(ApplyFuseButton(d, 0x3FFF, 0x3FFF, "cmbWRT:ON"), 0x3DFF);
-  EXPECT_EQ(ApplyFuseButton(d, 0x3DFF, 0x3FFF, "cmbWRT:OFF"), 0x3FFF);
-}
-
-TEST(SetFuseBits, UsesTheBlankWordOfTheFamily) {
-  // A 12-bit part clears within 0xFFF.
+  // A 12-bit part clears within FFFh.
   EXPECT_EQ(SetFuseBits(0xFFF, 0x8, 0xFFF, false), 0xFF7);
   EXPECT_EQ(SetFuseBits(0xFFF, -0x8, 0xFFF, true), 0xFF7);
   EXPECT_EQ(SetFuseBits(0x123, 0, 0xFFF, true), 0x123);
 }
 
-TEST(Oscillator, ListFiveAndTenPutIndexBit2OnWordBit4) {
+TEST(Oscillator, ListFiveAndTenPutIndexBit2OnWordBit4AndTheIndexIsReadBack) {
   EXPECT_EQ(ApplyOscillator(0x3FFF, 0x3FFF, 5, 7, 8), 0x3FFF);
   EXPECT_EQ(ApplyOscillator(0x3FFF, 0x3FFF, 5, 4, 8), 0x3FFC);
   EXPECT_EQ(ApplyOscillator(0x3FFF, 0x3FFF, 10, 2, 8), 0x3FEE);
   EXPECT_EQ(ApplyOscillator(0x3FFF, 0x3FFF, 1, 1, 4), 0x3FFD);
   EXPECT_EQ(ApplyOscillator(0x3FF8, 0x3FFF, 3, 5, 8), 0x3FFD);
   EXPECT_EQ(ApplyOscillator(0xFFF, 0xFFF, 2, 2, 4), 0xFFE);
-}
-
-TEST(Oscillator, IndexShownForAWord) {
+  // And back: the index shown for a word.
   struct Case {
     int oscList;
     int32_t word;
@@ -104,12 +91,12 @@ TEST(ShowConfigWord, ChoosesButtonsByAllBitsAndReversesNegativeMasks) {
   EXPECT_EQ(cp.choices[2], (FuseChoice{"CP0", "CP0_ON"}));
   EXPECT_EQ(cp.wrtText, "OFF");
   EXPECT_EQ(cp.borvButton, "op25");
-}
 
-TEST(ShowConfigWord, AnIndexOutsideTheListIsLeftAlone) {
-  const DeviceDescriptor d = WithFuses({}, 3);
-  EXPECT_FALSE(ShowConfigWord(d, 0x3FFF, {}, 4).oscIndex.has_value());
-  EXPECT_EQ(ShowConfigWord(d, 0x3FFB, {}, 4).oscIndex, 3);
+  const DeviceDescriptor rc = WithFuses({}, 3);
+  EXPECT_FALSE(ShowConfigWord(rc, 0x3FFF, {}, 4).oscIndex.has_value()) << "an index outside the list is left alone";
+  EXPECT_EQ(ShowConfigWord(rc, 0x3FFB, {}, 4).oscIndex, 3);
+  EXPECT_EQ(FuseText(0x1F), " Fuse=1F");
+  EXPECT_EQ(FuseText(0), " Fuse=0");
 }
 
 TEST(ParseIdEntry, ClampsAndConvertsLikeTheOldReader) {
@@ -122,12 +109,6 @@ TEST(ParseIdEntry, ClampsAndConvertsLikeTheOldReader) {
                         {"", {0, ""}}, {"xyz", {0, "xyz"}}, {"1g", {1, "1g"}}}) {
     EXPECT_EQ(ParseIdEntry(c.typed), c.entry) << c.typed;
   }
-}
-
-TEST(FuseText, UpperCaseWithoutLeadingZeros) {
-  EXPECT_EQ(FuseText(0x3FF1), " Fuse=3FF1");
-  EXPECT_EQ(FuseText(0x1F), " Fuse=1F");
-  EXPECT_EQ(FuseText(0), " Fuse=0");
 }
 
 }  // namespace

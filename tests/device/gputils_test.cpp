@@ -143,9 +143,9 @@ TEST(Gputils, SizesConfigurationMasksAndOscillatorsAgreeWithTheCatalogue) {
   EXPECT_GE(checked, 30);
 }
 
-// Parts gputils has no configuration data for still have headers: their
+// A part gputils has no configuration data for still has a header: its
 // crystal oscillator symbols must land on the entry of that name.
-TEST(Gputils, HeadersPlaceTheCrystalEntriesOfPartsWithoutConfigurationData) {
+TEST(Gputils, HeadersPlaceTheCrystalEntriesWhereThereIsNoConfigurationData) {
   for (const char* name : {"14000"}) {
     SCOPED_TRACE(name);
     std::ifstream header(kHeaders + "p" + Lower(name) + ".inc");

@@ -9,31 +9,16 @@
 namespace quorvi {
 namespace {
 
-using test::DeviceLine;
-using test::DeviceLineFields;
-
-DeviceLineFields Line(const char* kind, const char* name, const char* size, const char* data, const char* fam,
-                      const char* map, const char* pins, const char* osc, const char* wrt = "0") {
-  DeviceLineFields f;
-  f.kind = kind;
-  f.name = name;
-  f.programSize = size;
-  f.dataBytes = data;
-  f.family = fam;
-  f.fuseMap = map;
-  f.pins = pins;
-  f.oscList = osc;
-  f.wrtList = wrt;
-  return f;
+std::string Line(const char* kind, const char* name, const char* size, const char* data, const char* fam,
+                 const char* map, const char* pins, const char* osc, const char* wrt = "0") {
+  return test::DeviceLine({.kind = kind, .name = name, .programSize = size, .dataBytes = data, .family = fam,
+                           .fuseMap = map, .pins = pins, .oscList = osc, .wrtList = wrt});
 }
 
 // One device of each kind the window shapes differently.
 class Selection : public ::testing::Test {
  protected:
   void SetUp() override {
-    DeviceLineFields f84 = Line("PIC", "16F84", "03FF", "0040", "1", "1", "18", "1");
-    f84.vddMin = "4.5";
-    f84.vddMax = "5.5";
     const std::vector<std::string> lines{
         "; test catalogue",
         "- 1 CP CP CP CP CP CP CP CP CP CP PWRTE/ WDTE F F ",
@@ -41,34 +26,20 @@ class Selection : public ::testing::Test {
         "- 21 BG1 BG0 x x x CPD CP BODEN MCLRE PWRTE/ WDTE x x x ",
         "- 8 CP1 CP0 BKB x WRT1 WRT1 x CPD LVP BODEN CP1 CP0 PWRTE/ WDTE x ",
         "- 9 x x x x x x x x x x x x x x ",
-        "1OSC LP",
-        "1OSC XT",
-        "1OSC HS",
-        "1OSC RC",
-        "2OSC LP",
-        "2OSC XT",
-        "2OSC INTRC",
-        "2OSC EXTRC",
-        "7OSC LP",
-        "7OSC XT",
-        "7OSC HS",
-        "7OSC EC",
-        "7OSC INTRC IO",
-        "7OSC INTRC CLKOUT",
-        "7OSC EXTRC IO",
+        "1OSC LP", "1OSC XT", "1OSC HS", "1OSC RC",
+        "2OSC LP", "2OSC XT", "2OSC INTRC", "2OSC EXTRC",
+        "7OSC LP", "7OSC XT", "7OSC HS", "7OSC EC", "7OSC INTRC IO", "7OSC INTRC CLKOUT", "7OSC EXTRC IO",
         "7OSC EXTRC CLKOUT",
         "0OSC -",
-        "3WRT all",
-        "3WRT none",
-        "3WRT half",
-        DeviceLine(f84),
-        DeviceLine(Line("PIC", "12C508", "01FF", "0000", "4", "2", "08", "2")),
-        DeviceLine(Line("PIC", "12F675", "03FF", "0080", "1", "21", "08", "7")),
-        DeviceLine(Line("PIC", "16F876", "1FFF", "0100", "8", "8", "28", "1", "3")),
-        DeviceLine(Line("PIC", "18F452", "3FFF", "0100", "7", "9", "40", "0")),
-        DeviceLine(Line("PIC", "14000", "0FFF", "0000", "3", "9", "28", "1")),
-        DeviceLine(Line("PIC", "16C99", "07FF", "0000", "0", "2", "18", "1")),
-        DeviceLine(Line("EEP", "24C16", "07FF", "0000", "5", "0", "08", "0")),
+        "3WRT all", "3WRT none", "3WRT half",
+        test::DeviceLine({.vddMin = "4.5", .vddMax = "5.5"}),
+        Line("PIC", "12C508", "01FF", "0000", "4", "2", "08", "2"),
+        Line("PIC", "12F675", "03FF", "0080", "1", "21", "08", "7"),
+        Line("PIC", "16F876", "1FFF", "0100", "8", "8", "28", "1", "3"),
+        Line("PIC", "18F452", "3FFF", "0100", "7", "9", "40", "0"),
+        Line("PIC", "14000", "0FFF", "0000", "3", "9", "28", "1"),
+        Line("PIC", "16C99", "07FF", "0000", "0", "2", "18", "1"),
+        Line("EEP", "24C16", "07FF", "0000", "5", "0", "08", "0"),
     };
     std::string text;
     for (const std::string& line : lines) text += line + "\r\n";

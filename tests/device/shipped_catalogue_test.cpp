@@ -3,7 +3,6 @@
 // fuse map is the one it names.
 #include <gtest/gtest.h>
 
-#include <map>
 #include <set>
 
 #include "device/catalogue.h"
@@ -24,7 +23,7 @@ std::vector<std::string> Names() {
   return names;
 }
 
-TEST(ShippedCatalogue, ListsEveryDeviceWeSupport) {
+TEST(ShippedCatalogue, ListsEveryDeviceWeSupportOnce) {
   const std::vector<std::string> names = Names();
   const std::set<std::string> listed(names.begin(), names.end());
   EXPECT_EQ(listed.size(), names.size()) << "a name is listed twice";
@@ -40,7 +39,8 @@ TEST(ShippedCatalogue, ListsEveryDeviceWeSupport) {
   }
 }
 
-TEST(ShippedCatalogue, EveryDeviceLoadsAsItselfWithItsOwnMap) {
+TEST(ShippedCatalogue, EveryDeviceLoadsAsItselfWithItsOwnMapAndSelects) {
+  MemoryImage image;
   for (const std::string& name : Names()) {
     SCOPED_TRACE(name);
     DeviceDescriptor d;
@@ -55,8 +55,7 @@ TEST(ShippedCatalogue, EveryDeviceLoadsAsItselfWithItsOwnMap) {
     EXPECT_GT(d.programSize, 0);
     EXPECT_LE(d.programSize, 0xFFFF);
     EXPECT_LE(d.dataBytes, 256);
-    const std::set<int> pins{8, 14, 18, 28, 40};
-    EXPECT_TRUE(pins.count(d.pinCount)) << d.pinCount;
+    EXPECT_TRUE(std::set<int>({8, 14, 18, 28, 40}).contains(d.pinCount)) << d.pinCount;
     if (d.family == family::kSerialEeprom) {
       EXPECT_GT(d.pageSize, 0);
       EXPECT_EQ((d.programSize + 1) % d.pageSize, 0) << "pages must tile the memory";
@@ -65,40 +64,25 @@ TEST(ShippedCatalogue, EveryDeviceLoadsAsItselfWithItsOwnMap) {
       EXPECT_LT(d.vddMax, 6.5F);
       EXPECT_LT(d.vddMin, d.vddMax);
     }
-  }
-}
+    // 12-bit cores have no bits 13:12 to name; code protection is named so
+    // that its buttons treat 0 as on.
+    const int width = d.family == family::kCore12 || (d.family == family::kFuture && d.fuseMap == 13) ? 12 : 14;
+    for (size_t bit = static_cast<size_t>(width); bit < 14; ++bit) {
+      EXPECT_EQ(d.fuseNames[bit], d.fuseMap ? "-" : "");
+    }
+    for (const char* fuse : {"CP0", "CP1", "CPD"}) EXPECT_GE(FuseMask(d, fuse), 0) << fuse;
 
-TEST(ShippedCatalogue, EveryDeviceSelects) {
-  MemoryImage image;
-  for (const std::string& name : Names()) {
-    SCOPED_TRACE(name);
-    DeviceDescriptor d;
     Result<SelectionView> view = SelectDevice(kCatalogue, name, d, image, false);
     ASSERT_TRUE(view.ok()) << view.message();
     EXPECT_EQ(view.value().message.has_value(), d.family == family::kFuture);
     if (view.value().oscillatorList) {
-      const int entries = static_cast<int>(view.value().oscillatorList->entries.size());
       // The field the list fills must match the bits the index is read from.
       EXPECT_TRUE(view.value().config.oscIndex.has_value()) << "the blank word's index is outside the list";
+      const auto entries = static_cast<int>(view.value().oscillatorList->entries.size());
       if (d.oscList >= 1) {
         EXPECT_EQ(entries, OscillatorIndex(d.oscList, 0x3FFF) + 1);
       }
     }
-  }
-}
-
-TEST(ShippedCatalogue, FuseNamesSitOnlyOnBitsTheFamilyHas) {
-  for (const std::string& name : Names()) {
-    SCOPED_TRACE(name);
-    DeviceDescriptor d;
-    ASSERT_TRUE(LoadDeviceRecord(kCatalogue, name, d).ok());
-    ASSERT_TRUE(LoadFuseMap(kCatalogue, d.fuseMap, d).ok());
-    const int width = d.family == family::kCore12 || (d.family == family::kFuture && d.fuseMap == 13) ? 12 : 14;
-    for (int bit = width; bit < 14; ++bit) EXPECT_EQ(d.fuseNames[static_cast<size_t>(bit)], d.fuseMap ? "-" : "");
-    // Code protection is named so that its buttons treat 0 as on.
-    EXPECT_GE(FuseMask(d, "CP0"), 0);
-    EXPECT_GE(FuseMask(d, "CP1"), 0);
-    EXPECT_GE(FuseMask(d, "CPD"), 0);
   }
 }
 

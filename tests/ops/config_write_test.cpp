@@ -3,9 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "ops/op_texts.h"
-#include "ops/read.h"
-#include "support/ops_fixtures.h"
+#include "support/line_trace.h"
 #include "support/recording_ui.h"
 #include "support/sim_app.h"
 
@@ -14,92 +15,91 @@ namespace {
 
 const UserMessage kFuseWriteError{op_text::kErrorWritingFuses, title::kQuorvi2Error, MessageIcon::kCritical};
 
-struct FuseCase {
-  std::string chip;
-  int config;
-};
-
-class FuseWriteEveryFamily : public ::testing::TestWithParam<FuseCase> {};
-
-TEST_P(FuseWriteEveryFamily, WrittenWordReadsBack) {
-  const FuseCase& c = GetParam();
-  test::SimApp sim(test::BlankChip(c.chip), c.chip);
-  sim.state().image.configWord = c.config;
-  test::RecordingUi ui;
-  const OpResult result = cmdWriteFuse(sim.state(), ui);
-  ASSERT_TRUE(result.ok());
-  EXPECT_EQ(ui.statusBar, op_text::kFuseOk);
-  EXPECT_TRUE(ui.messages.empty());
-  EXPECT_TRUE(sim.PoweredDown());
-  EXPECT_FALSE(ui.progressVisible);
-  EXPECT_FALSE(ui.statusVisible);
-  ASSERT_FALSE(ui.statusTexts.empty());
-  EXPECT_EQ(ui.statusTexts.front(), op_text::kWritingFuses);
-  // Only the bits the part implements are kept; the others read as its sheet says.
-  const int mask = ConfigCompareMask(sim.state().device);
-  EXPECT_EQ(sim.chip().config & mask, c.config & mask);
-
-  sim.state().image.configWord = 0;
-  test::RecordingUi readUi;
-  // The configuration-only read reads no 12-bit configuration word: it sits
-  // before program memory, which that mode skips.
-  const int16_t mode = sim.state().device.family == family::kCore12 ? read_mode::kFull : read_mode::kConfigurationOnly;
-  ASSERT_TRUE(cmdRead(sim.state(), readUi, mode).ok());
-  EXPECT_EQ(sim.state().image.configWord & mask, c.config & mask);
+std::string Times(int n, const std::string& commands) {
+  std::string all;
+  for (int i = 0; i < n; ++i) all += commands;
+  return all;
 }
 
-TEST_P(FuseWriteEveryFamily, AWordThatNeverProgramsIsAnError) {
-  const FuseCase& c = GetParam();
-  sim::ChipState chip = test::BlankChip(c.chip);
-  const bool core12 = sim::FindChip(c.chip).value()->kind == sim::ChipClass::kOtp12;
-  chip.faults.neverProgram = {core12 ? 0xFFF : 0x2007};
-  test::SimApp sim(chip, c.chip);
-  sim.state().image.configWord = c.config;
-  test::RecordingUi ui;
-  const OpResult result = cmdWriteFuse(sim.state(), ui);
-  if (sim.state().device.family == family::kCore12) {
-    // The 12-bit routine stops after nine cycles, below the failure count:
-    // a 12-bit configuration word is never reported.
-    EXPECT_TRUE(result.ok());
-    EXPECT_NE(sim.chip().config, c.config);
-    return;
+// One part of each configuration write routine: its commands as a chip
+// takes them (code, and data word for loads), the word written, then a word
+// that never takes, shown and in quiet mode.
+TEST(FuseWrite, EachRoutinesCommandsAndFailure) {
+  const std::string deviceId = "0(0000) 6 6 6 6 6 6 4 ";  // read at 2006h first
+  const std::string to2007 = "0(3FFF) 6 6 6 6 6 6 6 ";
+  // One-time-programmable words: Load Configuration with the first ID word, then a hundred rounds.
+  const auto otp = [](const std::string& word) {
+    return "0(0005) 6 6 6 6 6 6 6 " + word + word + Times(100, word + "8 14 4 ");
+  };
+  struct Case {
+    const char* chip;
+    int config;
+    std::string commands;
+  };
+  const Case rows[] = {
+      {"16F84A", 0x3FF1, to2007 + "2(3FF1) 8 4 "},
+      {"16F877", 0x3F72, deviceId + to2007 + "2(3F72) 8 4 "},
+      {"16F628A", 0x2171, deviceId + to2007 + "2(2171) 8 4 "},
+      {"16F877A", 0x3F71, deviceId + to2007 + "2(3F71) 8 4 "},
+      // DS39603 knows no End Programming 001110: the EPROM pulses that would
+      // follow the flash cycle would clock into self-timed cycles.
+      {"16F818", 0x3F30, deviceId + to2007 + "2(3F30) 24 23 4 "},
+      {"16F72", 0x3FB2, to2007 + "2(3FB2) 8 14 4 "},
+      {"16C73", 0x3FB1, otp("2(3FB1) ")},
+      {"14000", 0x3FF9, otp("2(3FF9) ")},
+      // 12-bit parts program where the counter starts.
+      {"12C508A", 0xFEA, "2(0FEA) 2(0FEA) " + Times(100, "2(0FEA) 8 14 4 ")},
+  };
+  for (const Case& c : rows) {
+    const bool core12 = sim::FindChip(c.chip).value()->kind == sim::ChipClass::kOtp12;
+    for (const int neverProgram : {-1, core12 ? 0xFFF : 0x2007}) {
+      for (const bool quiet : {false, true}) {
+        SCOPED_TRACE(std::string(c.chip) + (neverProgram < 0 ? "" : " never programs") + (quiet ? " quiet" : ""));
+        sim::ChipState chip = test::BlankChip(c.chip);
+        chip.pulses = {.seed = 1, .minPulses = 1, .maxPulses = 1};
+        if (neverProgram >= 0) chip.faults.neverProgram = {neverProgram};
+        test::SimApp sim(chip, c.chip);
+        sim.state().image.configWord = c.config;
+        sim.state().image.idWords[0] = 0x0005;
+        sim.state().commandLine.quiet = quiet;
+        (void)sim.TakeWrites();
+        test::RecordingUi ui;
+        const OpOutcome outcome = cmdWriteFuse(sim.state(), ui).outcome;
+        EXPECT_TRUE(sim.PoweredDown());  // before the log is written, too
+        ASSERT_FALSE(ui.statusTexts.empty());
+        EXPECT_EQ(ui.statusTexts.front(), op_text::kWritingFuses);
+        if (neverProgram < 0) {
+          EXPECT_EQ(test::ToString(test::DecodeFrames(test::FallingEdgeBits(sim.TakeWrites()), false)), c.commands);
+        }
+        // The 12-bit routine stops after nine cycles, below the failure count:
+        // its configuration word is never reported.
+        if (neverProgram < 0 || core12) {
+          EXPECT_EQ(outcome, OpOutcome::kOk);
+          EXPECT_EQ(ui.statusBar, op_text::kFuseOk);
+          EXPECT_TRUE(ui.messages.empty());
+          EXPECT_FALSE(ui.progressVisible);
+          EXPECT_FALSE(ui.statusVisible);
+          // Only the bits the part implements are kept.
+          const int mask = sim.info().configBits;
+          EXPECT_EQ((sim.chip().config & mask) == (c.config & mask), neverProgram < 0);
+        } else if (quiet) {
+          EXPECT_EQ(outcome, OpOutcome::kTerminated);
+          EXPECT_EQ(sim.home.Read("quorvi2.err"), std::string(op_text::quiet::kFuseWriteFailed) + "\n");
+          EXPECT_EQ(ui.terminated.size(), 1U);
+          EXPECT_TRUE(ui.messages.empty());
+        } else {
+          EXPECT_EQ(outcome, OpOutcome::kFailed);
+          EXPECT_EQ(ui.messages, std::vector<UserMessage>{kFuseWriteError});
+          EXPECT_EQ(ui.statusBar, op_text::kFuseError);
+          EXPECT_EQ(sim.home.Read("quorvi2.err"), "");
+        }
+      }
+    }
   }
-  EXPECT_EQ(result.outcome, OpOutcome::kFailed);
-  ASSERT_EQ(ui.messages.size(), 1U);
-  EXPECT_EQ(ui.messages[0], kFuseWriteError);
-  EXPECT_EQ(ui.statusBar, op_text::kFuseError);
-  EXPECT_TRUE(sim.PoweredDown());
-  EXPECT_EQ(sim.home.Read("quorvi2.err"), "");
-}
-
-INSTANTIATE_TEST_SUITE_P(Families, FuseWriteEveryFamily,
-                         ::testing::Values(FuseCase{"16F84A", 0x3FF1}, FuseCase{"16F877", 0x3F72},
-                                           FuseCase{"16F628", 0x3F72}, FuseCase{"16F628A", 0x2171},
-                                           FuseCase{"16F648A", 0x2152}, FuseCase{"16F877A", 0x3F71},
-                                           FuseCase{"16F818", 0x3F30}, FuseCase{"16C73", 0x3FB1},
-                                           FuseCase{"14000", 0x3FF9}, FuseCase{"12C508A", 0xFEA}),
-                         [](const auto& param) { return "PIC" + param.param.chip; });
-
-TEST(FuseWrite, QuietFailureLogsOneLineAndTerminates) {
-  sim::ChipState chip = test::BlankChip("16F877A");
-  chip.faults.neverProgram = {0x2007};
-  test::SimApp sim(chip, "16F877A");
-  sim.state().commandLine.quiet = true;
-  sim.state().image.configWord = 0x3F71;
-  test::RecordingUi ui;
-  const OpResult result = cmdWriteFuse(sim.state(), ui);
-  EXPECT_EQ(result.outcome, OpOutcome::kTerminated);
-  EXPECT_EQ(sim.home.Read("quorvi2.err"), std::string(op_text::quiet::kFuseWriteFailed) + "\n");
-  EXPECT_EQ(ui.terminated.size(), 1U);
-  EXPECT_TRUE(ui.messages.empty());
-  EXPECT_TRUE(sim.PoweredDown());  // the configuration write powers down before it logs
 }
 
 TEST(FuseWrite, BandGapPartGetsTheSavedBitsAndComparesBitsEightToZero) {
-  auto info = sim::FindChip("12F675");
-  ASSERT_TRUE(info.ok());
-  sim::ChipState chip = sim::BlankState(*info.value());
-  test::SimApp sim(chip, "12F675");
+  test::SimApp sim("12F675");
   sim.state().savedBandgap = 0x2000;
   sim.state().image.configWord = 0x01D4;  // bits 13:12 clear in the image
   test::RecordingUi ui;
@@ -108,37 +108,14 @@ TEST(FuseWrite, BandGapPartGetsTheSavedBitsAndComparesBitsEightToZero) {
   EXPECT_EQ(ui.statusBar, op_text::kFuseOk);
 }
 
-TEST(FuseWrite, FamilySixEndsItsCycleItself) {
-  test::SimApp sim(test::BlankChip("16F72"), "");
-  DeviceDescriptor& device = sim.state().device;  // no family 6 device is listed in the catalogue yet
-  device.name = "16F72";
-  device.programSize = 2047;
-  device.family = 6;
-  device.pinCount = 28;
-  sim.state().image.configWord = 0x3FB2;
-  test::RecordingUi ui;
-  ASSERT_TRUE(cmdWriteFuse(sim.state(), ui).ok());
-  EXPECT_EQ(sim.chip().config, 0x3FB2);
-  EXPECT_TRUE(sim.PoweredDown());
-}
-
-TEST(FuseWrite, NoDeviceSelected) {
-  test::SimApp sim(test::BlankChip("16F84A"), "");
-  test::RecordingUi ui;
-  EXPECT_EQ(cmdWriteFuse(sim.state(), ui).outcome, OpOutcome::kNoDevice);
-  ASSERT_EQ(ui.messages.size(), 1U);
-  EXPECT_EQ(ui.messages[0].text, op_text::kSelectProcessor);
-}
-
 // Register by register: CONFIG1H HS with OSCSEN set, CONFIG2L/H BOR off and
 // the watchdog on with 1:16, CONFIG3H CCP2 on RB3, CONFIG4L LVP off, nothing
 // protected. The image keeps pairs, odd address first.
-const std::array<uint8_t, MemoryImage::kConfig18Bytes> kConfig18Image{0xE2, 0x00, 0x09, 0x02, 0x00, 0x00, 0x00,
-                                                                      0x81, 0xC0, 0x0F, 0xE0, 0x0F, 0xFF, 0xFF};
-
-TEST(FuseWrite18, EachRegisterTakesItsImageByte) {
+TEST(FuseWrite18, EachRegisterTakesItsImageByteOrTheFailureIsReported) {
+  const std::array<uint8_t, MemoryImage::kConfig18Bytes> image{0xE2, 0x00, 0x09, 0x02, 0x00, 0x00, 0x00,
+                                                               0x81, 0xC0, 0x0F, 0xE0, 0x0F, 0xFF, 0xFF};
   test::SimApp sim("18F452");
-  sim.state().image.config18Bytes = kConfig18Image;
+  sim.state().image.config18Bytes = image;
   test::RecordingUi ui;
   ASSERT_TRUE(cmdWriteFuse(sim.state(), ui).ok()) << (ui.messages.empty() ? "" : ui.messages[0].text);
   EXPECT_EQ(ui.statusBar, op_text::kFuseOk);
@@ -146,61 +123,16 @@ TEST(FuseWrite18, EachRegisterTakesItsImageByte) {
   // CONFIG7, which the image does not carry, stays erased.
   const std::vector<int> expected{0x00, 0x22, 0x02, 0x09, 0x00, 0x00, 0x81, 0x00, 0x0F, 0xC0, 0x0F, 0xE0, 0x0F, 0x40};
   EXPECT_EQ(sim.chip().configBytes, expected);
-}
 
-TEST(FuseWrite18, ARegisterThatNeverProgramsIsAnError) {
-  sim::ChipState chip = test::BlankChip("18F252");
-  chip.faults.neverProgram = {0x300006};
-  test::SimApp sim(chip, "18F252");
-  sim.state().image.config18Bytes = kConfig18Image;
-  test::RecordingUi ui;
-  EXPECT_EQ(cmdWriteFuse(sim.state(), ui).outcome, OpOutcome::kFailed);
-  ASSERT_EQ(ui.messages.size(), 1U);
-  EXPECT_EQ(ui.messages[0], kFuseWriteError);
-  EXPECT_EQ(ui.statusBar, op_text::kFuseError);
-  EXPECT_TRUE(sim.PoweredDown());
-}
-
-// The word programming routine at address 0 of a freshly entered chip.
-class ProgramWordAtZero : public ::testing::Test {
- protected:
-  int16_t Run(sim::ChipState chip, const std::string& device, PulseMode mode, int word) {
-    sim_ = std::make_unique<test::SimApp>(std::move(chip), device);
-    OperationFrame frame(sim_->state(), ui_);
-    PowerUpPlan plan = WritePlan(sim_->state());
-    frame.PowerUp(plan);
-    const int16_t count = ProgramWord(frame.protocol(), mode, word);
-    frame.PowerDown();
-    return count;
-  }
-  std::unique_ptr<test::SimApp> sim_;
-  test::RecordingUi ui_;
-};
-
-TEST_F(ProgramWordAtZero, OtpWordTakesAsManyCyclesAsItNeeds) {
-  sim::ChipState chip = test::BlankChip("16C73");
-  chip.pulses = {.seed = 3, .minPulses = 4, .maxPulses = 4};
-  EXPECT_EQ(Run(chip, "16C73", PulseMode::kShort, 0x1234), 4);
-  EXPECT_EQ(sim_->chip().program[0], 0x1234);
-}
-
-TEST_F(ProgramWordAtZero, AWordThatNeverProgramsTakes26Cycles) {
-  sim::ChipState chip = test::BlankChip("16C73");
-  chip.faults.neverProgram = {0};
-  EXPECT_EQ(Run(chip, "16C73", PulseMode::kShort, 0x1234), 26);
-}
-
-TEST_F(ProgramWordAtZero, TwelveBitPartsStopAfterNineCycles) {
-  sim::ChipState chip = test::BlankChip("12C508A");
-  chip.faults.neverProgram = {0};
-  EXPECT_EQ(Run(chip, "12C508A", PulseMode::kShort, 0x0123), 9);
-}
-
-TEST_F(ProgramWordAtZero, FlashModesProgramInOneCycle) {
-  EXPECT_EQ(Run(test::BlankChip("16F84A"), "16F84A", PulseMode::kLong, 0x2A55), 1);
-  EXPECT_EQ(sim_->chip().program[0], 0x2A55);
-  EXPECT_EQ(Run(test::BlankChip("16F877A"), "16F877A", PulseMode::kShort, 0x1555), 1);
-  EXPECT_EQ(sim_->chip().program[0], 0x1555);
+  sim::ChipState stuck = test::BlankChip("18F252");
+  stuck.faults.neverProgram = {0x300006};
+  test::SimApp failing(stuck, "18F252");
+  failing.state().image.config18Bytes = image;
+  test::RecordingUi failingUi;
+  EXPECT_EQ(cmdWriteFuse(failing.state(), failingUi).outcome, OpOutcome::kFailed);
+  EXPECT_EQ(failingUi.messages, std::vector<UserMessage>{kFuseWriteError});
+  EXPECT_EQ(failingUi.statusBar, op_text::kFuseError);
+  EXPECT_TRUE(failing.PoweredDown());
 }
 
 }  // namespace

@@ -21,7 +21,6 @@
 #include "ops/write.h"
 #include "sim/chip_info.h"
 #include "support/devices.h"
-#include "support/ops_fixtures.h"
 #include "support/recording_ui.h"
 #include "support/sim_app.h"
 
@@ -60,7 +59,9 @@ void FillImage(AppState& state) {
   for (int32_t i = 0; i <= d.programSize; ++i) {
     image.programBuffer[static_cast<size_t>(i)] = static_cast<int32_t>((i * 37 + 5) % blank);
   }
-  for (int32_t j = 0; j < d.dataBytes; ++j) image.dataBuffer[static_cast<size_t>(j)] = static_cast<int16_t>((j * 11 + 1) % 0xFF);
+  for (size_t j = 0; j < static_cast<size_t>(d.dataBytes); ++j) {
+    image.dataBuffer[j] = static_cast<int16_t>((j * 11 + 1) % 0xFF);
+  }
   const int idMask = d.family == family::kCore12 ? 0xF : 0x3FFF;
   image.idWords = {0x1234 & idMask, 0x0567 & idMask, 0x0009 & idMask, 0x2ABC & idMask, 0};
   // All ones but the watchdog and the oscillator's low bit: no protection bit cleared.
@@ -95,16 +96,30 @@ std::string EveryStep(test::SimApp& sim) {
   state.options.chkTurbo = true;  // over-programming has its own test; the large EPROMs write fast
   if (!cmdWrite(state, ui).ok() || ui.statusBar != op_text::kOperationOk) return said("write");
   if (!cmdCompare(state, ui).ok()) return said("verify");
+  const DeviceDescriptor& d = state.device;
   const MemoryImage written = state.image;
-  std::fill(state.image.programBuffer.begin(), state.image.programBuffer.end(), 0);
+  MemoryImage& read = state.image;
+  std::fill(read.programBuffer.begin(), read.programBuffer.end(), 0);
+  if (d.family != family::kPic18) {
+    std::fill(read.dataBuffer.begin(), read.dataBuffer.end(), int16_t{0});
+    read.idWords = {};
+    read.configWord = 0;
+  }
   if (!cmdRead(state, ui, read_mode::kFull).ok()) return said("read");
-  const int32_t last = state.device.oscList == 2 || state.device.oscList == 3 || state.device.oscList == 7
-                           ? state.device.programSize - 1
-                           : WordBound(state.device);
-  const int mask = state.device.family == family::kPic18 ? 0xFFFF : 0x3FFF;
-  for (int32_t i = 0; i <= last; ++i) {
-    const auto at = static_cast<size_t>(i);
-    if ((state.image.programBuffer[at] & mask) != (written.programBuffer[at] & mask)) return "read at " + std::to_string(i);
+  const int32_t last = d.oscList == 2 || d.oscList == 3 || d.oscList == 7 ? d.programSize - 1 : WordBound(d);
+  const int mask = d.family == family::kPic18 ? 0xFFFF : 0x3FFF;
+  for (size_t i = 0; i <= static_cast<size_t>(last); ++i) {
+    if ((read.programBuffer[i] & mask) != (written.programBuffer[i] & mask)) return "read at " + std::to_string(i);
+  }
+  if (d.family != family::kPic18) {  // the 18F read takes program memory only
+    for (size_t j = 0; j < static_cast<size_t>(d.dataBytes); ++j) {
+      if ((read.dataBuffer[j] & 0xFF) != (written.dataBuffer[j] & 0xFF)) return "read data at " + std::to_string(j);
+    }
+    for (size_t k = 0; k < 4; ++k) {
+      if (read.idWords[k] != written.idWords[k]) return "read ID " + std::to_string(k);
+    }
+    const int config = ConfigCompareMask(d);
+    if ((read.configWord & config) != (written.configWord & config)) return "read configuration";
   }
   if (!ui.messages.empty()) return "a message: " + ui.messages[0].text;
   return "";

@@ -1,32 +1,31 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+// What every operation shares: the device check, the power-up, the report
+// of a failure, the supply in production mode.
 #include "ops/frame.h"
 
 #include <gtest/gtest.h>
 
-#include "ops/op_texts.h"
+#include <functional>
+
 #include "hw/delay.h"
+#include "ops/blank_erase.h"
+#include "ops/compare.h"
 #include "ops/config_write.h"
+#include "ops/op_texts.h"
 #include "ops/read.h"
+#include "ops/write.h"
 #include "support/recording_ui.h"
 #include "support/sim_app.h"
 
 namespace quorvi {
 namespace {
 
-TEST(OpFrame, AddressesAreUpperCaseHexWithH) {
+TEST(OpFrame, AddressesStridesAndThe14000Bound) {
   EXPECT_EQ(AddressText(0x1A3), "1A3h");
   EXPECT_EQ(AddressText(0), "0h");
-  EXPECT_EQ(AddressText(0x2007), "2007h");
-}
-
-TEST(OpFrame, StrideIsATwentiethRoundedHalfToEvenAndNeverZero) {
-  EXPECT_EQ(ProgressStride(1023), 51);
-  EXPECT_EQ(ProgressStride(50), 2);  // 2.5
-  EXPECT_EQ(ProgressStride(70), 4);  // 3.5
-  EXPECT_EQ(ProgressStride(5), 1);
-}
-
-TEST(OpFrame, The14000StopsBelowItsCalibrationBlock) {
+  // A twentieth, rounded half to even, never 0.
+  const std::pair<int32_t, int32_t> strides[] = {{1023, 51}, {50, 2}, {70, 4}, {5, 1}};
+  for (const auto& [n, stride] : strides) EXPECT_EQ(ProgressStride(n), stride) << n;
   DeviceDescriptor device;
   device.name = "14000";
   device.programSize = 0x0FFF;
@@ -35,127 +34,129 @@ TEST(OpFrame, The14000StopsBelowItsCalibrationBlock) {
   EXPECT_EQ(WordBound(device), 0x0FFF);
 }
 
-TEST(OpFrame, NoDeviceShowsTheMessageAndLeavesThePortAlone) {
-  test::SimApp sim(test::BlankChip("16F84A"), "");
+TEST(OpFrame, NoDeviceShowsEachOperationsMessage) {
+  using Run = std::function<OpResult(AppState&, UiHost&)>;
+  struct Case {
+    const char* name;
+    Run run;
+    UserMessage message;
+    bool portAlone;  // the compare powers the board down all the same
+  };
+  const Case cases[] = {
+      {"read", [](AppState& s, UiHost& ui) { return cmdRead(s, ui, read_mode::kFull); },
+       {op_text::kSelectProcessorFirst, title::kQuorviError, MessageIcon::kExclamation}, true},
+      {"blank", cmdBlank, {op_text::kSelectProcessor, title::kQuorviError, MessageIcon::kExclamation}, true},
+      {"erase", [](AppState& s, UiHost& ui) { return cmdFill(s, ui, false); },
+       {op_text::kSelectProcessor, title::kQuorviError, MessageIcon::kExclamation}, true},
+      {"fuses", cmdWriteFuse, {op_text::kSelectProcessor, title::kQuorviError, MessageIcon::kExclamation}, true},
+      {"write", cmdWrite, {op_text::kSelectProcessor, title::kQuorvi2Error, MessageIcon::kExclamation}, true},
+      {"compare", cmdCompare, {op_text::kSelectProcessor, title::kQuorvi2Error, MessageIcon::kExclamation}, false},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    test::SimApp sim(test::PatternedChip("16F84A"), "");
+    (void)sim.TakeWrites();
+    const int64_t before = sim.clock().Nanoseconds();
+    test::RecordingUi ui;
+    EXPECT_EQ(c.run(sim.state(), ui).outcome, OpOutcome::kNoDevice);
+    EXPECT_EQ(ui.messages, std::vector<UserMessage>{c.message});
+    EXPECT_FALSE(ui.statusVisible);
+    EXPECT_EQ(sim.chip().program, test::PatternedChip("16F84A").program);
+    if (c.portAlone) {
+      EXPECT_TRUE(sim.TakeWrites().empty());
+      EXPECT_EQ(sim.clock().Nanoseconds(), before);  // every port access costs time
+    }
+  }
+}
+
+TEST(OpFrame, AFailureIsShownOrInQuietModeReplacesTheLogWithItsOneLine) {
+  for (const bool quiet : {false, true}) {
+    test::SimApp sim("16F84A");
+    sim.state().commandLine.quiet = quiet;
+    sim.home.Write("quorvi2.err", "old line\nanother\n");
+    test::RecordingUi ui;
+    OperationFrame frame(sim.state(), ui);
+    const UserMessage message{"PIC not equal at 1A3h", title::kQuorvi2Error, MessageIcon::kNone};
+    EXPECT_EQ(frame.ReportFailure(message, op_text::quiet::kCompareFailed),
+              quiet ? OpOutcome::kTerminated : OpOutcome::kFailed);
+    EXPECT_EQ(sim.home.Read("quorvi2.err"), quiet ? "Erro de comparação de dados\n" : "old line\nanother\n");
+    EXPECT_EQ(ui.messages, quiet ? std::vector<UserMessage>{} : std::vector<UserMessage>{message});
+    EXPECT_EQ(ui.terminated.size(), quiet ? 1U : 0U);
+    EXPECT_EQ(sim.state().operationFailed, kTrue);
+  }
+}
+
+TEST(OpFrame, PowerUpWaitsAfterVddForEighteenPinChipsAndForIcspWhenTicked) {
+  struct Case {
+    const char* chip;
+    bool blankPlan;
+    bool icsp;
+    int64_t minMs, maxMs;
+  };
+  const Case cases[] = {
+      {"16F84A", false, false, 250, 260},   // 100 ms after Vdd, 150 ms under Vpp
+      {"16F818", false, false, 150, 160},   // the 16F81x need no wait after Vdd
+      {"16F877A", false, false, 150, 160},  // nor 40-pin parts
+      {"16F877A", false, true, 450, 460},   // the ICSP wait of 300 ms
+      {"16F877A", true, true, 100, 110},    // the blank check has none
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(std::string(c.chip) + (c.blankPlan ? " blank" : " read") + (c.icsp ? " icsp" : ""));
+    test::SimApp sim(c.chip);
+    sim.state().options.chkICSP = c.icsp;
+    sim.state().options.cmbICSP = "300";
+    test::RecordingUi ui;
+    OperationFrame frame(sim.state(), ui);
+    const int64_t start = sim.clock().Nanoseconds();
+    frame.PowerUp(c.blankPlan ? BlankPlan(sim.state()) : ReadPlan());
+    const int64_t ms = (sim.clock().Nanoseconds() - start + 500'000) / 1'000'000;  // DelayMs ends within a unit
+    EXPECT_GE(ms, c.minMs);
+    EXPECT_LT(ms, c.maxMs);
+    frame.PowerDown();
+  }
+}
+
+// The blank check runs at the working supply, the erase at the nominal one;
+// both leave it nominal.
+TEST(OpFrame, ProductionModeSupplies) {
+  test::SimApp sim(test::PatternedChip("16F877A"), "16F877A");
+  AppState& state = sim.state();
+  state.settings.mode = "PROD";
+  state.workingVdd = 4.5F;
   test::RecordingUi ui;
-  const int64_t before = sim.clock().Nanoseconds();
-  const uint8_t lines = sim.board().lastWrite();
-  const OpResult result = cmdRead(sim.state(), ui, read_mode::kFull);
-  EXPECT_EQ(result.outcome, OpOutcome::kNoDevice);
-  EXPECT_EQ(sim.board().lastWrite(), lines);
-  ASSERT_EQ(ui.messages.size(), 1U);
-  EXPECT_EQ(ui.messages[0],
-            (UserMessage{op_text::kSelectProcessorFirst, title::kQuorviError, MessageIcon::kExclamation}));
-  EXPECT_EQ(sim.clock().Nanoseconds(), before);  // every port access costs time
-}
-
-TEST(OpFrame, QuietFailureWritesOneLineAndTerminates) {
-  test::SimApp sim("16F84A");
-  sim.state().commandLine.quiet = true;
-  test::RecordingUi ui;
-  OperationFrame frame(sim.state(), ui);
-  const OpOutcome outcome =
-      frame.ReportFailure({"x", title::kQuorvi2Error, MessageIcon::kNone}, op_text::quiet::kCompareFailed);
-  EXPECT_EQ(outcome, OpOutcome::kTerminated);
-  EXPECT_EQ(sim.home.Read("quorvi2.err"), std::string("Erro de comparação de dados\n"));
-  EXPECT_EQ(ui.terminated.size(), 1U);
-  EXPECT_TRUE(ui.messages.empty());
-  EXPECT_EQ(sim.state().operationFailed, kTrue);
-}
-
-TEST(OpFrame, QuietLogIsReplacedNotAppended) {
-  test::SimApp sim("16F84A");
-  sim.state().commandLine.quiet = true;
-  sim.home.Write("quorvi2.err", "old line\nanother\n");
-  test::RecordingUi ui;
-  OperationFrame frame(sim.state(), ui);
-  frame.ReportFailure({"x", title::kQuorvi2Error, MessageIcon::kNone}, op_text::quiet::kIdCompareFailed);
-  EXPECT_EQ(sim.home.Read("quorvi2.err"), std::string("Erro comparando IDs\n"));
-}
-
-TEST(OpFrame, WithoutQuietTheMessageIsShownAndNoLogWritten) {
-  test::SimApp sim("16F84A");
-  test::RecordingUi ui;
-  OperationFrame frame(sim.state(), ui);
-  const UserMessage message{"PIC not equal at 1A3h", title::kQuorvi2Error, MessageIcon::kNone};
-  EXPECT_EQ(frame.ReportFailure(message, op_text::quiet::kCompareFailed), OpOutcome::kFailed);
-  ASSERT_EQ(ui.messages.size(), 1U);
-  EXPECT_EQ(ui.messages[0], message);
-  EXPECT_TRUE(ui.terminated.empty());
-  EXPECT_EQ(sim.home.Read("quorvi2.err"), "");
-  EXPECT_EQ(sim.state().operationFailed, kTrue);
-}
-
-int64_t PowerUpNs(const std::string& chip, const PowerUpPlan& plan, bool icsp = false) {
-  test::SimApp sim(chip);
-  sim.state().options.chkICSP = icsp;
-  sim.state().options.cmbICSP = "300";
-  test::RecordingUi ui;
-  OperationFrame frame(sim.state(), ui);
-  const int64_t start = sim.clock().Nanoseconds();
-  frame.PowerUp(plan);
-  return sim.clock().Nanoseconds() - start;
-}
-
-TEST(OpFrame, EighteenPinPartsWaitAfterVddExceptThe16F81) {
-  const int64_t ms = 1'000'000;
-  EXPECT_GE(PowerUpNs("16F84A", ReadPlan()), 250 * ms);
-  EXPECT_LT(PowerUpNs("16F84A", ReadPlan()), 260 * ms);
-  EXPECT_LT(PowerUpNs("16F818", ReadPlan()), 160 * ms);
-  EXPECT_LT(PowerUpNs("16F877A", ReadPlan()), 160 * ms);  // 40 pins
-}
-
-TEST(OpFrame, IcspWaitOnlyWhenTickedAndOnlyWherePlanned) {
-  const int64_t ms = 1'000'000;
-  EXPECT_GE(PowerUpNs("16F877A", ReadPlan(), true) - PowerUpNs("16F877A", ReadPlan(), false), 299 * ms);
-  test::SimApp sim("16F877A");
-  EXPECT_LT(PowerUpNs("16F877A", BlankPlan(sim.state()), true), 110 * ms);
-}
-
-TEST(OpFrame, ProductionBlankCheckSetsTheWorkingSupplyFirst) {
-  test::SimApp sim("16F84A");
-  sim.state().settings.mode = "PROD";
-  sim.state().workingVdd = 4.5F;
-  test::RecordingUi ui;
-  OperationFrame frame(sim.state(), ui);
-  frame.PowerUp(BlankPlan(sim.state()));
-  EXPECT_EQ(sim.board().vddStep(), VddStepFor(4.5F));
-  frame.PowerDown();
+  {
+    OperationFrame frame(state, ui);
+    frame.PowerUp(BlankPlan(state));
+    EXPECT_EQ(sim.board().vddStep(), VddStepFor(4.5F));
+    frame.PowerDown();
+  }
+  ASSERT_TRUE(state.link.SetVddLevel(3.0F).ok());
+  ASSERT_TRUE(cmdFill(state, ui, false).ok());  // the chip erases from 4.5 V only
+  EXPECT_EQ(sim.chip().program[1], 0x3FFF);
+  EXPECT_EQ(sim.board().vddStep(), sim::SimBoard::kPowerOnStep);
+  EXPECT_TRUE(cmdBlank(state, ui).ok());
+  EXPECT_EQ(sim.board().vddStep(), sim::SimBoard::kPowerOnStep);
   EXPECT_TRUE(sim.PoweredDown());
 }
 
-TEST(OpFrame, DurationIsTheClockTimeOfTheOperation) {
-  test::SimApp sim("16F84A");
-  test::RecordingUi ui;
-  OperationFrame frame(sim.state(), ui);
-  frame.Wait(100.0F);
-  EXPECT_NEAR(frame.Finish(OpOutcome::kOk).durationMs(), 100.0, 1.0);
-}
-
-TEST(OpFrame, LongWaitsPumpTheFrontEndWhileTheFrameLives) {
+TEST(OpFrame, WaitsPumpTheFrontEndAndCountOnlyWhileTheFrameLives) {
   test::SimApp sim("16F84A");
   test::RecordingUi ui;
   {
     OperationFrame frame(sim.state(), ui);
     frame.Wait(100.0F);
+    EXPECT_NEAR(frame.Finish(OpOutcome::kOk).durationMs(), 100.0, 1.0);
+    EXPECT_GT(ui.pumps, 0);
+    sim.state().options.chkSound = false;
+    frame.PlayCompletionSound();
+    EXPECT_TRUE(ui.sounds.empty());
+    sim.state().options.chkSound = true;
+    frame.PlayCompletionSound();
+    EXPECT_EQ(ui.sounds, std::vector<std::string>{sim.state().paths.Sound()});
   }
   const int pumped = ui.pumps;
-  EXPECT_GT(pumped, 0);
   DelayMs(*sim.state().clock, 100.0F);
   EXPECT_EQ(ui.pumps, pumped);
-}
-
-TEST(OpFrame, CompletionSoundOnlyWhenTicked) {
-  test::SimApp sim("16F84A");
-  test::RecordingUi ui;
-  OperationFrame frame(sim.state(), ui);
-  sim.state().options.chkSound = false;
-  frame.PlayCompletionSound();
-  EXPECT_TRUE(ui.sounds.empty());
-  sim.state().options.chkSound = true;
-  frame.PlayCompletionSound();
-  ASSERT_EQ(ui.sounds.size(), 1U);
-  EXPECT_EQ(ui.sounds[0], sim.state().paths.Sound());
 }
 
 TEST(OpFrame, EveryOperationEntersAVppFirstPartTheSameWay) {
@@ -165,7 +166,7 @@ TEST(OpFrame, EveryOperationEntersAVppFirstPartTheSameWay) {
   chip.config &= ~0x0020;
   test::SimApp sim(chip, "16F628A");
   const AppState& state = sim.state();
-  const std::vector<std::pair<const char*, PowerUpPlan>> plans = {
+  const std::pair<const char*, PowerUpPlan> plans[] = {
       {"read", ReadPlan()},         {"blank", BlankPlan(state)},
       {"erase", ErasePlan(state)},  {"write", WritePlan(state)},
       {"fuses", ConfigWritePlan()}, {"compare", ComparePlan(VddLevel::kNormal, 4.5F, 5.5F)}};
@@ -179,22 +180,13 @@ TEST(OpFrame, EveryOperationEntersAVppFirstPartTheSameWay) {
   }
 }
 
-TEST(OpFrame, ComparePlanSetsTheMarginSupply) {
-  EXPECT_FALSE(ComparePlan(VddLevel::kNormal, 4.5F, 5.5F).supplyBeforeVdd.has_value());
-  EXPECT_EQ(ComparePlan(VddLevel::kMin, 4.5F, 5.5F).supplyBeforeVdd, 4.5F);
-  EXPECT_EQ(ComparePlan(VddLevel::kMax, 4.5F, 5.5F).supplyBeforeVdd, 5.5F);
-  EXPECT_EQ(VddLevelText(VddLevel::kMin), "min");
-  EXPECT_EQ(VddLevelText(VddLevel::kMax), "max");
-  EXPECT_EQ(VddLevelText(VddLevel::kNormal), "normal");
-}
-
 TEST(OpFrame, OperationsRunOnTheRealClockToo) {
   test::SimApp sim(test::BlankChip("12C508A"), "12C508A", true);
   sim.state().image.configWord = 0xFEA;
   test::RecordingUi ui;
   const OpResult result = cmdWriteFuse(sim.state(), ui);
   ASSERT_TRUE(result.ok());
-  EXPECT_EQ(sim.chip().config, 0x00A);  // bits 11:5 are not implemented
+  EXPECT_EQ(sim.chip().config, 0x00A);    // bits 11:5 are not implemented
   EXPECT_GE(result.durationMs(), 300.0);  // 250 ms off, then 50 ms under Vpp at least
   EXPECT_TRUE(sim.PoweredDown());
 }

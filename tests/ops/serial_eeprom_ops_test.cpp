@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 
 #include "ops/blank_erase.h"
+#include "ops/compare.h"
 #include "ops/read.h"
+#include "ops/write.h"
 #include "support/recording_ui.h"
 #include "support/sim_app.h"
 
@@ -57,73 +59,77 @@ INSTANTIATE_TEST_SUITE_P(Sim, SerialEepromOperations,
                          ::testing::Values("24C01", "24C02", "24C04", "24C08", "24C16", "24C32", "24C64",
                                            "24C128", "AT24C256", "ST24256", "24LC512", "24LC515"));
 
-TEST(SerialEeprom, BlankTestGoesOnAfterAddressZeroAndStopsElsewhere) {
-  SimApp sim("24C02");
-  sim.chip().program[0] = 0x12;
-  sim.chip().program[0x1A] = 0x00;
-  sim.chip().program[0x30] = 0x00;
-  RecordingUi ui;
-  EXPECT_EQ(RunOp(sim, ui, SerialEepromBlank).outcome, OpOutcome::kFailed);
-  ASSERT_EQ(ui.messages.size(), 2U);
-  EXPECT_EQ(ui.messages[0], (UserMessage{"EEPROM not blank at 0h", "Quorvi 2", MessageIcon::kCritical}));
-  EXPECT_EQ(ui.messages[1], (UserMessage{"EEPROM not blank at 1Ah", "Quorvi 2", MessageIcon::kCritical}));
-  EXPECT_TRUE(sim.PoweredDown());
-}
-
-TEST(SerialEeprom, CompareReportsTheFirstDifferenceAfterAddressZero) {
-  SimApp sim("24C16");
-  FillImage(sim.state());
-  RecordingUi ui;
-  ASSERT_TRUE(RunOp(sim, ui, SerialEepromWrite).ok());
-  sim.chip().program[0] ^= 1;
-  sim.chip().program[0x1A3] ^= 0x80;
-  sim.chip().program[0x2FF] ^= 0x80;
-  EXPECT_EQ(RunOp(sim, ui, SerialEepromCompare).outcome, OpOutcome::kFailed);
-  ASSERT_EQ(ui.messages.size(), 2U);
-  EXPECT_EQ(ui.messages[0], (UserMessage{"EEPROM not equal at 0h", "Quorvi 2", MessageIcon::kNone}));
-  EXPECT_EQ(ui.messages[1], (UserMessage{"EEPROM not equal at 1A3h", "Quorvi 2", MessageIcon::kNone}));
-  EXPECT_EQ(sim.state().operationFailed, kTrue);
-}
-
-TEST(SerialEeprom, AnUnacknowledgedByteAndAPollTimeOutSayItDifferently) {
+// Blank check and compare go on after address 0 and stop at the next
+// difference; a byte not acknowledged and a poll that times out read differently.
+TEST(SerialEeprom, EachFailureSaysWhereInItsOwnWords) {
   struct Case {
+    const char* name;
+    void (*fault)(sim::ChipState&);
     OpResult (*operation)(OperationFrame&);
-    bool endless;
-    UserMessage expected;
+    std::vector<UserMessage> messages;
+    int64_t atLeastNs = 0;
   };
-  for (const Case& c : {
-           Case{SerialEepromWrite, false, {"Writing error at 13h", "Quorvi 2 error", MessageIcon::kNone}},
-           Case{SerialEepromErase, false, {"erasing error at 13h", "Quorvi 2", MessageIcon::kCritical}},
-           Case{SerialEepromWrite, true, {"Writing error at  7", "Quorvi 2 error", MessageIcon::kNone}},
-           Case{SerialEepromErase, true, {"Erasing error at  7", "Quorvi 2", MessageIcon::kCritical}},
-       }) {
-    SimApp sim("24C02");  // eight-byte pages
-    if (c.endless) {
-      sim.chip().faults.endlessWrite = true;
-    } else {
-      sim.chip().faults.nackBytes = {0x13};
-    }
+  const Case cases[] = {
+      {"blank", [](sim::ChipState& c) { c.program[0] = 0x12; c.program[0x1A] = 0; c.program[0x30] = 0; },
+       SerialEepromBlank,
+       {{"EEPROM not blank at 0h", "Quorvi 2", MessageIcon::kCritical},
+        {"EEPROM not blank at 1Ah", "Quorvi 2", MessageIcon::kCritical}}},
+      {"compare",
+       [](sim::ChipState& c) {
+         for (size_t a = 0; a < c.program.size(); ++a) c.program[a] = Pattern(static_cast<int32_t>(a));
+         c.program[0] ^= 1;
+         c.program[0x1A] ^= 0x80;
+         c.program[0x30] ^= 0x80;
+       },
+       SerialEepromCompare,
+       {{"EEPROM not equal at 0h", "Quorvi 2", MessageIcon::kNone},
+        {"EEPROM not equal at 1Ah", "Quorvi 2", MessageIcon::kNone}}},
+      {"write, not acknowledged", [](sim::ChipState& c) { c.faults.nackBytes = {0x13}; }, SerialEepromWrite,
+       {{"Writing error at 13h", "Quorvi 2 error", MessageIcon::kNone}}},
+      {"erase, not acknowledged", [](sim::ChipState& c) { c.faults.nackBytes = {0x13}; }, SerialEepromErase,
+       {{"erasing error at 13h", "Quorvi 2", MessageIcon::kCritical}}},
+      // The poll gives up after 501 ms.
+      {"write, never done", [](sim::ChipState& c) { c.faults.endlessWrite = true; }, SerialEepromWrite,
+       {{"Writing error at  7", "Quorvi 2 error", MessageIcon::kNone}}, 501'000'000},
+      {"erase, never done", [](sim::ChipState& c) { c.faults.endlessWrite = true; }, SerialEepromErase,
+       {{"Erasing error at  7", "Quorvi 2", MessageIcon::kCritical}}, 501'000'000},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    sim::ChipState chip = test::BlankChip("24C02");
+    c.fault(chip);
+    SimApp sim(chip, "24C02");
+    FillImage(sim.state());
     RecordingUi ui;
     const int64_t start = sim.clock().Nanoseconds();
     EXPECT_EQ(RunOp(sim, ui, c.operation).outcome, OpOutcome::kFailed);
-    ASSERT_EQ(ui.messages.size(), 1U) << c.expected.text;
-    EXPECT_EQ(ui.messages[0], c.expected);
-    EXPECT_TRUE(sim.PoweredDown());
-    if (c.endless) {
-      EXPECT_GE(sim.clock().Nanoseconds() - start, 501'000'000) << "the poll waits 501 ms";
+    EXPECT_EQ(ui.messages, c.messages);
+    if (c.operation == SerialEepromCompare) {
+      EXPECT_EQ(sim.state().operationFailed, kTrue);
     }
+    EXPECT_TRUE(sim.PoweredDown());
+    EXPECT_GE(sim.clock().Nanoseconds() - start, c.atLeastNs);
   }
 }
 
 TEST(SerialEeprom, TheDeviceCommandsHandOverForFamily5) {
-  SimApp sim("24C01");
-  sim.chip().program[5] = 0x42;
+  SimApp sim("24C02");
+  AppState& state = sim.state();
+  FillImage(state);
   RecordingUi ui;
-  ASSERT_TRUE(cmdRead(sim.state(), ui, read_mode::kFull).ok());
-  EXPECT_EQ(sim.state().image.programBuffer[5], 0x42);
-  EXPECT_FALSE(cmdBlank(sim.state(), ui).ok());
-  EXPECT_TRUE(cmdFill(sim.state(), ui, false).ok());
-  EXPECT_EQ(sim.chip().program[5], 0xFF);
+  ASSERT_TRUE(cmdWrite(state, ui).ok());
+  for (int32_t a = 0; a <= state.device.programSize; ++a) {
+    ASSERT_EQ(sim.chip().program[static_cast<size_t>(a)], Pattern(a)) << a;
+  }
+  EXPECT_TRUE(cmdCompare(state, ui).ok());
+  sim.chip().program[9] ^= 0x40;
+  EXPECT_FALSE(cmdCompare(state, ui).ok());
+  ASSERT_TRUE(cmdRead(state, ui, read_mode::kFull).ok());
+  EXPECT_EQ(state.image.programBuffer[9], Pattern(9) ^ 0x40);
+  EXPECT_FALSE(cmdBlank(state, ui).ok());
+  EXPECT_TRUE(cmdFill(state, ui, false).ok());
+  EXPECT_EQ(sim.chip().program[9], 0xFF);
+  EXPECT_TRUE(cmdBlank(state, ui).ok());
 }
 
 }  // namespace

@@ -23,6 +23,25 @@ struct DeviceLineFields {
 };
 
 /// The line, padded with blanks only as far as its last field needs.
-std::string DeviceLine(const DeviceLineFields& fields);
+inline std::string DeviceLine(const DeviceLineFields& f) {
+  std::string line = f.kind + f.name + " ";
+  const auto put = [&line](size_t column, const std::string& text) {
+    if (text.empty()) return;
+    if (line.size() < column - 1 + text.size()) line.resize(column - 1 + text.size(), ' ');
+    line.replace(column - 1, text.size(), text);
+  };
+  put(17, f.programSize);
+  put(25, f.dataBytes);
+  put(33, f.family);
+  put(41, f.fuseMap);
+  put(50, f.writeMode);
+  put(57, f.pins);
+  put(65, f.oscList);
+  put(70, f.wrtList);
+  put(74, f.page);
+  put(74, f.vddMin);
+  put(79, f.vddMax);
+  return line;
+}
 
 }  // namespace quorvi::test

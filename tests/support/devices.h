@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Device records for tests, built by hand until the catalogue reader can
-// supply them. Sizes follow the parts' data sheets: `programSize` is the
-// highest program word address.
+// Device records for tests, built by hand. Sizes follow the parts' data
+// sheets: `programSize` is the highest program word address.
 #pragma once
 
 #include <cstdint>
@@ -22,18 +21,17 @@ struct DeviceFields {
 
 DeviceDescriptor MakeDevice(const DeviceFields& fields);
 
-DeviceDescriptor Pic16F84();   // 1K words, 64 data bytes, flash (family 1)
-DeviceDescriptor Pic16F84A();  // as the 16F84
-DeviceDescriptor Pic16F628();  // 2K words, 128 data bytes, flash (family 8)
-DeviceDescriptor Pic16F628A();
-DeviceDescriptor Pic12C508A();  // 512 words, 12-bit core (family 4)
-DeviceDescriptor Pic16C505();   // 1K words, 12-bit core
-DeviceDescriptor Pic14000();    // 4K words, one-time programmable (family 3)
-DeviceDescriptor Pic16C622();   // 2K words, one-time programmable 14-bit (family 2)
-DeviceDescriptor Pic18F452();   // 16K words (family 7)
-DeviceDescriptor Pic18F6720();  // 64K words
-DeviceDescriptor Eeprom24C16();   // 2K bytes (family 5)
-DeviceDescriptor Eeprom24LC512(); // 64K bytes
+inline DeviceDescriptor Pic16F84() { return MakeDevice({"16F84", 0x3FF, 1, 64}); }      // flash, data EEPROM
+inline DeviceDescriptor Pic16F84A() { return MakeDevice({"16F84A", 0x3FF, 1, 64}); }
+inline DeviceDescriptor Pic16F628A() { return MakeDevice({"16F628A", 0x7FF, 8, 128}); }
+inline DeviceDescriptor Pic12C508A() { return MakeDevice({"12C508A", 0x1FF, 4}); }      // 12-bit core
+inline DeviceDescriptor Pic16C505() { return MakeDevice({"16C505", 0x3FF, 4}); }
+inline DeviceDescriptor Pic14000() { return MakeDevice({"14000", 0xFFF, 3}); }          // one-time programmable
+inline DeviceDescriptor Pic16C622() { return MakeDevice({"16C622", 0x7FF, 2}); }        // one-time programmable
+inline DeviceDescriptor Pic18F452() { return MakeDevice({"18F452", 0x3FFF, 7, 256}); }
+inline DeviceDescriptor Pic18F6720() { return MakeDevice({"18F6720", 0xFFFF, 7, 1024}); }
+inline DeviceDescriptor Eeprom24C16() { return MakeDevice({"24C16", 0x7FF, 5}); }       // serial EEPROM, bytes
+inline DeviceDescriptor Eeprom24LC512() { return MakeDevice({"24LC512", 0xFFFF, 5}); }
 
 /// Every device of the shipped catalogue, with its record and fuse map.
 std::vector<DeviceDescriptor> ShippedCatalogue();

@@ -13,13 +13,28 @@ namespace quorvi::test {
 /// questions from a script (No once the script is used up).
 class RecordingUi final : public UiHost {
  public:
-  void ShowProgress(double percent) override;
+  void ShowProgress(double percent) override {
+    progress.push_back(percent);
+    progressVisible = true;
+  }
   void HideProgress() override { progressVisible = false; }
-  void ShowStatus(const std::string& text) override;
-  void HideStatus() override;
+  void ShowStatus(const std::string& text) override {
+    statusTexts.push_back(text);
+    status = text;
+    statusVisible = true;
+  }
+  void HideStatus() override {
+    status.clear();
+    statusVisible = false;
+  }
   void SetStatusBar(const std::string& text) override { statusBar = text; }
   void ShowMessage(const UserMessage& message) override { messages.push_back(message); }
-  bool AskYesNo(const UserMessage& question) override;
+  bool AskYesNo(const UserMessage& question) override {
+    questions.push_back(question);
+    const bool answer = !answers.empty() && answers.front();
+    if (!answers.empty()) answers.pop_front();
+    return answer;
+  }
   void PumpEvents() override { ++pumps; }
   void PlaySound(const std::string& path) override { sounds.push_back(path); }
   void Terminate(int exitCode) override { terminated.push_back(exitCode); }

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "device/selection.h"
 #include "hw/port_link.h"
 
@@ -21,7 +23,6 @@ class TeePort final : public PortDriver {
   uint8_t ReadStatus() override { return board_->ReadStatus(); }
   std::optional<bool> BusLevel() const override { return board_->BusLevel(); }
   std::string Describe() const override { return board_->Describe(); }
-  sim::SimBoard* board() { return board_.get(); }
 
   std::vector<uint8_t> writes;
 
@@ -40,13 +41,25 @@ sim::ChipState BlankChip(const std::string& chipName) {
   return sim::BlankState(*info.value());
 }
 
-SimApp::SimApp(sim::ChipState chip, const std::string& deviceName, bool realClock, int64_t portAccessNs) {
-  std::unique_ptr<Clock> ownClock;
-  if (realClock) {
-    ownClock = std::make_unique<RealClock>();
-  } else {
-    ownClock = std::make_unique<VirtualClock>(portAccessNs);
+sim::ChipState PatternedChip(const std::string& chipName) {
+  sim::ChipState state = BlankChip(chipName);
+  auto info = sim::FindChip(chipName);
+  if (!info) return state;
+  const int mask = sim::BlankWord(*info.value());
+  for (size_t i = 0; i < state.program.size(); ++i) {
+    state.program[i] = static_cast<int>((i * 37 + 5) % static_cast<size_t>(mask));
   }
+  for (size_t j = 0; j < state.data.size(); ++j) state.data[j] = static_cast<int>((j * 11 + 1) % 0xFF);
+  const int idMask = info.value()->kind == sim::ChipClass::kOtp12 ? 0xF : 0x3FFF;
+  state.ids = {0x1234 & idMask, 0x0567 & idMask, 0x0009 & idMask, 0x2ABC & idMask};
+  // The oscillator bits and the watchdog bit: never a protection bit.
+  state.config = state.config & ~0x5;
+  return state;
+}
+
+SimApp::SimApp(sim::ChipState chip, const std::string& deviceName, bool realClock, int64_t portAccessNs) {
+  std::unique_ptr<Clock> ownClock = std::make_unique<VirtualClock>(portAccessNs);
+  if (realClock) ownClock = std::make_unique<RealClock>();
   clock_ = ownClock.get();
   auto board = sim::MakeBoard(*clock_, std::move(chip));
   std::unique_ptr<sim::SimBoard> driver;
@@ -66,8 +79,13 @@ SimApp::SimApp(sim::ChipState chip, const std::string& deviceName, bool realCloc
   app->link.SetVpp2(kFalse);
   app->link.SetVpp3(kFalse);
   app->link.SetVdd("off");
-  (void)app->link.SetVddLevel(5.0F);
-  if (!deviceName.empty()) {
+  if (deviceName == "16F72") {
+    app->device.name = deviceName;
+    app->device.programSize = 2047;
+    app->device.family = 6;
+    app->device.pinCount = 28;
+    app->device.oscList = 1;
+  } else if (!deviceName.empty()) {
     auto view = SelectDevice(paths.Catalogue(), deviceName, app->device, app->image, false);
     if (!view) {
       ADD_FAILURE() << view.message();
@@ -84,11 +102,7 @@ SimApp::~SimApp() {
   for (const std::string& problem : board_->Problems()) ADD_FAILURE() << problem;
 }
 
-std::vector<uint8_t> SimApp::TakeWrites() {
-  std::vector<uint8_t> taken;
-  taken.swap(*writes_);
-  return taken;
-}
+std::vector<uint8_t> SimApp::TakeWrites() { return std::exchange(*writes_, {}); }
 
 bool SimApp::PoweredDown() const {
   const uint8_t out = board_->lastWrite();

@@ -18,7 +18,8 @@ namespace quorvi::test {
 class SimApp {
  public:
   /// A board holding `chip`, the catalogue device `deviceName` selected
-  /// ("" leaves no device selected), the home folder a fresh temporary one.
+  /// ("" leaves no device selected; the 16F72, which no catalogue line lists
+  /// yet, is selected by hand as family 6), the home folder a fresh temporary one.
   /// `realClock` runs it on the PC's clock instead of the virtual one, whose
   /// port accesses cost `portAccessNs` each.
   SimApp(sim::ChipState chip, const std::string& deviceName, bool realClock = false,
@@ -55,5 +56,9 @@ class SimApp {
 
 /// A chip of that name as the simulator's blank state has it.
 sim::ChipState BlankChip(const std::string& chipName);
+
+/// A chip of that name with every word, byte and ID different from its
+/// neighbours and from blank, and an unprotected configuration word.
+sim::ChipState PatternedChip(const std::string& chipName);
 
 }  // namespace quorvi::test
