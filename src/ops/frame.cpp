@@ -44,15 +44,6 @@ std::string Trimmed(std::string_view text) {
 
 }  // namespace
 
-std::string_view VddLevelText(VddLevel level) {
-  switch (level) {
-    case VddLevel::kMin: return "min";
-    case VddLevel::kMax: return "max";
-    case VddLevel::kNormal: break;
-  }
-  return "normal";
-}
-
 PowerUpPlan ReadPlan() {
   PowerUpPlan plan;
   plan.icspWait = true;

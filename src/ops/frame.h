@@ -45,7 +45,6 @@ struct OpResult {
 
 /// The supply level of one compare pass.
 enum class VddLevel { kNormal, kMin, kMax };
-std::string_view VddLevelText(VddLevel level);
 
 /// What happens between "data line low" and the first command, per operation.
 struct PowerUpPlan {
