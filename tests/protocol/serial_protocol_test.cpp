@@ -7,7 +7,6 @@
 #include <memory>
 #include <vector>
 
-#include "hw/delay.h"
 #include "support/line_trace.h"
 #include "support/recorded_link.h"
 
@@ -35,25 +34,6 @@ int RisingClocks(const std::vector<uint8_t>& writes) {
   return count;
 }
 
-TEST(BitText, FourteenCharactersMsbFirstAndCommandTextsWeighFromTheRight) {
-  EXPECT_EQ(ToBitText(8), "00000000001000");
-  EXPECT_EQ(ToBitText(0x2001), "10000000000001");
-  for (const auto& [text, code] : {std::pair{"001000", 8}, {"011000", 24}, {"010111", 23}, {"011111", 31}}) {
-    EXPECT_EQ(CommandCodeFromText(text), code) << text;
-  }
-}
-
-TEST(CheckBits, OddCountOfOddBitsAndEvenCountOfEvenBits) {
-  struct Case {
-    int word;
-    bool first, second;
-  };
-  for (const Case c : {Case{0x3FFF, true, false}, {0, false, true}, {0x0003, true, false}}) {
-    EXPECT_EQ(CheckBitsFor(c.word).first, c.first) << c.word;
-    EXPECT_EQ(CheckBitsFor(c.word).second, c.second) << c.word;
-  }
-}
-
 // What each transfer puts on the clock's falling edges, and how many clocks it takes.
 struct TransferCase {
   const char* name;
@@ -63,27 +43,39 @@ struct TransferCase {
   int clocks;
 };
 
+Bits Lsb(int value, int count = 14) {
+  Bits bits;
+  for (int i = 0; i < count; ++i) bits.push_back((value >> i) & 1);
+  return bits;
+}
+
+// A load: six command bits, the start bit, the check bits, the word, the stop bit.
+Bits Load(int code, const Bits& check, int word) {
+  Bits b = Lsb(code, 6);
+  b.push_back(0);
+  b.insert(b.end(), check.begin(), check.end());
+  const Bits w = Lsb(word);
+  b.insert(b.end(), w.begin(), w.end());
+  b.push_back(0);
+  return b;
+}
+
+// Check bits: an odd count of ones among bits 13, 11, .. 1, then an even
+// count among bits 12, 10, .. 0.
 TEST(Transfers, BitsOnTheFallingEdgesLsbFirst) {
-  const Bits ones(14, 1);
-  auto load = [](int code, Bits check, const Bits& word) {
-    Bits b{code & 1, (code >> 1) & 1, (code >> 2) & 1, 0, 0, 0, 0};
-    b.insert(b.end(), check.begin(), check.end());
-    b.insert(b.end(), word.begin(), word.end());
-    b.push_back(0);
-    return b;
-  };
   const std::vector<TransferCase> cases = {
       {"Begin Programming", false, [](SerialProtocol& p) { p.BeginProgramming(); }, {0, 0, 0, 1, 0, 0}, 6},
       {"End Programming", false, [](SerialProtocol& p) { p.EndProgramming(); }, {0, 1, 1, 1, 0, 0}, 6},
       {"Increment", false, [](SerialProtocol& p) { p.IncrementAddress(); }, {0, 1, 1, 0, 0, 0}, 6},
-      {"Word16", false, [](SerialProtocol& p) { p.SendWord16(0x8001); },
-       {1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1}, 16},
-      {"Load program", false, [](SerialProtocol& p) { p.LoadProgramData(0x3FFF); }, load(2, {}, ones), 22},
+      {"Word16", false, [](SerialProtocol& p) { p.SendWord16(0x8001); }, Lsb(0x8001, 16), 16},
+      {"Load program", false, [](SerialProtocol& p) { p.LoadProgramData(0x3FFF); }, Load(2, {}, 0x3FFF), 22},
       {"Load program, check bits", true, [](SerialProtocol& p) { p.LoadProgramData(0x3FFF); },
-       load(2, {1, 0}, ones), 24},
-      {"Load data never checks", true, [](SerialProtocol& p) { p.LoadDataMemory(0x3FFF); }, load(3, {}, ones), 22},
-      {"Load configuration, check bits", true, [](SerialProtocol& p) { p.LoadConfiguration(0); },
-       load(0, {0, 1}, Bits(14, 0)), 24},
+       Load(2, {1, 0}, 0x3FFF), 24},
+      {"Load program, check bits of the odd bits only", true, [](SerialProtocol& p) { p.LoadProgramData(0x2AAA); },
+       Load(2, {1, 1}, 0x2AAA), 24},
+      {"Load data never checks", true, [](SerialProtocol& p) { p.LoadDataMemory(0x3FFF); }, Load(3, {}, 0x3FFF), 22},
+      {"Load configuration, check bits", true, [](SerialProtocol& p) { p.LoadConfiguration(0); }, Load(0, {0, 1}, 0),
+       24},
       {"Read", false, [](SerialProtocol& p) { p.ReadProgramWord(); }, {}, 6 + 16},
       {"Read, check bits", true, [](SerialProtocol& p) { p.ReadProgramWord(); }, {}, 6 + 18},
   };
@@ -155,7 +147,7 @@ TEST(LoadProgramData, OneMillisecondStepBeforeTheWordAndOneUnitAfter) {
   RecordedLink r(0);
   SerialProtocol p(r.link, Target());
   p.LoadProgramData(0);
-  const int64_t waits = ShortWaitUnits(1.0F) * 1'000'000'000 / 12'000 + kDelayUnitNs;
+  const int64_t waits = 750'000 + 83'333;  // 1 ms spins nine units of 1/12000 s; then one more
   EXPECT_GE(r.clock.Nanoseconds(), waits);
   EXPECT_LT(r.clock.Nanoseconds(), waits + 100'000);  // plus the bit holds only
 }
