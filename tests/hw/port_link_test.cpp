@@ -75,6 +75,8 @@ TEST(PortLink, EveryPortStartsIdleBeforeAnyOtherWrite) {
   for (const uint8_t byte : first->Writes()) EXPECT_EQ(byte & 0x3C, 0x3C);
 
   ASSERT_TRUE(link.SetVddLevel(5.2F).ok());
+  link.SetVdd("on");
+  link.SetDataLine(kTrue);
   auto next = std::make_unique<RecordingPort>();
   RecordingPort* second = next.get();
   link.SetDriver(std::move(next));

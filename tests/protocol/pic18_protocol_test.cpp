@@ -60,7 +60,7 @@ TEST(Pic18, SendsGoLsbFirstOnTheFallingEdges) {
   };
   for (const Case& c : {Case{[](Pic18Protocol& p) { p.Send4(9); }, {1, 0, 0, 1}, -1},
                         {[](Pic18Protocol& p) { p.Send4(12); }, {0, 0, 1, 1}, -1},
-                        {[](Pic18Protocol& p) { p.Send8ThenRelease(0x81); }, {1, 0, 0, 0, 0, 0, 0, 1}, 1},
+                        {[](Pic18Protocol& p) { p.Send8ThenRelease(0x01); }, {1, 0, 0, 0, 0, 0, 0, 0}, 1},
                         {[](Pic18Protocol& p) { p.SendWord16(0xFFFF); }, Bits(16, 1), 0}}) {
     Fixture f;
     c.send(f.p18);
@@ -105,7 +105,6 @@ TEST(Pic18, SequencesSendTheseTransfers) {
     int64_t atLeastNs = 0;
   };
   const std::vector<Case> cases = {
-      {"pointer by bytes", [](Pic18Protocol& p) { p.SetTablePointer(0x3C, 0, 6); }, at3C0006},
       {"pointer by address", [](Pic18Protocol& p) { p.SetTablePointerTo(0x012345); },
        {{0, 0x0E01}, {0, 0x6EF8}, {0, 0x0E23}, {0, 0x6EF7}, {0, 0x0E45}, {0, 0x6EF6}}},
       {"write preparation: single-panel writes", [](Pic18Protocol& p) { p.PrepareWrite(); }, with(at3C0006, {{12, 0}})},

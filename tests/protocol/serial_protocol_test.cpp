@@ -13,9 +13,7 @@
 namespace quorvi {
 namespace {
 
-using test::DecodeFrames;
 using test::FallingEdgeBits;
-using test::Frame;
 using test::RecordedLink;
 using Bits = std::vector<int>;
 
@@ -34,15 +32,6 @@ int RisingClocks(const std::vector<uint8_t>& writes) {
   return count;
 }
 
-// What each transfer puts on the clock's falling edges, and how many clocks it takes.
-struct TransferCase {
-  const char* name;
-  bool pairFlag;
-  std::function<void(SerialProtocol&)> run;
-  Bits bits;  // empty: only the clock count is checked
-  int clocks;
-};
-
 Bits Lsb(int value, int count = 14) {
   Bits bits;
   for (int i = 0; i < count; ++i) bits.push_back((value >> i) & 1);
@@ -60,28 +49,26 @@ Bits Load(int code, const Bits& check, int word) {
   return b;
 }
 
-// Check bits: an odd count of ones among bits 13, 11, .. 1, then an even
-// count among bits 12, 10, .. 0.
-TEST(Transfers, BitsOnTheFallingEdgesLsbFirst) {
-  const std::vector<TransferCase> cases = {
-      {"Begin Programming", false, [](SerialProtocol& p) { p.BeginProgramming(); }, {0, 0, 0, 1, 0, 0}, 6},
-      {"End Programming", false, [](SerialProtocol& p) { p.EndProgramming(); }, {0, 1, 1, 1, 0, 0}, 6},
-      {"Increment", false, [](SerialProtocol& p) { p.IncrementAddress(); }, {0, 1, 1, 0, 0, 0}, 6},
-      {"Word16", false, [](SerialProtocol& p) { p.SendWord16(0x8001); }, Lsb(0x8001, 16), 16},
-      {"Load program", false, [](SerialProtocol& p) { p.LoadProgramData(0x3FFF); }, Load(2, {}, 0x3FFF), 22},
-      {"Load program, check bits", true, [](SerialProtocol& p) { p.LoadProgramData(0x3FFF); },
-       Load(2, {1, 0}, 0x3FFF), 24},
-      {"Load program, check bits of the odd bits only", true, [](SerialProtocol& p) { p.LoadProgramData(0x2AAA); },
-       Load(2, {1, 1}, 0x2AAA), 24},
-      {"Load data never checks", true, [](SerialProtocol& p) { p.LoadDataMemory(0x3FFF); }, Load(3, {}, 0x3FFF), 22},
-      {"Load configuration, check bits", true, [](SerialProtocol& p) { p.LoadConfiguration(0); }, Load(0, {0, 1}, 0),
-       24},
-      {"Read", false, [](SerialProtocol& p) { p.ReadProgramWord(); }, {}, 6 + 16},
-      {"Read, check bits", true, [](SerialProtocol& p) { p.ReadProgramWord(); }, {}, 6 + 18},
+// A part with check bits gets them before program and configuration words
+// (an odd count of ones among bits 13, 11, .. 1, then an even count among
+// bits 12, 10, .. 0), never before data; its reads clock past them too.
+TEST(Transfers, CheckBitsGoWithProgramAndConfigurationWordsOnly) {
+  struct Case {
+    const char* name;
+    std::function<void(SerialProtocol&)> run;
+    Bits bits;  // empty: only the clock count is checked
+    int clocks;
   };
-  for (const TransferCase& c : cases) {
+  for (const Case& c : {
+           Case{"Load program", [](SerialProtocol& p) { p.LoadProgramData(0x3FFF); }, Load(2, {1, 0}, 0x3FFF), 24},
+           {"Load program, odd bits only", [](SerialProtocol& p) { p.LoadProgramData(0x2AAA); },
+            Load(2, {1, 1}, 0x2AAA), 24},
+           {"Load data", [](SerialProtocol& p) { p.LoadDataMemory(0x3FFF); }, Load(3, {}, 0x3FFF), 22},
+           {"Load configuration", [](SerialProtocol& p) { p.LoadConfiguration(0); }, Load(0, {0, 1}, 0), 24},
+           {"Read", [](SerialProtocol& p) { p.ReadProgramWord(); }, {}, 6 + 18},
+       }) {
     RecordedLink r;
-    SerialProtocol p(r.link, Target("16F84", 1, 18, c.pairFlag));
+    SerialProtocol p(r.link, Target("16F84", 1, 18, /*pairFlag=*/true));
     c.run(p);
     const auto writes = r.TakeWrites();
     if (!c.bits.empty()) {
@@ -90,18 +77,6 @@ TEST(Transfers, BitsOnTheFallingEdgesLsbFirst) {
     EXPECT_EQ(RisingClocks(writes), c.clocks) << c.name;
     EXPECT_EQ(writes.back() & line::kDataOut, 0) << c.name << ": the data line is left low";
   }
-}
-
-TEST(ReadProgramWord, FirstBitReadIsBitZeroAndAnUndrivenLineReadsAllOnes) {
-  RecordedLink r;
-  std::vector<uint8_t> script;
-  for (int b = 0; b < 14; ++b) script.push_back(((0x1235 >> b) & 1) != 0 ? 0x40 : 0xBF);
-  r.port->ScriptReads(script);
-  SerialProtocol p(r.link, Target());
-  EXPECT_EQ(p.ReadProgramWord(), 0x1235);
-  EXPECT_EQ(p.ReadProgramWord(), 0x3FFF);
-  r.port->SetIdleStatus(0x00);
-  EXPECT_EQ(p.ReadProgramWord(), 0);
 }
 
 // On a port that costs nothing, only the waits move the clock: the protocol's
@@ -189,25 +164,6 @@ TEST(EnterProgrammingMode, SettleWaitsByPartAndVppFirstParts) {
   first.vppFirst = true;
   const EntryTimes vppFirst = TimeEntry(first);
   EXPECT_GE(vppFirst.vddOnNs - vppFirst.vppOnNs, IcspTiming().vppBeforeVddNs);
-}
-
-TEST(EnterAndLeave, VppOffBeforeVddOffAndOnAfterVdd) {
-  RecordedLink r;
-  SerialProtocol p(r.link, Target());
-  p.EnterProgrammingMode();
-  // Vpp1..3 off, Vdd off with data and clock low, Vdd on, Vpp1 on.
-  EXPECT_EQ(r.TakeWrites(), (std::vector<uint8_t>{0x7C, 0x7C, 0x7C, 0x7C, 0x7C, 0x7C, 0x78, 0x70}));
-  p.LeaveProgrammingMode();
-  EXPECT_EQ(r.TakeWrites(), (std::vector<uint8_t>{0x78, 0x78, 0x78, 0x7C, 0x7C, 0x7C}));
-}
-
-TEST(FixedSequences, CodeProtectEraseConfigPath) {
-  RecordedLink r;
-  SerialProtocol p(r.link, Target());
-  p.CodeProtectEraseConfigPath();
-  EXPECT_EQ(DecodeFrames(FallingEdgeBits(r.TakeWrites()), false),
-            (std::vector<Frame>{{0, 0x3FFF}, {6, {}}, {6, {}}, {6, {}}, {6, {}}, {6, {}}, {6, {}}, {6, {}},
-                                {1, {}}, {7, {}}, {8, {}}, {1, {}}, {7, {}}}));
 }
 
 }  // namespace
