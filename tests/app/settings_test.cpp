@@ -73,8 +73,8 @@ TEST(SettingsText, EachWriterWritesItsLinesAndTheyReadBackAsTheyAlwaysDid) {
                 "278 23BC lpt2 PROD 16F628 4.5"},
            Case{lpt2, SettingsExtent::kThroughVddMargins, 2.7F, 0.0392F,
                 "LPT23BC\r\nPROD\r\n16F628\r\n2.7\r\n0.0392\r\n", "278 23BC lpt2 PROD 16F628 2.7"},
-           Case{custom378, SettingsExtent::kThroughWorkingDirectory, 0, 0, "LPT1378\r\nLPT 378\r\nPROT\r\n16F84\r\n\r\n",
-                "378 1378 lpt1 LPT 378 PROT 16F84"},
+           Case{custom378, SettingsExtent::kThroughWorkingDirectory, 0, 0,
+                "LPT1378\r\nLPT 378\r\nPROT\r\n16F84\r\n\r\n", "378 1378 lpt1 LPT 378 PROT 16F84"},
        }) {
     EXPECT_EQ(SettingsText(c.settings, c.extent, c.vddMin, c.vddMax), c.text);
     EXPECT_EQ(Loaded(c.text), c.readBack) << c.text;
