@@ -6,7 +6,6 @@
 #include <array>
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <ostream>
 #include <vector>
 
@@ -139,30 +138,6 @@ TEST(Pic18, SequencesSendTheseTransfers) {
     EXPECT_EQ(f.Transfers(), c.transfers) << c.what;
     EXPECT_GE(f.rl.clock.Nanoseconds(), c.atLeastNs) << c.what;
   }
-}
-
-TEST(Pic18, ProgrammingHoldKeepsTheFourthClockHighForP9) {
-  VirtualClock clock;
-  auto owned = std::make_unique<test::TimedPort>(clock);
-  test::TimedPort& port = *owned;
-  PortLink link(std::move(owned), clock);
-  SerialProtocol serial{link, Target452()};
-  Pic18Protocol p18{serial};
-  std::vector<int64_t> risesNs;
-  std::vector<int64_t> fallsNs;
-  bool clockHigh = false;
-  p18.StartProgrammingHold();
-  for (const auto& w : port.writes()) {
-    const bool c = (w.value & line::kClock) != 0;
-    if (c && !clockHigh) risesNs.push_back(w.ns);
-    if (!c && clockHigh) fallsNs.push_back(w.ns);
-    clockHigh = c;
-  }
-  ASSERT_EQ(risesNs.size(), 20U);
-  ASSERT_EQ(fallsNs.size(), 20U);
-  EXPECT_GE(fallsNs[3] - risesNs[3], 1'000'000);  // DS39576 P9: 1 ms
-  EXPECT_LT(fallsNs[2] - risesNs[2], 10'000);
-  EXPECT_GE(risesNs[4] - fallsNs[3], 5'000);       // P10: 5 us
 }
 
 TEST(Pic18, ProgramReadTakesTwoTableReadsPerWordLowByteFirst) {
