@@ -20,7 +20,7 @@ TEST(OpenImageCommand, LoadsAndSetsTheSwitchFromTheCompanionFile) {
     bool loads = true;
   };
   for (const Case c : {Case{nullptr, false, ""}, {"41\n1020\n4\n1\n", true, "0041"}, {"41\n1020\n4\n0\n", true, ""},
-                       {"41\n1020\n4\n0\n", true, "", false}}) {
+                       {"41\n1020\n4\n0\n", false, "", false}}) {
     SCOPED_TRACE(c.companion == nullptr ? "no companion" : c.companion);
     test::TempDir dir;
     const std::string path = (dir.path() / "board.hex").string();
