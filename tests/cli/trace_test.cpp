@@ -202,7 +202,8 @@ TEST_F(CliTrace, CtrlCDuringAnOperationPowersTheTargetDown) {
   std::map<char, bool> last;
   for (const WireEdge& e : WireEdges(home_.Read("t.vcd"), "abcdef")) last[e.wire] = e.high;
   // Data and clock low, every supply off.
-  EXPECT_EQ(last, (std::map<char, bool>{{'a', false}, {'b', false}, {'c', true}, {'d', true}, {'e', true}, {'f', true}}));
+  const std::map<char, bool> rest{{'a', false}, {'b', false}, {'c', true}, {'d', true}, {'e', true}, {'f', true}};
+  EXPECT_EQ(last, rest);
 }
 
 }  // namespace

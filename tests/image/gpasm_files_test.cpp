@@ -23,7 +23,7 @@ TEST(GpasmFile, EachExampleLoadsWithItsWordsIdsConfigurationAndEeprom) {
     int32_t configWord;
     std::vector<int16_t> eeprom;  // from data address 0
     std::vector<const char*> formats = {".inhx8m.hex", ".inhx32.hex"};
-    std::array<uint8_t, 14> config18 = {};  // checked for 18F parts only
+    std::array<uint8_t, 14> config18 = {};  // looked at on 18F devices only
   };
   const Example examples[] = {
       {"blink_12c508a", test::Pic12C508A(),
