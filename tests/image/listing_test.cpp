@@ -127,8 +127,11 @@ TEST(WordEditor, KeysStoreThenStepWithinTheLimits) {
            {kD, true, 3, '+', "FFFFF", std::nullopt, 3, 77},
        }) {
     MemoryImage image;
-    image.programBuffer[static_cast<size_t>(p.from)] = 77;
-    image.dataBuffer[static_cast<size_t>(p.from)] = 77;
+    if (p.target == kP) {
+      image.programBuffer[static_cast<size_t>(p.from)] = 77;
+    } else {
+      image.dataBuffer[static_cast<size_t>(p.from)] = 77;
+    }
     WordEditor editor = OpenWordEditor(p.target, p.target == kP ? "0000: " : "00: ", p.from).value();
     editor.hexMode = p.hex;
     const auto effect = EditorKeyPress(editor, image, test::Pic16F84(), p.key, p.typed);
