@@ -132,7 +132,8 @@ TEST(SetVddLevel, ResetsAtFiveVoltsCountsUpToOthersAndRefusesTheUnreachable) {
     const char* error = nullptr;
   };
   for (const Case c : {Case{5.0F, 1, 128}, {5.0176F, 0, 128},  // 5.0176 / 0.0392 is exactly 128
-                       {5.2F, 5, 133}, {4.5F, 243, 115}, {0.0F, 128, 0}, {9.99F, 127, 255},
+                       {5.2F, 5, 133}, {0.0F, 128, 0}, {9.99F, 127, 255},
+                       {4.5F, 243, 115},  // through 255 to 0
                        {-0.1F, 0, 128, "Vdd level -0.100 V is outside the board's range (0 to 9.996 V)"},
                        {10.02F, 0, 128, "Vdd level 10.020 V is outside the board's range (0 to 9.996 V)"},
                        {std::numeric_limits<float>::quiet_NaN(), 0, 128, "Vdd level is not a number"}}) {
