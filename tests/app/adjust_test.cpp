@@ -46,35 +46,33 @@ TEST(AdjustTest, VddEntryRules) {
   }
 }
 
-TEST(AdjustTest, ClosingLeavesVpp3AsItWas) {
-  test::RecordedLink rec;
-  ToggleAdjustSupply(rec.link, AdjustSupply::kVdd, true);
-  ToggleAdjustSupply(rec.link, AdjustSupply::kVpp1, true);
-  ToggleAdjustSupply(rec.link, AdjustSupply::kVpp3, true);
-  const int64_t before = rec.clock.Nanoseconds();
-  CloseAdjust(rec.link, false);
-  EXPECT_FALSE(On(rec.link, kVddBit));
-  EXPECT_FALSE(On(rec.link, kVpp1Bit));
-  EXPECT_TRUE(On(rec.link, kVpp3Bit));
-  EXPECT_LT(rec.clock.Nanoseconds() - before, 100'000'000);
-}
-
-TEST(AdjustTest, ShiftReleaseCyclesEverySupplyInTurn) {
-  test::RecordedLink rec;
-  const int64_t before = rec.clock.Nanoseconds();
-  CloseAdjust(rec.link, true);
-  // Three Vpp switches on and off, then Vdd on: seven waits of 250 ms.
-  EXPECT_GE(rec.clock.Nanoseconds() - before, 7 * 250'000'000LL);
-  int vpp3Pulses = 0;
-  bool wasOn = false;
-  for (uint8_t byte : rec.TakeWrites()) {
-    const bool on = (byte & kVpp3Bit) == 0;
-    if (on && !wasOn) ++vpp3Pulses;
-    wasOn = on;
+// Closing switches Vpp1, Vpp2 and Vdd off and leaves Vpp3 as it was; with
+// Shift held it first switches each Vpp on and off, then Vdd, 250 ms apiece.
+TEST(AdjustTest, ClosingLeavesVpp3AndShiftCyclesEverySupplyFirst) {
+  for (const bool shift : {false, true}) {
+    test::RecordedLink rec;
+    for (const AdjustSupply on : {AdjustSupply::kVdd, AdjustSupply::kVpp1, AdjustSupply::kVpp2, AdjustSupply::kVpp3}) {
+      if (!shift) ToggleAdjustSupply(rec.link, on, true);  // with Shift, everything starts off
+    }
+    rec.TakeWrites();
+    const uint8_t start = rec.link.outputShadow();
+    const int64_t before = rec.clock.Nanoseconds();
+    CloseAdjust(rec.link, shift);
+    const int64_t took = rec.clock.Nanoseconds() - before;
+    EXPECT_EQ(took >= 7 * 250'000'000LL, shift);
+    EXPECT_LT(took, shift ? 7 * 251'000'000LL : 100'000'000LL);
+    const std::vector<uint8_t> writes = rec.TakeWrites();
+    for (const uint8_t bit : {kVddBit, kVpp1Bit, kVpp2Bit, kVpp3Bit}) {
+      int switchedOn = 0;
+      bool wasOn = (start & bit) == 0;
+      for (const uint8_t byte : writes) {
+        switchedOn += (byte & bit) == 0 && !wasOn ? 1 : 0;
+        wasOn = (byte & bit) == 0;
+      }
+      EXPECT_EQ(switchedOn, shift ? 1 : 0) << shift << " bit " << int{bit};
+      EXPECT_EQ(On(rec.link, bit), bit == kVpp3Bit && !shift) << shift << " bit " << int{bit};
+    }
   }
-  EXPECT_EQ(vpp3Pulses, 1);
-  EXPECT_FALSE(On(rec.link, kVddBit));
-  EXPECT_FALSE(On(rec.link, kVpp3Bit));
 }
 
 }  // namespace

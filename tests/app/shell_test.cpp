@@ -79,7 +79,7 @@ TEST_F(ShellFixture, SupplyMarginsAreCheckedAndWrittenInLines4And5) {
   EXPECT_FLOAT_EQ(state.device.vddMin, 4.0F);
   EXPECT_EQ(SettingsFile(), "LPT10\r\nPROT\r\n16F84\r\n4\r\n5.5\r\n");
 
-  const std::optional<UserMessage> high = EnterVddMargin(state, true, "12");
+  const std::optional<UserMessage> high = EnterVddMargin(state, true, "10");
   ASSERT_TRUE(high.has_value());
   EXPECT_EQ(high->text, "Voltage to high");
   EXPECT_EQ(high->icon, MessageIcon::kCritical);

@@ -1,17 +1,20 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What the command-line tool puts on the wires, read back from its --trace
-// file by sigrok and held against the chips' documents; and the device-ID
-// check as a user meets it.
+// file (by sigrok where a decoder knows the protocol) and held against the
+// chips' documents; the power-down on Ctrl-C; and the device-ID check as a
+// user meets it.
 #include <gtest/gtest.h>
 
 #include <map>
 #include <regex>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <nlohmann/json.hpp>
 
+#include "image/image_test_util.h"
 #include "protocol/timing.h"
 #include "support/run_command.h"
 #include "support/temp_dir.h"
@@ -35,22 +38,8 @@ class CliTrace : public ::testing::Test {
   test::TempDir home_;
 };
 
-// An Intel HEX record.
-std::string Record(int address, const std::vector<int>& bytes) {
-  int sum = static_cast<int>(bytes.size()) + (address >> 8) + (address & 0xFF);
-  char head[16];
-  std::snprintf(head, sizeof head, ":%02zX%04X00", bytes.size(), address);
-  std::string line = head;
-  for (const int b : bytes) {
-    char byte[4];
-    std::snprintf(byte, sizeof byte, "%02X", b);
-    line += byte;
-    sum += b;
-  }
-  char check[4];
-  std::snprintf(check, sizeof check, "%02X", (-sum) & 0xFF);
-  return line + check + "\n";
-}
+// An Intel HEX data record and its line end.
+std::string Record(int address, const std::vector<int>& bytes) { return test::HexRecord(address, 0, bytes) + "\n"; }
 
 TEST_F(CliTrace, A24C02WriteDecodesAsI2cPageWritesOfTheBytesTheChipKept) {
   std::vector<int> bytes;
@@ -61,8 +50,8 @@ TEST_F(CliTrace, A24C02WriteDecodesAsI2cPageWritesOfTheBytesTheChipKept) {
   ASSERT_EQ(run.exitCode, 0) << Stderr();
 
   const auto decoded = test::RunCommand("sigrok-cli -i '" + Path("t.vcd") +
-                                        "' -I vcd:downsample=100 -P i2c:scl=Clock:sda=SDA,eeprom24xx -A eeprom24xx=page-write "
-                                        "2>/dev/null");
+                                        "' -I vcd:downsample=100 -P i2c:scl=Clock:sda=SDA,eeprom24xx "
+                                        "-A eeprom24xx=page-write 2>/dev/null");
   const std::vector<int> chip = nlohmann::json::parse(home_.Read("chip.json")).at("program").get<std::vector<int>>();
   const std::regex page(R"(Page write \(addr=([0-9A-F]{2}), 8 bytes\): ((?:[0-9A-F]{2} ?){8}))");
   int pages = 0;
@@ -105,20 +94,23 @@ std::vector<Command> DecodeCommands(const std::string& sigrok) {
   return commands;
 }
 
-// The levels of the supply wires at each change, read straight from the VCD.
-struct SupplyEdge {
+// Each change of the named wires, read straight from the VCD (a DataOut,
+// b Clock, c Vdd, d e f Vpp1..3), the first ones from $dumpvars.
+struct WireEdge {
   long ns;
-  char wire;  // c Vdd, d e f Vpp1..3
-  bool off;   // active low: 1 is off
+  char wire;
+  bool high;  // the supplies are active low: high is off
 };
 
-std::vector<SupplyEdge> SupplyEdges(const std::string& vcd) {
-  std::vector<SupplyEdge> edges;
+std::vector<WireEdge> WireEdges(const std::string& vcd, std::string_view wires) {
+  std::vector<WireEdge> edges;
   std::istringstream in(vcd.substr(vcd.find("$dumpvars")));
   std::string line;
   long now = 0;
   while (std::getline(in, line)) {
-    if (line.size() == 2 && line[1] >= 'c' && line[1] <= 'f') edges.push_back({now, line[1], line[0] == '1'});
+    if (line.size() == 2 && wires.find(line[1]) != std::string_view::npos) {
+      edges.push_back({now, line[1], line[0] == '1'});
+    }
     if (!line.empty() && line[0] == '#') now = std::stol(line.substr(1));
   }
   return edges;
@@ -162,16 +154,16 @@ TEST_F(CliTrace, A16F877AWriteKeepsTheDocumentsWaitsAndStartsWithEverySupplyOff)
   EXPECT_EQ(configuration, 1);
 
   // No supply comes on before the power-up asks for it, and none for a moment only.
-  const std::vector<SupplyEdge> edges = SupplyEdges(home_.Read("p.vcd"));
+  const std::vector<WireEdge> edges = WireEdges(home_.Read("p.vcd"), "cdef");
   ASSERT_GE(edges.size(), 4U);
   std::map<char, long> onSince;
   for (size_t i = 0; i < edges.size(); ++i) {
-    const SupplyEdge& e = edges[i];
+    const WireEdge& e = edges[i];
     if (i < 4) {
-      EXPECT_TRUE(e.off) << "wire " << e.wire << " at the start";
+      EXPECT_TRUE(e.high) << "wire " << e.wire << " at the start";
     }
-    if (!e.off) onSince[e.wire] = e.ns;
-    if (e.off && onSince.contains(e.wire)) {
+    if (!e.high) onSince[e.wire] = e.ns;
+    if (e.high && onSince.contains(e.wire)) {
       EXPECT_GE(e.ns - onSince[e.wire], 1'000'000) << "wire " << e.wire << " pulsed at " << onSince[e.wire];
       onSince.erase(e.wire);
     }
@@ -197,6 +189,21 @@ TEST_F(CliTrace, TheDeviceIdStopsAWrongChipUnlessForced) {
   EXPECT_EQ(forced.exitCode, 0) << Stderr();
   EXPECT_NE(Stderr().find("Going on as asked"), std::string::npos) << Stderr();
   EXPECT_NE(Stderr().find("Operation OK"), std::string::npos);
+}
+
+TEST_F(CliTrace, CtrlCDuringAnOperationPowersTheTargetDown) {
+  // On the real clock a production-mode erase takes most of a second; interrupt it midway.
+  const test::CommandOutput run = test::RunCommand(
+      std::string(QUORVI_CLI_PATH) + " --home '" + home_.path().string() + "' --chip '" + Path("chip.json") +
+      "' --trace '" + Path("t.vcd") + "' --mode prod --device 16F84A erase 2>'" + Path("stderr") +
+      "' & pid=$!; sleep 0.4; kill -INT $pid; wait $pid");
+  EXPECT_EQ(run.exitCode, 130) << Stderr();
+  EXPECT_NE(Stderr().find("interrupted; the target is powered down"), std::string::npos) << Stderr();
+  std::map<char, bool> last;
+  for (const WireEdge& e : WireEdges(home_.Read("t.vcd"), "abcdef")) last[e.wire] = e.high;
+  // Data and clock low, every supply off.
+  const std::map<char, bool> rest{{'a', false}, {'b', false}, {'c', true}, {'d', true}, {'e', true}, {'f', true}};
+  EXPECT_EQ(last, rest);
 }
 
 }  // namespace

@@ -121,6 +121,13 @@ struct Harness {
   std::vector<int> terminated;
 };
 
+// A click on the `chars`th character of a listing line.
+void ClickAt(QListWidget* list, int row, int chars) {
+  const int charWidth = list->fontMetrics().horizontalAdvance(QChar('0'));
+  const QRect line = list->visualItemRect(list->item(row));
+  QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, QPoint(2 + charWidth * chars, line.center().y()));
+}
+
 std::string Picture(Harness& h) {
   auto* picture = dynamic_cast<SocketPicture*>(h.Widget("Image1"));
   return picture ? picture->picture() : "(none)";
@@ -285,9 +292,7 @@ class GuiTest : public QObject {
       clickedDuringEdit = true;
       QCOMPARE(h.state().image.programBuffer[2], 0x1234);
     };
-    const int charWidth = list->fontMetrics().horizontalAdvance(QChar('0'));
-    const QRect row = list->visualItemRect(list->item(0));
-    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, QPoint(2 + charWidth * 18, row.center().y()));
+    ClickAt(list, 0, 18);
     QCOMPARE(h.dialogs, std::vector<std::string>{"frmEditP"});
     QVERIFY(clickedDuringEdit);
     QCOMPARE(h.state().image.programBuffer[2], 0x1234);
@@ -307,9 +312,7 @@ class GuiTest : public QObject {
       dialog.findChild<QLineEdit*>("txtData")->setText("5A");
       dialog.findChild<QPushButton*>("cmdOK")->click();
     };
-    const int charWidth = list->fontMetrics().horizontalAdvance(QChar('0'));
-    const QRect row = list->visualItemRect(list->item(1));
-    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, QPoint(2 + charWidth * 8, row.center().y()));
+    ClickAt(list, 1, 8);
     QCOMPARE(h.state().image.dataBuffer[9], int16_t{0x5A});
     QCOMPARE(list->item(1)->text(), QString("08: FF 5A FF FF FF FF FF FF "));
   }

@@ -4,133 +4,102 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <map>
-#include <vector>
+#include <cstring>
+#include <string>
 
 namespace quorvi {
 namespace {
 
-// A system that says what it was asked and answers as told.
-class FakePrivileges final : public PrivilegeOps {
- public:
-  int IoPerm(unsigned long from, unsigned long count, bool on) override {
-    ioperms.push_back({from, count, on});
-    return on ? iopermError : 0;
-  }
-  uid_t EffectiveUid() override { return euid; }
-  uid_t RealUid() override { return uid; }
-  gid_t RealGid() override { return gid; }
-  std::optional<std::string> Env(const char* name) override {
-    auto it = env.find(name);
-    return it == env.end() ? std::nullopt : std::optional<std::string>(it->second);
-  }
-  int DropTo(uid_t toUid, gid_t toGid, const std::optional<std::string>& user) override {
-    drops.push_back({toUid, toGid, user});
-    return dropError;
-  }
-
-  struct IoPermCall {
-    unsigned long from, count;
-    bool on;
-    bool operator==(const IoPermCall&) const = default;
-  };
-  struct DropCall {
-    uid_t uid;
-    gid_t gid;
-    std::optional<std::string> user;
-    bool operator==(const DropCall&) const = default;
-  };
-
+// What a system answers.
+struct System {
   uid_t euid = 0, uid = 0;
   gid_t gid = 0;
-  std::map<std::string, std::string> env;
+  const char* sudoUid = nullptr;  // the environment sudo leaves
+  const char* sudoGid = nullptr;
+  const char* sudoUser = nullptr;
   int iopermError = 0, dropError = 0;
-  std::vector<IoPermCall> ioperms;
-  std::vector<DropCall> drops;
 };
 
-bool Contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+// A system that answers as told and logs what it was asked.
+class FakePrivileges final : public PrivilegeOps {
+ public:
+  explicit FakePrivileges(System answers = {}) : s(answers) {}
+  int IoPerm(unsigned long from, unsigned long count, bool on) override {
+    log += "ioperm " + std::to_string(from) + "+" + std::to_string(count) + (on ? " on; " : " off; ");
+    return on ? s.iopermError : 0;
+  }
+  uid_t EffectiveUid() override { return s.euid; }
+  uid_t RealUid() override { return s.uid; }
+  gid_t RealGid() override { return s.gid; }
+  std::optional<std::string> Env(const char* name) override {
+    const std::string key = name;
+    const char* value = key == "SUDO_UID"    ? s.sudoUid
+                        : key == "SUDO_GID"  ? s.sudoGid
+                        : key == "SUDO_USER" ? s.sudoUser
+                                             : nullptr;
+    return value == nullptr ? std::nullopt : std::optional<std::string>(value);
+  }
+  int DropTo(uid_t toUid, gid_t toGid, const std::optional<std::string>& user) override {
+    log += "drop to " + std::to_string(toUid) + ":" + std::to_string(toGid) + " " + user.value_or("-") + "; ";
+    return s.dropError;
+  }
+
+  System s;
+  std::string log;
+};
 
 #if defined(__x86_64__) || defined(__i386__)
 
-TEST(OpenRawPort, NeedsRootAndAsksForNothingWithoutIt) {
-  FakePrivileges sys;
-  sys.euid = sys.uid = 1000;
-  auto port = OpenRawPort(0x378, sys);
-  ASSERT_FALSE(port.ok());
-  EXPECT_TRUE(Contains(port.message(), "needs root")) << port.message();
-  EXPECT_TRUE(sys.ioperms.empty());
-}
-
-TEST(OpenRawPort, UnderSudoGrantsThreePortsThenBecomesTheUser) {
-  FakePrivileges sys;
-  sys.env = {{"SUDO_UID", "1000"}, {"SUDO_GID", "1001"}, {"SUDO_USER", "alice"}};
-  {
-    auto port = OpenRawPort(0x278, sys);
-    ASSERT_TRUE(port.ok()) << port.message();
-    EXPECT_EQ(port.value()->Describe(), "port 0x278 (raw I/O)");
-    EXPECT_EQ(sys.ioperms, (std::vector<FakePrivileges::IoPermCall>{{0x278, 3, true}}));
-    EXPECT_EQ(sys.drops, (std::vector<FakePrivileges::DropCall>{{1000, 1001, "alice"}}));
+// What each start shows and asks of the system, until the port is closed again.
+TEST(OpenRawPort, GetsThePortsAsRootThenGivesRootUp) {
+  const std::string denied = std::strerror(EPERM);
+  const std::string opened = "port 0x378 (raw I/O)";
+  const std::string both = "ioperm 888+3 on; ioperm 888+3 off; ";  // 0x378
+  struct Case {
+    const char* what;
+    System sys;
+    std::string shown;  // Describe() of the port, or the message
+    std::string log;
+    long base = 0x378;
+  };
+  for (const Case& c : {
+           Case{"a user", {.euid = 1000, .uid = 1000},
+                "Raw port I/O at 0x378 needs root: run as root or with sudo, or use the ppdev driver (lpt1, lpt2 or "
+                "/dev/parportN)",
+                ""},
+           Case{"sudo", {.sudoUid = "1000", .sudoGid = "1001", .sudoUser = "alice"}, "port 0x278 (raw I/O)",
+                "ioperm 632+3 on; drop to 1000:1001 alice; ioperm 632+3 off; ", 0x278},
+           Case{"set-user-ID", {.uid = 1234, .gid = 99}, opened,
+                "ioperm 888+3 on; drop to 1234:99 -; ioperm 888+3 off; "},
+           Case{"plain root login", {.sudoUid = "not a number", .sudoGid = "5"}, opened, both},
+           Case{"sudo by root", {.sudoUid = "0", .sudoGid = "0"}, opened, both},
+           Case{"ports refused", {.iopermError = EPERM},
+                "The system refused raw access to ports 0x378..0x37A: " + denied, "ioperm 888+3 on; "},
+           Case{"root kept", {.sudoUid = "1000", .sudoGid = "1000", .dropError = EPERM},
+                "Could not give up root after opening the port: " + denied,
+                "ioperm 888+3 on; drop to 1000:1000 -; ioperm 888+3 off; "},
+       }) {
+    FakePrivileges sys(c.sys);
+    {
+      const auto port = OpenRawPort(c.base, sys);
+      EXPECT_EQ(port.ok() ? port.value()->Describe() : port.message(), c.shown) << c.what;
+    }
+    EXPECT_EQ(sys.log, c.log) << c.what;
   }
-  // Closing gives the ports back.
-  EXPECT_EQ(sys.ioperms.back(), (FakePrivileges::IoPermCall{0x278, 3, false}));
-}
-
-TEST(OpenRawPort, ASetUserIdProgramReturnsToItsRealUser) {
-  FakePrivileges sys;
-  sys.uid = 1234;
-  sys.gid = 99;
-  auto port = OpenRawPort(0x378, sys);
-  ASSERT_TRUE(port.ok());
-  EXPECT_EQ(sys.drops, (std::vector<FakePrivileges::DropCall>{{1234, 99, std::nullopt}}));
-}
-
-TEST(OpenRawPort, APlainRootLoginHasNobodyToBecome) {
-  FakePrivileges sys;
-  sys.env = {{"SUDO_UID", "not a number"}, {"SUDO_GID", "5"}};
-  auto port = OpenRawPort(0x378, sys);
-  ASSERT_TRUE(port.ok());
-  EXPECT_TRUE(sys.drops.empty());
-}
-
-TEST(OpenRawPort, RefusedPortsAreReported) {
-  FakePrivileges sys;
-  sys.iopermError = EPERM;
-  auto port = OpenRawPort(0x378, sys);
-  ASSERT_FALSE(port.ok());
-  EXPECT_TRUE(Contains(port.message(), "refused raw access to ports 0x378..0x37A")) << port.message();
-  EXPECT_TRUE(sys.drops.empty());
-}
-
-TEST(OpenRawPort, FailingToGiveUpRootClosesThePortAgain) {
-  FakePrivileges sys;
-  sys.env = {{"SUDO_UID", "1000"}, {"SUDO_GID", "1000"}};
-  sys.dropError = EPERM;
-  auto port = OpenRawPort(0x378, sys);
-  ASSERT_FALSE(port.ok());
-  EXPECT_TRUE(Contains(port.message(), "Could not give up root")) << port.message();
-  ASSERT_EQ(sys.ioperms.size(), 2U);
-  EXPECT_FALSE(sys.ioperms[1].on);
 }
 
 #endif
 
 TEST(OpenRawPort, RefusesAddressesThePortLayerCannotReach) {
   FakePrivileges sys;
-  struct Case {
-    long base;
-    const char* expected;
-  };
-  for (const Case& c : {Case{0, "Port address 0x0 is out of range: ports go from 0x1 to 0x7FFF"},
-                        Case{0x8000, "Port address 0x8000 is out of range"},
-                        Case{0x7FFF, "Port address 0x7FFF is out of range: its status register at 0x8000 is beyond "
-                                     "0x7FFF"},
-                        Case{-5, "Port address -0x5 is out of range"}}) {
-    auto port = OpenRawPort(c.base, sys);
-    ASSERT_FALSE(port.ok());
-    EXPECT_TRUE(Contains(port.message(), c.expected)) << port.message();
+  for (const auto& [base, expected] :
+       {std::pair{0L, "Port address 0x0 is out of range: ports go from 0x1 to 0x7FFF"},
+        {-5L, "Port address -0x5 is out of range: ports go from 0x1 to 0x7FFF"},
+        {0x7FFFL, "Port address 0x7FFF is out of range: its status register at 0x8000 is beyond 0x7FFF"}}) {
+    const auto port = OpenRawPort(base, sys);
+    EXPECT_EQ(port.ok() ? "opened" : port.message(), expected);
   }
-  EXPECT_TRUE(sys.ioperms.empty());
+  EXPECT_EQ(sys.log, "");
 }
 
 }  // namespace

@@ -3,15 +3,15 @@
 
 #include <gtest/gtest.h>
 
-#include <optional>
-
 #include <memory>
+#include <optional>
 #include <regex>
 #include <vector>
 
 #include "hw/clock.h"
 #include "hw/port_link.h"
 #include "hw/recording_port.h"
+#include "image/image_test_util.h"
 #include "support/run_command.h"
 #include "support/temp_dir.h"
 
@@ -20,69 +20,45 @@ namespace {
 
 using test::TempDir;
 
-const char* const kHeader =
-    "$version Quorvi port trace $end\n"
-    "$timescale 1 ns $end\n"
-    "$scope module board $end\n"
-    "$var wire 1 a DataOut $end\n"
-    "$var wire 1 b Clock $end\n"
-    "$var wire 1 c Vdd $end\n"
-    "$var wire 1 d Vpp1 $end\n"
-    "$var wire 1 e Vpp2 $end\n"
-    "$var wire 1 f Vpp3 $end\n"
-    "$var wire 1 g VddStep $end\n"
-    "$var wire 1 h DataIn $end\n"
-    "$var wire 1 i SDA $end\n"
-    "$upscope $end\n"
-    "$enddefinitions $end\n";
-
 // A traced link on a virtual clock whose port accesses cost `accessNs`.
 struct TracedLink {
-  explicit TracedLink(const std::string& path, int64_t accessNs = 1000) : clock(accessNs) {
-    auto recording = std::make_unique<RecordingPort>();
-    port = recording.get();
-    auto traced = VcdTracePort::Open(std::move(recording), clock, path);
+  explicit TracedLink(int64_t accessNs = 1000, std::unique_ptr<PortDriver> inner = std::make_unique<RecordingPort>())
+      : clock(accessNs), port(dynamic_cast<RecordingPort*>(inner.get())) {
+    auto traced = VcdTracePort::Open(std::move(inner), clock, path);
     EXPECT_TRUE(traced.ok()) << traced.message();
     tracer = traced.value().get();
     link = std::make_unique<PortLink>(std::move(traced).value(), clock);
   }
+  // The file as it stands once the trace is closed.
+  std::string Closed() {
+    tracer->Close();
+    return dir.Read("t.vcd");
+  }
+  TempDir dir;
+  const std::string path = (dir.path() / "t.vcd").string();
   VirtualClock clock;
-  RecordingPort* port;
+  RecordingPort* port;  // null when the link runs on another port
   VcdTracePort* tracer;
   std::unique_ptr<PortLink> link;
 };
 
 TEST(VcdTrace, RecordsOnlyTheWiresThatChangeAtTheClocksTime) {
-  TempDir dir;
-  const std::string path = (dir.path() / "t.vcd").string();
-  {
-    TracedLink t(path);
-    t.link->SetVdd("off");  // three writes of the idle byte the link opened with
-    t.link->SetVdd("on");
-    t.port->SetIdleStatus(0x00);
-    t.link->ReadStatus();
-    t.link->PulseClock();
-    EXPECT_EQ(t.port->Writes(), (std::vector<uint8_t>{0x7C, 0x7C, 0x7C, 0x7C, 0x78, 0x7A, 0x78}));
-  }
-  EXPECT_EQ(dir.Read("t.vcd"), std::string(kHeader) +
-                                   "#0\n$dumpvars\n0a\n0b\n1c\n1d\n1e\n1f\n1g\n1h\n0i\n$end\n"
-                                   "#4000\n0c\n"
-                                   "#5000\n0h\n"
-                                   "#6000\n1b\n"
-                                   "#7000\n0b\n"
-                                   "#7001\n");
+  TracedLink t;
+  t.link->SetVdd("off");  // three writes of the idle byte the link opened with
+  t.link->SetVdd("on");
+  t.port->SetIdleStatus(0x00);
+  t.link->ReadStatus();
+  t.link->PulseClock();
+  EXPECT_EQ(t.port->Writes(), (std::vector<uint8_t>{0x7C, 0x7C, 0x7C, 0x7C, 0x78, 0x7A, 0x78}));
+  EXPECT_EQ(t.Closed(), test::Golden("trace_lines.vcd"));
 }
 
 TEST(VcdTrace, EdgesNeverShareATimestamp) {
-  TempDir dir;
-  const std::string path = (dir.path() / "t.vcd").string();
-  {
-    TracedLink t(path, /*accessNs=*/0);  // the clock never moves
-    t.link->SetDataLine(kTrue);
-    t.link->SetClockLine(kTrue);
-    t.link->SetDataLine(kFalse);
-  }
-  const std::string text = dir.Read("t.vcd");
+  TracedLink t(/*accessNs=*/0);  // the clock never moves
+  t.link->SetDataLine(kTrue);
+  t.link->SetClockLine(kTrue);
+  t.link->SetDataLine(kFalse);
+  const std::string text = t.Closed();
   EXPECT_NE(text.find("#0\n$dumpvars\n0a\n"), std::string::npos) << text;
   EXPECT_NE(text.find("#1\n1a\n1i\n#2\n1b\n#3\n0a\n0i\n"), std::string::npos) << text;
 }
@@ -99,36 +75,26 @@ class BusLevelPort final : public PortDriver {
 };
 
 TEST(VcdTrace, SdaFollowsThePortsBusLevelWithoutAStatusRead) {
-  TempDir dir;
-  const std::string path = (dir.path() / "t.vcd").string();
-  {
-    VirtualClock clock;
-    auto owned = std::make_unique<BusLevelPort>();
-    BusLevelPort* port = owned.get();
-    auto traced = VcdTracePort::Open(std::move(owned), clock, path);
-    ASSERT_TRUE(traced.ok()) << traced.message();
-    PortLink link(std::move(traced).value(), clock);
-    link.SetDataLine(kTrue);   // 1a, SDA 1
-    port->chipDrivesLow = true;
-    link.SetClockLine(kTrue);  // the chip pulls the line low: SDA 0, DataIn still 1
-    port->chipDrivesLow = false;
-    link.SetClockLine(kFalse);  // released: SDA 1
-  }
-  const std::string text = dir.Read("t.vcd");
+  auto owned = std::make_unique<BusLevelPort>();
+  BusLevelPort* port = owned.get();
+  TracedLink t(1000, std::move(owned));
+  t.link->SetDataLine(kTrue);  // 1a, SDA 1
+  port->chipDrivesLow = true;
+  t.link->SetClockLine(kTrue);  // the chip pulls the line low: SDA 0, DataIn still 1
+  port->chipDrivesLow = false;
+  t.link->SetClockLine(kFalse);  // released: SDA 1
+  const std::string text = t.Closed();
   EXPECT_NE(text.find("1h\n0i\n$end\n"), std::string::npos) << text;
   EXPECT_NE(text.find("#2000\n1b\n0i\n#3000\n0b\n1i\n"), std::string::npos) << text;
 }
 
 TEST(VcdTrace, AccessesStillReachThePortAfterClose) {
-  TempDir dir;
-  const std::string path = (dir.path() / "t.vcd").string();
-  TracedLink t(path);
+  TracedLink t;
   t.link->SetDataLine(kTrue);
-  t.tracer->Close();
-  const std::string closed = dir.Read("t.vcd");
+  const std::string closed = t.Closed();
   t.link->SetDataLine(kFalse);
   EXPECT_EQ(t.port->Writes(), (std::vector<uint8_t>{0x7C, 0x7D, 0x7C}));
-  EXPECT_EQ(dir.Read("t.vcd"), closed);
+  EXPECT_EQ(t.dir.Read("t.vcd"), closed);
 }
 
 TEST(VcdTrace, AnUnwritableFileIsAMessage) {
@@ -143,19 +109,16 @@ TEST(VcdTrace, AnUnwritableFileIsAMessage) {
 // shutting its decoders down after printing everything: exit status 134.)
 TEST(VcdTrace, SigrokReadsTheTraceWithEveryFallingEdge) {
   ASSERT_TRUE(test::HaveProgram("sigrok-cli")) << "sigrok-cli is missing: run scripts/install-deps";
-  TempDir dir;
-  const std::string path = (dir.path() / "command.vcd").string();
   const std::vector<int> bits{0, 0, 0, 1, 0, 0, 1, 1};
-  int64_t endNs = 0;
-  {
-    TracedLink t(path);
-    for (const int bit : bits) {
-      t.link->SetDataLine(static_cast<Flag>(bit));
-      t.link->PulseClock();
-    }
-    t.link->PulseClock();  // the decoder reports an item when the next edge comes
-    endNs = t.clock.Nanoseconds();
+  TracedLink t;
+  for (const int bit : bits) {
+    t.link->SetDataLine(static_cast<Flag>(bit));
+    t.link->PulseClock();
   }
+  t.link->PulseClock();  // the decoder reports an item when the next edge comes
+  const int64_t endNs = t.clock.Nanoseconds();
+  t.Closed();
+  const std::string& path = t.path;
 
   const test::CommandOutput show = test::RunCommand("sigrok-cli -i '" + path + "' -I vcd --show 2>&1");
   ASSERT_EQ(show.exitCode, 0) << show.out;

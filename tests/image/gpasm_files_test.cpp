@@ -22,6 +22,8 @@ TEST(GpasmFile, EachExampleLoadsWithItsWordsIdsConfigurationAndEeprom) {
     std::array<int32_t, 4> ids;
     int32_t configWord;
     std::vector<int16_t> eeprom;  // from data address 0
+    std::vector<const char*> formats = {".inhx8m.hex", ".inhx32.hex"};
+    std::array<uint8_t, 14> config18 = {};  // looked at on 18F devices only
   };
   const Example examples[] = {
       {"blink_12c508a", test::Pic12C508A(),
@@ -35,9 +37,18 @@ TEST(GpasmFile, EachExampleLoadsWithItsWordsIdsConfigurationAndEeprom) {
        {{0, 0x2805}, {1, 0x3FFF}, {4, 0x0009}, {5, 0x3007}, {6, 0x009F}, {7, 0x1683}, {8, 0x0186}, {0x0E, 0x280E},
         {0x0F, 0x3FFF}},
        {0, 0xA, 5, 0xF}, 0x3F50, {0xA5, 0x5A, 0x00, 0xFF, 0x80, 0xFF}},
+      // gpasm starts the bytes at 0x300001 with a 3-byte record: the old reader
+      // rounds that to word 0 with 2 words, takes the checksum as the fourth
+      // byte and the line end plus ':' as the checksum, so the record after it
+      // (0x300005) is skipped. The IDs (upper 0020) and EEPROM (upper 00F0) are
+      // dropped; words from 8000h read negative.
+      {"blink_18f452", test::Pic18F452(),
+       {{0, 0x6A93}, {1, 0x708A}, {2, static_cast<int16_t>(0xD7FE)}, {3, 0x3FFF}},
+       {0x3FFF, 0x3FFF, 0x3FFF, 0x3FFF}, 0x3FFF, std::vector<int16_t>(256, 0xFF), {".inhx32.hex"},
+       {0x0C, 0x22, 0xC0, 0x0E, 0xFF, 0xFF, 0xFF, 0xFF, 0xC0, 0x0F, 0xE0, 0x0F, 0xFF, 0xFF}},
   };
   for (const Example& e : examples) {
-    for (const char* format : {".inhx8m.hex", ".inhx32.hex"}) {
+    for (const char* format : e.formats) {
       SCOPED_TRACE(e.name + format);
       MemoryImage image = test::SelectedImage(e.device);
       const LoadReport report = LoadImageFile(test::ExamplePath(e.name + format), false, e.device, image);
@@ -47,30 +58,11 @@ TEST(GpasmFile, EachExampleLoadsWithItsWordsIdsConfigurationAndEeprom) {
       for (size_t i = 0; i < 4; ++i) EXPECT_EQ(image.idWords[i], e.ids[i]) << i;
       EXPECT_EQ(image.configWord, e.configWord);
       for (size_t i = 0; i < e.eeprom.size(); ++i) EXPECT_EQ(image.dataBuffer[i], e.eeprom[i]) << i;
+      if (e.device.family == 7) {
+        EXPECT_EQ(image.config18Bytes, e.config18);
+      }
     }
   }
-}
-
-TEST(GpasmFile, EighteenFProgramLoadsAndItsOddConfigurationRecordIsReadTheOldWay) {
-  const DeviceDescriptor device = test::Pic18F452();
-  MemoryImage image = test::SelectedImage(device);
-  const LoadReport report = LoadImageFile(test::ExamplePath("blink_18f452.inhx32.hex"), false, device, image);
-  ASSERT_TRUE(report.loaded);
-  EXPECT_TRUE(report.messages.empty());
-  EXPECT_EQ(image.programBuffer[0], 0x6A93);
-  EXPECT_EQ(image.programBuffer[1], 0x708A);
-  EXPECT_EQ(image.programBuffer[2], static_cast<int16_t>(0xD7FE));  // four digits from 8000 read negative
-  EXPECT_EQ(image.programBuffer[3], 0x3FFF);
-  // gpasm starts the bytes at 0x300001 with a 3-byte record: the old reader
-  // rounds that to word 0 with 2 words, takes the checksum as the fourth
-  // byte and the line end plus ':' as the checksum, so the record after it
-  // (0x300005) is skipped. The IDs (upper 0020) and EEPROM (upper 00F0) are
-  // dropped.
-  const std::array<uint8_t, 14> expected{0x0C, 0x22, 0xC0, 0x0E, 0xFF, 0xFF, 0xFF,
-                                         0xFF, 0xC0, 0x0F, 0xE0, 0x0F, 0xFF, 0xFF};
-  EXPECT_EQ(image.config18Bytes, expected);
-  EXPECT_EQ(image.configWord, 0x3FFF);
-  for (const int16_t byte : image.dataBuffer) EXPECT_EQ(byte, 0xFF);
 }
 
 TEST(GpasmFile, ExamplesAreWhatGpasmMakesOfTheirSources) {

@@ -127,52 +127,6 @@ TEST(SavePaths, SuffixLastDirectoryAndFileName) {
   EXPECT_EQ(FileNameOf("board.hex"), "board.hex");
 }
 
-// --- Save, then load: each family gets its image back ---------------------
-
-TEST(SaveThenLoad, EachFamilyGetsItsImageBack) {
-  struct Case {
-    DeviceDescriptor device;
-    int32_t mask;        // words from 8000h would load negative
-    int32_t configWord;  // 0: none saved
-    bool idsBack;        // 12-bit parts take their IDs from program memory, which is not saved
-  };
-  for (const Case& c : {Case{test::Pic16F84(), 0x3FFF, 0x3FF1, true}, Case{test::Pic16C622(), 0x3FFF, 0x3F15, true},
-                        Case{test::Pic12C508A(), 0xFFF, 0xFEA, false}, Case{test::Pic18F452(), 0x7FFF, 0, false},
-                        Case{test::Eeprom24C16(), 0xFF, 0, false}}) {
-    SCOPED_TRACE(c.device.name);
-    MemoryImage image = test::SelectedImage(c.device);
-    for (int32_t a = 0; a <= c.device.programSize; ++a) {
-      image.programBuffer[static_cast<size_t>(a)] = (a * 37 + 11) & c.mask;
-    }
-    for (size_t i = 0; i < 256; ++i) image.dataBuffer[i] = static_cast<int16_t>((i * 7) & 0xFF);
-    image.idWords = {0xA, 0xB, 0xC, 0xD, 0};
-    if (c.configWord != 0) image.configWord = c.configWord;
-    test::TempDir dir;
-    DeviceDescriptor saving = c.device;
-    const SaveIdAnswer answer = c.configWord != 0 ? SaveIdAnswer::kYes : SaveIdAnswer::kNo;
-    ASSERT_TRUE(SaveHexCommand((dir.path() / "p.hex").string(), saving, image, answer).ok());
-    EXPECT_EQ(saving.programSize, c.device.name == "16F84" ? 0x2200 : c.device.programSize);
-
-    MemoryImage back = test::SelectedImage(c.device);
-    const LoadReport report = LoadImageFile((dir.path() / "p.hex").string(), false, c.device, back);
-    ASSERT_TRUE(report.loaded);
-    // The writer never writes 18F configuration bytes, so their reload asks for fuses.
-    EXPECT_EQ(report.messages.size(), c.device.name == "18F452" ? 1U : 0U);
-    for (int32_t a = 0; a <= c.device.programSize; ++a) {
-      ASSERT_EQ(back.programBuffer[static_cast<size_t>(a)], image.programBuffer[static_cast<size_t>(a)]) << a;
-    }
-    if (c.configWord != 0) {
-      EXPECT_EQ(back.configWord, c.configWord);
-    }
-    if (c.idsBack) {
-      EXPECT_EQ(back.idWords, image.idWords);
-    }
-    if (c.device.name == "16F84") {
-      EXPECT_EQ(back.dataBuffer, image.dataBuffer);
-    }
-  }
-}
-
 // --- Outside tools read what we write ---------------------------------------
 
 TEST(SaveImageFile, SrecordReadsTheSameContentAsGpasmWrote) {

@@ -88,34 +88,13 @@ TEST(WordEditor, OpensOnTheClickedWord) {
   EXPECT_EQ(EditorValueText(program, image), "42");
 }
 
-TEST(WordEditor, StoresHexAndDecimalEntries) {
-  struct Case {
-    EditTarget target;
-    bool hex;
-    const char* typed;
-    std::optional<int32_t> stored;  // nothing: refused, the cell keeps its value
-  };
-  // Four hex digits read as a signed 16-bit number; decimals round halves to even.
-  for (const Case c : {Case{EditTarget::kProgram, true, "3ff", 0x3FF}, {EditTarget::kProgram, true, "FFFF", -1},
-                       {EditTarget::kProgram, true, "12345", 0x12345}, {EditTarget::kProgram, false, "1000", 1000},
-                       {EditTarget::kProgram, false, "2.5", 2}, {EditTarget::kProgram, false, "12abc", 12},
-                       {EditTarget::kProgram, false, "3000000000", std::nullopt},
-                       {EditTarget::kData, false, "200", 200}, {EditTarget::kData, false, "40000", std::nullopt},
-                       {EditTarget::kData, true, "12345", std::nullopt}}) {
-    MemoryImage image;
-    image.programBuffer[1] = 77;
-    image.dataBuffer[1] = 77;
-    WordEditor editor = OpenWordEditor(c.target, c.target == EditTarget::kProgram ? "0000: " : "00: ", 1).value();
-    editor.hexMode = c.hex;
-    EXPECT_EQ(EditorStore(editor, image, c.typed).ok(), c.stored.has_value()) << c.typed;
-    const int32_t cell = c.target == EditTarget::kProgram ? image.programBuffer[1] : image.dataBuffer[1];
-    EXPECT_EQ(cell, c.stored.value_or(77)) << c.typed;
-  }
-}
-
+// A key stores the typed text first (in hex mode four hex digits read as a
+// signed 16-bit number; decimals round halves to even); a refused text
+// keeps the cell. "+" and "-" then step within the device and the buffer.
 TEST(WordEditor, KeysStoreThenStepWithinTheLimits) {
   struct Press {
     EditTarget target;
+    bool hex;
     int32_t from;
     char key;
     const char* typed;
@@ -126,14 +105,35 @@ TEST(WordEditor, KeysStoreThenStepWithinTheLimits) {
   using enum EditorKeyEffect;
   constexpr auto kP = EditTarget::kProgram;
   constexpr auto kD = EditTarget::kData;
-  for (const Press p : {Press{kP, 0, '-', "11", kStepped, 0, 0x11}, {kP, 0, '+', "22", kStepped, 1, 0x22},
-                        {kP, 0x3FF, '+', "33", kStepped, 0x3FF, 0x33}, {kP, 0x3FF, '-', "44", kStepped, 0x3FE, 0x44},
-                        {kP, 0x3FE, 13, "55", kStoredNextControl, 0x3FE, 0x55},
-                        {kP, 0x3FE, 'x', "66", kIgnored, 0x3FE, 0},
-                        {kD, 255, '+', "1", kStepped, 256, 1}, {kD, 256, '+', "2", kStepped, 256, 2},
-                        {kD, 3, '+', "FFFFF", std::nullopt, 3, 0}}) {
+  constexpr char kEnter = 13;
+  for (const Press p : {
+           Press{kP, true, 1, kEnter, "3ff", kStoredNextControl, 1, 0x3FF},
+           {kP, true, 1, kEnter, "FFFF", kStoredNextControl, 1, -1},
+           {kP, true, 1, kEnter, "12345", kStoredNextControl, 1, 0x12345},
+           {kP, false, 1, kEnter, "1000", kStoredNextControl, 1, 1000},
+           {kP, false, 1, kEnter, "2.5", kStoredNextControl, 1, 2},
+           {kP, false, 1, kEnter, "12abc", kStoredNextControl, 1, 12},
+           {kP, false, 1, kEnter, "3000000000", std::nullopt, 1, 77},
+           {kD, false, 1, kEnter, "200", kStoredNextControl, 1, 200},
+           {kD, false, 1, kEnter, "40000", std::nullopt, 1, 77},
+           {kD, true, 1, kEnter, "12345", std::nullopt, 1, 77},
+           {kP, true, 0, '-', "11", kStepped, 0, 0x11},
+           {kP, true, 0, '+', "22", kStepped, 1, 0x22},
+           {kP, true, 0x3FF, '+', "33", kStepped, 0x3FF, 0x33},
+           {kP, true, 0x3FF, '-', "44", kStepped, 0x3FE, 0x44},
+           {kP, true, 0x3FE, 'x', "66", kIgnored, 0x3FE, 77},
+           {kD, true, 255, '+', "1", kStepped, 256, 1},
+           {kD, true, 256, '+', "2", kStepped, 256, 2},
+           {kD, true, 3, '+', "FFFFF", std::nullopt, 3, 77},
+       }) {
     MemoryImage image;
+    if (p.target == kP) {
+      image.programBuffer[static_cast<size_t>(p.from)] = 77;
+    } else {
+      image.dataBuffer[static_cast<size_t>(p.from)] = 77;
+    }
     WordEditor editor = OpenWordEditor(p.target, p.target == kP ? "0000: " : "00: ", p.from).value();
+    editor.hexMode = p.hex;
     const auto effect = EditorKeyPress(editor, image, test::Pic16F84(), p.key, p.typed);
     EXPECT_EQ(effect.ok() ? std::optional(effect.value()) : std::nullopt, p.effect) << p.key << p.typed;
     EXPECT_EQ(editor.address, p.to) << p.key << p.typed;

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <utility>
 
 #include "image/image_test_util.h"
@@ -179,45 +180,36 @@ TEST(CompanionFile, ReadingToleratesBrokenContent) {
   EXPECT_EQ(state, old);
 }
 
-TEST(SerialMenu, TogglesOnlyWithAnImageFile) {
-  SerialState state;
-  EXPECT_EQ(ToggleSerialMenu(state, false), SerialMenuEffect::kNeedImageFile);
-  EXPECT_FALSE(state.switchedOn);
-  EXPECT_EQ(NeedImageFileMessage().text, image_text::kNeedHexFile);
-  EXPECT_EQ(NeedImageFileMessage().title, image_text::kErrorTitle);
-  EXPECT_EQ(ToggleSerialMenu(state, true), SerialMenuEffect::kSwitchedOnShowDialog);
-  EXPECT_TRUE(state.switchedOn);
-  EXPECT_EQ(ToggleSerialMenu(state, true), SerialMenuEffect::kSwitchedOff);
-  EXPECT_FALSE(state.switchedOn);
-}
-
-TEST(SerialDialog, InputRules) {
-  SerialState state = Counting(1, 2, 3, 4);
-  ASSERT_TRUE(SetSerialNumberFromInput(state, "1193046").ok());
-  EXPECT_EQ(state.serialNumber, 1193046);
-  EXPECT_FALSE(SetSerialNumberFromInput(state, "twelve").ok());
-  EXPECT_FALSE(SetSerialNumberFromInput(state, "").ok());
-  EXPECT_EQ(state.serialNumber, 1193046);
-
-  auto accepted = SetSizeFromInput(state, "9");
-  ASSERT_TRUE(accepted.ok());
-  EXPECT_FALSE(accepted.value());
-  EXPECT_EQ(state.size, 3);
-  accepted = SetSizeFromInput(state, "8");
-  ASSERT_TRUE(accepted.ok());
-  EXPECT_TRUE(accepted.value());
-  EXPECT_EQ(state.size, 8);
-  EXPECT_FALSE(SetSizeFromInput(state, "x").ok());
-  EXPECT_EQ(state.size, 8);
-
-  ASSERT_TRUE(SetStartAddressFromInput(state, "1021").ok());
-  EXPECT_EQ(state.startAddress, 1021);
-  EXPECT_FALSE(SetStartAddressFromInput(state, "40000").ok());
-  EXPECT_EQ(state.startAddress, 1021);
-  ASSERT_TRUE(SetIncrementFromInput(state, "2.5").ok());
-  EXPECT_EQ(state.increment, 2);
-  EXPECT_FALSE(SetIncrementFromInput(state, "1 2").ok());
-
+// A refused text leaves the field as it was; a size of 9 or more is refused
+// quietly, without a message.
+TEST(SerialDialog, EachFieldTakesOnlyTheNumbersItCanHold) {
+  using Set = std::function<std::string(SerialState&, const std::string&)>;
+  auto outcome = [](Status (*set)(SerialState&, const std::string&)) -> Set {
+    return [set](SerialState& state, const std::string& text) { return set(state, text).ok() ? "taken" : "refused"; };
+  };
+  const Set number = outcome(SetSerialNumberFromInput), start = outcome(SetStartAddressFromInput),
+            increment = outcome(SetIncrementFromInput);
+  const Set size = [](SerialState& state, const std::string& text) -> std::string {
+    const Result<bool> taken = SetSizeFromInput(state, text);
+    return !taken.ok() ? "refused" : taken.value() ? "taken" : "quiet";
+  };
+  struct Case {
+    Set set;
+    const char* text;
+    const char* outcome;
+    SerialState after;
+  };
+  const SerialState before = Counting(1, 2, 3, 4);
+  for (const Case& c :
+       {Case{number, "1193046", "taken", Counting(1193046, 2, 3, 4)}, {number, "twelve", "refused", before},
+        {number, "", "refused", before}, {size, "8", "taken", Counting(1, 2, 8, 4)}, {size, "9", "quiet", before},
+        {size, "x", "refused", before}, {start, "1021", "taken", Counting(1, 1021, 3, 4)},
+        {start, "40000", "refused", before}, {increment, "2.5", "taken", Counting(1, 2, 3, 2)},
+        {increment, "1 2", "refused", before}}) {
+    SerialState state = before;
+    EXPECT_EQ(c.set(state, c.text), c.outcome) << c.text;
+    EXPECT_EQ(state, c.after) << c.text;
+  }
   EXPECT_STREQ(image_text::kPromptSize, "Enter the size of the serial number (max 8 bytes)");
 }
 

@@ -5,7 +5,8 @@
 
 #include <array>
 #include <cstdint>
-#include <memory>
+#include <functional>
+#include <ostream>
 #include <vector>
 
 #include "support/line_trace.h"
@@ -27,6 +28,7 @@ struct Transfer18 {
   uint32_t payload;
   bool operator==(const Transfer18&) const = default;
 };
+void PrintTo(const Transfer18& t, std::ostream* os) { *os << t.command << "/" << std::hex << t.payload; }
 
 // Splits latched bits into 4-bit commands with 16-bit payloads, LSB first.
 std::vector<Transfer18> DecodeTransfers(const Bits& bits) {
@@ -47,44 +49,36 @@ struct Fixture {
   std::vector<Transfer18> Transfers() { return DecodeTransfers(FallingEdgeBits(rl.TakeWrites())); }
 };
 
-TEST(Pic18, Send4IsLsbFirstOnFourClocks) {
-  Fixture f;
-  f.p18.Send4(9);
-  EXPECT_EQ(FallingEdgeBits(f.rl.TakeWrites()), (Bits{1, 0, 0, 1}));
-  f.p18.Send4(12);
-  EXPECT_EQ(FallingEdgeBits(f.rl.TakeWrites()), (Bits{0, 0, 1, 1}));
+// Four- and eight-bit sends go LSB first; the eight-bit one releases the
+// line (high) for the read after it, a payload leaves it low.
+TEST(Pic18, SendsGoLsbFirstOnTheFallingEdges) {
+  struct Case {
+    std::function<void(Pic18Protocol&)> send;
+    Bits bits;
+    int dataLeft;  // -1: not looked at
+  };
+  for (const Case& c : {Case{[](Pic18Protocol& p) { p.Send4(9); }, {1, 0, 0, 1}, -1},
+                        {[](Pic18Protocol& p) { p.Send4(12); }, {0, 0, 1, 1}, -1},
+                        {[](Pic18Protocol& p) { p.Send8ThenRelease(0x01); }, {1, 0, 0, 0, 0, 0, 0, 0}, 1},
+                        {[](Pic18Protocol& p) { p.SendWord16(0xFFFF); }, Bits(16, 1), 0}}) {
+    Fixture f;
+    c.send(f.p18);
+    const std::vector<uint8_t> writes = f.rl.TakeWrites();
+    EXPECT_EQ(FallingEdgeBits(writes), c.bits);
+    if (c.dataLeft >= 0) {
+      EXPECT_EQ(writes.back() & line::kDataOut, c.dataLeft);
+    }
+  }
 }
 
-TEST(Pic18, Send8ThenReleaseLeavesDataHigh) {
+// The first bit read is bit 0, sampled once the clock has fallen.
+TEST(Pic18, Read8SamplesAfterTheFallingEdgeLsbFirst) {
   Fixture f;
-  f.p18.Send8ThenRelease(0x81);
-  const std::vector<uint8_t> writes = f.rl.TakeWrites();
-  EXPECT_EQ(FallingEdgeBits(writes), (Bits{1, 0, 0, 0, 0, 0, 0, 1}));
-  EXPECT_EQ(writes.back() & line::kDataOut, line::kDataOut);
-}
-
-TEST(Pic18, SendWord16EndsWithDataLow) {
-  Fixture f;
-  f.p18.SendWord16(0xFFFF);
-  const std::vector<uint8_t> writes = f.rl.TakeWrites();
-  EXPECT_EQ(FallingEdgeBits(writes), Bits(16, 1));
-  EXPECT_EQ(writes.back() & line::kDataOut, 0);
-}
-
-TEST(Pic18, Read8WithDataInHighOnTheFirstClockOnlyReturnsOne) {
-  Fixture f;
-  f.rl.port->ScriptReads({0x40, 0, 0, 0, 0, 0, 0, 0});
+  f.rl.port->ScriptReads({0x40, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x40});
   EXPECT_EQ(f.p18.Read8(), 1);
-  f.rl.port->ScriptReads({0, 0, 0, 0, 0, 0, 0, 0x40});
   EXPECT_EQ(f.p18.Read8(), 128);
-}
-
-TEST(Pic18, Read8SamplesAfterTheFallingEdge) {
-  Fixture f;
-  f.rl.port->SetIdleStatus(0x00);
-  f.p18.Read8();
   const auto& accesses = f.rl.port->accesses();
-  ASSERT_EQ(accesses.size(), 24U);
+  ASSERT_EQ(accesses.size(), 48U);
   for (size_t i = 0; i < accesses.size(); i += 3) {
     EXPECT_EQ(accesses[i].kind, RecordingPort::Access::Kind::kWrite);
     EXPECT_NE(accesses[i].value & line::kClock, 0);
@@ -93,89 +87,57 @@ TEST(Pic18, Read8SamplesAfterTheFallingEdge) {
   }
 }
 
-TEST(Pic18, SetTablePointerPayloads) {
-  Fixture f;
-  f.p18.SetTablePointer(0x3C, 0, 6);
-  EXPECT_EQ(f.Transfers(), (std::vector<Transfer18>{{0, 0x0E3C}, {0, 0x6EF8}, {0, 0x0E00}, {0, 0x6EF7},
-                                                    {0, 0x0E06}, {0, 0x6EF6}}));
-  f.p18.SetTablePointerTo(0x012345);
-  EXPECT_EQ(f.Transfers(), (std::vector<Transfer18>{{0, 0x0E01}, {0, 0x6EF8}, {0, 0x0E23}, {0, 0x6EF7},
-                                                    {0, 0x0E45}, {0, 0x6EF6}}));
-}
-
-TEST(Pic18, WritePreparationWritesZeroAt3C0006) {
-  Fixture f;
-  f.p18.PrepareWrite();
-  EXPECT_EQ(f.Transfers(), (std::vector<Transfer18>{{0, 0x0E3C}, {0, 0x6EF8}, {0, 0x0E00}, {0, 0x6EF7},
-                                                    {0, 0x0E06}, {0, 0x6EF6}, {12, 0x0000}}));
-  f.p18.BeginBlock(0x000140);
-  EXPECT_EQ(f.Transfers(), (std::vector<Transfer18>{{0, 0x8EA6}, {0, 0x9CA6}, {0, 0x0E00}, {0, 0x6EF8},
-                                                    {0, 0x0E01}, {0, 0x6EF7}, {0, 0x0E40}, {0, 0x6EF6}}));
-}
-
-TEST(Pic18, PanelBufferLoadsFourPairsAndStartsProgrammingOnTheLast) {
-  Fixture f;
+// The command and payload of each transfer, as DS39576 lists them, and the
+// least the sequence must take (P9 programming hold, P11 bulk erase).
+TEST(Pic18, SequencesSendTheseTransfers) {
+  using Transfers = std::vector<Transfer18>;
   const std::array<uint8_t, 8> bytes{0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0x88};
-  f.p18.LoadPanelBuffer(0x2008, bytes, true);
-  const std::vector<Transfer18> t = f.Transfers();
-  ASSERT_EQ(t.size(), 11U);
-  EXPECT_EQ(t[6], (Transfer18{13, 0x2211}));
-  EXPECT_EQ(t[7], (Transfer18{13, 0x4433}));
-  EXPECT_EQ(t[8], (Transfer18{13, 0x6655}));
-  EXPECT_EQ(t[9], (Transfer18{15, 0x8877}));
-  EXPECT_EQ(t[10], (Transfer18{0, 0x0000}));
-  f.p18.LoadPanelBuffer(0x0000, bytes, false);
-  EXPECT_EQ(f.Transfers().back(), (Transfer18{12, 0x8877}));
-}
-
-TEST(Pic18, ProgrammingHoldKeepsTheFourthClockHighForP9) {
-  VirtualClock clock;
-  auto owned = std::make_unique<test::TimedPort>(clock);
-  test::TimedPort& port = *owned;
-  PortLink link(std::move(owned), clock);
-  SerialProtocol serial{link, Target452()};
-  Pic18Protocol p18{serial};
-  std::vector<int64_t> risesNs;
-  std::vector<int64_t> fallsNs;
-  bool clockHigh = false;
-  p18.StartProgrammingHold();
-  for (const auto& w : port.writes()) {
-    const bool c = (w.value & line::kClock) != 0;
-    if (c && !clockHigh) risesNs.push_back(w.ns);
-    if (!c && clockHigh) fallsNs.push_back(w.ns);
-    clockHigh = c;
+  const Transfers at3C0006{{0, 0x0E3C}, {0, 0x6EF8}, {0, 0x0E00}, {0, 0x6EF7}, {0, 0x0E06}, {0, 0x6EF6}};
+  auto with = [](Transfers head, const Transfers& tail) {
+    head.insert(head.end(), tail.begin(), tail.end());
+    return head;
+  };
+  struct Case {
+    const char* what;
+    std::function<void(Pic18Protocol&)> run;
+    Transfers transfers;
+    int64_t atLeastNs = 0;
+  };
+  const std::vector<Case> cases = {
+      {"pointer by address", [](Pic18Protocol& p) { p.SetTablePointerTo(0x012345); },
+       {{0, 0x0E01}, {0, 0x6EF8}, {0, 0x0E23}, {0, 0x6EF7}, {0, 0x0E45}, {0, 0x6EF6}}},
+      {"write preparation: single-panel writes", [](Pic18Protocol& p) { p.PrepareWrite(); }, with(at3C0006, {{12, 0}})},
+      {"multi-panel writes", [](Pic18Protocol& p) { p.SetPanelMode(true); },
+       with(with({{0, 0x8EA6}, {0, 0x8CA6}}, at3C0006), {{12, 0x0040}})},
+      {"block opening", [](Pic18Protocol& p) { p.BeginBlock(0x000140); },
+       {{0, 0x8EA6}, {0, 0x9CA6}, {0, 0x0E00}, {0, 0x6EF8}, {0, 0x0E01}, {0, 0x6EF7}, {0, 0x0E40}, {0, 0x6EF6}}},
+      {"panel buffer, programming on the last pair", [&](Pic18Protocol& p) { p.LoadPanelBuffer(0x2008, bytes, true); },
+       {{0, 0x0E00}, {0, 0x6EF8}, {0, 0x0E20}, {0, 0x6EF7}, {0, 0x0E08}, {0, 0x6EF6}, {13, 0x2211}, {13, 0x4433},
+        {13, 0x6655}, {15, 0x8877}, {0, 0}},
+       1'000'000},
+      {"panel buffer without programming", [&](Pic18Protocol& p) { p.LoadPanelBuffer(0, bytes, false); },
+       {{0, 0x0E00}, {0, 0x6EF8}, {0, 0x0E00}, {0, 0x6EF7}, {0, 0x0E00}, {0, 0x6EF6}, {13, 0x2211}, {13, 0x4433},
+        {13, 0x6655}, {12, 0x8877}}},
+      // GOTO 100000h first: out of every code-protect block.
+      {"configuration byte at an odd address takes the high byte", [](Pic18Protocol& p) { p.WriteConfigByte(3, 0xA5); },
+       {{0, 0x8EA6}, {0, 0x8CA6}, {0, 0xEF00}, {0, 0xF800}, {0, 0x0E30}, {0, 0x6EF8}, {0, 0x0E00}, {0, 0x6EF7},
+        {0, 0x0E03}, {0, 0x6EF6}, {15, 0xA500}, {0, 0}},
+       1'000'000},
+      {"configuration byte at an even address takes the low byte",
+       [](Pic18Protocol& p) { p.WriteConfigByte(2, 0x5A); },
+       {{0, 0x8EA6}, {0, 0x8CA6}, {0, 0xEF00}, {0, 0xF800}, {0, 0x0E30}, {0, 0x6EF8}, {0, 0x0E00}, {0, 0x6EF7},
+        {0, 0x0E02}, {0, 0x6EF6}, {15, 0x005A}, {0, 0}},
+       1'000'000},
+      {"bulk erase: 0080h at 3C0004h, two NOPs", [](Pic18Protocol& p) { p.BulkErase(); },
+       {{0, 0x0E3C}, {0, 0x6EF8}, {0, 0x0E00}, {0, 0x6EF7}, {0, 0x0E04}, {0, 0x6EF6}, {12, 0x0080}, {0, 0}, {0, 0}},
+       5'000'000},
+  };
+  for (const Case& c : cases) {
+    Fixture f;
+    c.run(f.p18);
+    EXPECT_EQ(f.Transfers(), c.transfers) << c.what;
+    EXPECT_GE(f.rl.clock.Nanoseconds(), c.atLeastNs) << c.what;
   }
-  ASSERT_EQ(risesNs.size(), 20U);
-  ASSERT_EQ(fallsNs.size(), 20U);
-  EXPECT_GE(fallsNs[3] - risesNs[3], 1'000'000);  // DS39576 P9: 1 ms
-  EXPECT_LT(fallsNs[2] - risesNs[2], 10'000);
-  EXPECT_GE(risesNs[4] - fallsNs[3], 5'000);       // P10: 5 us
-}
-
-TEST(Pic18, ConfigByteGoesInTheHalfOfItsAddress) {
-  Fixture f;
-  f.p18.WriteConfigByte(3, 0xA5);
-  std::vector<Transfer18> t = f.Transfers();
-  ASSERT_EQ(t.size(), 12U);
-  EXPECT_EQ(t[0], (Transfer18{0, 0x8EA6}));
-  EXPECT_EQ(t[1], (Transfer18{0, 0x8CA6}));
-  EXPECT_EQ(t[2], (Transfer18{0, 0xEF00}));  // GOTO 100000h
-  EXPECT_EQ(t[3], (Transfer18{0, 0xF800}));
-  EXPECT_EQ(t[4], (Transfer18{0, 0x0E30}));
-  EXPECT_EQ(t[8], (Transfer18{0, 0x0E03}));
-  EXPECT_EQ(t[10], (Transfer18{15, 0xA500}));
-  f.p18.WriteConfigByte(2, 0x5A);
-  t = f.Transfers();
-  EXPECT_EQ(t[10], (Transfer18{15, 0x005A}));
-}
-
-TEST(Pic18, BulkEraseWrites0080At3C0004ThenTwoNops) {
-  Fixture f;
-  const int64_t t0 = f.rl.clock.Nanoseconds();
-  f.p18.BulkErase();
-  EXPECT_EQ(f.Transfers(), (std::vector<Transfer18>{{0, 0x0E3C}, {0, 0x6EF8}, {0, 0x0E00}, {0, 0x6EF7},
-                                                    {0, 0x0E04}, {0, 0x6EF6}, {12, 0x0080}, {0, 0}, {0, 0}}));
-  EXPECT_GE(f.rl.clock.Nanoseconds() - t0, 5'000'000);  // DS39576 P11
 }
 
 TEST(Pic18, ProgramReadTakesTwoTableReadsPerWordLowByteFirst) {

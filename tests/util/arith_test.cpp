@@ -40,15 +40,12 @@ TEST(Arith, HexValReadsLikeTheOldAmpersandHConversion) {
 }
 
 TEST(Arith, HexTextShowsTheValueAsItsWidthHoldsIt) {
-  EXPECT_EQ(HexText(0), "0");
-  EXPECT_EQ(HexText(0x3FFF), "3FFF");
-  EXPECT_EQ(HexText(-1), "FFFFFFFF");
-  EXPECT_EQ(HexText(0x12345), "12345");
-  EXPECT_EQ(HexText16(-1), "FFFF");
-  EXPECT_EQ(HexText16(0xAB), "AB");
-  EXPECT_EQ(PadLeft("AB", 4), "00AB");
-  EXPECT_EQ(PadLeft("12345", 4), "12345");
-  EXPECT_EQ(PadLeft("7", 3, ' '), "  7");
+  for (const auto& [text, expected] : {std::pair{HexText(0), "0"}, {HexText(0x3FFF), "3FFF"}, {HexText(-1), "FFFFFFFF"},
+                                       {HexText(0x12345), "12345"}, {HexText16(-1), "FFFF"}, {HexText16(0xAB), "AB"},
+                                       {PadLeft("AB", 4), "00AB"}, {PadLeft("12345", 4), "12345"},
+                                       {PadLeft("7", 3, ' '), "  7"}}) {
+    EXPECT_EQ(text, expected);
+  }
 }
 
 TEST(Arith, NarrowingRoundsHalvesToEvenAndRefusesOverflow) {
@@ -57,13 +54,14 @@ TEST(Arith, NarrowingRoundsHalvesToEvenAndRefusesOverflow) {
                        {1e300, std::nullopt}}) {
     EXPECT_EQ(ToInt32(c.in), c.out) << c.in;
   }
-  EXPECT_EQ(ToInt16(32767.0), 32767);
-  EXPECT_EQ(ToInt16(32767.5), std::nullopt);
-  EXPECT_EQ(ToInt16(-32768.4), -32768);
-  EXPECT_EQ(ToByte(255.0), 255);
-  EXPECT_EQ(ToByte(2.5), 2);
-  EXPECT_EQ(ToByte(256.0), std::nullopt);
-  EXPECT_EQ(ToByte(-1.0), std::nullopt);
+  for (const auto c : {Case<double, std::optional<int16_t>>{32767.0, 32767}, {32767.5, std::nullopt},
+                       {-32768.4, -32768}}) {
+    EXPECT_EQ(ToInt16(c.in), c.out) << c.in;
+  }
+  for (const auto c : {Case<double, std::optional<uint8_t>>{255.0, 255}, {2.5, 2}, {256.0, std::nullopt},
+                       {-1.0, std::nullopt}}) {
+    EXPECT_EQ(ToByte(c.in), c.out) << c.in;
+  }
 }
 
 TEST(Arith, VbValReadsNumbersAsTheOldValDid) {
