@@ -47,8 +47,11 @@ void CloseAdjust(PortLink& link, bool shiftHeld) {
     DelayMs(clock, 250.0F);
     link.SetVdd("off");
   }
+  // Every Vpp goes before Vdd, Vpp3 too: no chip's programming document
+  // allows MCLR at Vpp once its supply is gone.
   link.SetVpp1(kFalse);
   link.SetVpp2(kFalse);
+  link.SetVpp3(kFalse);
   link.SetVdd("off");
 }
 
