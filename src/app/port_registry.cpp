@@ -93,7 +93,8 @@ Result<std::unique_ptr<PortDriver>> OpenRecord(std::string_view, const PortEnvir
 }
 
 constexpr std::array kBackends{
-    PortBackend{"ppdev", "lpt1 | lpt2 | 0xADDR", "parallel port found by its base address, through the Linux ppdev driver",
+    PortBackend{"ppdev", "lpt1 | lpt2 | 0xADDR",
+                "parallel port found by its base address, through the Linux ppdev driver",
                 AcceptsAddress, OpenByAddress},
     PortBackend{"ppdev", "/dev/parportN", "parallel port device file, through the Linux ppdev driver",
                 AcceptsDevicePath, OpenDevicePath},

@@ -80,7 +80,8 @@ std::optional<std::string> FieldProblem(std::string_view line, const Column& col
     return std::nullopt;
   }
   for (const char ch : text) {
-    const bool digit = hex ? std::isxdigit(static_cast<unsigned char>(ch)) != 0 : std::isdigit(static_cast<unsigned char>(ch)) != 0;
+    const auto byte = static_cast<unsigned char>(ch);
+    const bool digit = hex ? std::isxdigit(byte) != 0 : std::isdigit(byte) != 0;
     if (!digit) return where + " \"" + text + "\" is not a " + (hex ? "hexadecimal" : "decimal") + " number";
   }
   return std::nullopt;
@@ -104,24 +105,29 @@ std::optional<std::string> DeviceLineProblem(const std::string& line) {
     return "the line ends at column " + std::to_string(line.size()) + ", before the pins (columns " +
            ColumnText(pins) + ")";
   }
+  const Column dataSize{25, 4, "data size"};
   const struct {
     Column column;
     bool hex;
     bool required;
   } fields[] = {
-      {programSize, true, true},   {{25, 4, "data size"}, true, false}, {{33, 4, "family"}, false, true},
-      {{41, 4, "fuse map"}, false, false}, {{50, 1, "write mode"}, false, false}, {pins, false, true},
-      {{65, 2, "oscillator list"}, false, false}, {{70, 2, "write-protection list"}, false, false},
+      {programSize, true, true},
+      {dataSize, true, false},
+      {{33, 4, "family"}, false, true},
+      {{41, 4, "fuse map"}, false, false},
+      {{50, 1, "write mode"}, false, false},
+      {pins, false, true},
+      {{65, 2, "oscillator list"}, false, false},
+      {{70, 2, "write-protection list"}, false, false},
   };
-  for (const auto& field : fields) {
-    if (std::optional<std::string> problem = FieldProblem(line, field.column, field.hex, field.required)) return problem;
+  for (const auto& f : fields) {
+    if (std::optional<std::string> problem = FieldProblem(line, f.column, f.hex, f.required)) return problem;
   }
   // Four hex digits are read as a signed number: only FFFF has a meaning above 7FFF.
-  const int32_t words = HexVal(Columns(line, 17, 4));
-  if (words < 0 && words != -1) {
-    return "program size " + std::string(TrimBlanks(Columns(line, 17, 4))) + "h is above 7FFFh (only FFFF is allowed there)";
-  }
-  if (HexVal(Columns(line, 25, 4)) < 0) return "data size " + std::string(TrimBlanks(Columns(line, 25, 4))) + "h is above 7FFFh";
+  const std::string words(TrimBlanks(Columns(line, programSize.first, programSize.width)));
+  if (HexVal(words) < -1) return "program size " + words + "h is above 7FFFh (only FFFF is allowed there)";
+  const std::string bytes(TrimBlanks(Columns(line, dataSize.first, dataSize.width)));
+  if (HexVal(bytes) < 0) return "data size " + bytes + "h is above 7FFFh";
   if (line.size() <= kShortLineLength) return std::nullopt;
   const std::string min = Columns(line, 74, 3);
   const std::string max = Columns(line, 79, 3);

@@ -190,8 +190,8 @@ constexpr std::array kChips = {
     // reaches; factory calibration block at 0FC0h..0FFFh, kept by the user.
     // Its data sheet leaves configuration bits 6 and 1 unimplemented.
     ChipInfo{.name = "14000", .kind = ChipClass::kOtp14, .programWords = 4096, .pins = 28, .vppSwitch = 3,
-             .configBits = 0x3FBD, .calibration = Calibration::kBlock, .calibrationFirst = 0x0FC0, .calibrationLast = 0x0FFF,
-             .programUs = 100, .minWriteVdd = 4.75, .document = "PIC14000 programming document"},
+             .configBits = 0x3FBD, .calibration = Calibration::kBlock, .calibrationFirst = 0x0FC0,
+             .calibrationLast = 0x0FFF, .programUs = 100, .minWriteVdd = 4.75, .document = "PIC14000 programming document"},
     C5xx("12C508", 512, 8, 0x008, 0x01F),
     C5xx("12C508A", 512, 8, 0x008, 0x01F),
     C5xx("12C509", 1024, 8, 0x008, 0x01F),

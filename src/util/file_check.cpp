@@ -19,7 +19,9 @@ std::optional<std::string> UnreadableReason(const std::string& path, uintmax_t m
   if (error) return error == std::errc::permission_denied ? std::string("permission denied") : error.message();
   if (fs::is_directory(status)) return "is a directory";
   if (!fs::is_regular_file(status)) return "is not a regular file";
-  if (::access(path.c_str(), R_OK) != 0) return errno == EACCES ? std::string("permission denied") : std::strerror(errno);
+  if (::access(path.c_str(), R_OK) != 0) {
+    return errno == EACCES ? std::string("permission denied") : std::strerror(errno);
+  }
   const uintmax_t size = fs::file_size(path, error);
   if (error) return error.message();
   if (size > maxBytes) {

@@ -41,7 +41,8 @@ TEST(OpenPort, ChoosesTheBackendByTheFormOfTheName) {
            {"lpt1", "No parallel port at 0x378 (found: parport0 at 0x3BC)"},
            {"/dev/parport97", "No parallel port device /dev/parport97" + noDevice},
            {"/dev/sda", "/dev/sda is not a parallel port device: use /dev/parportN"},
-           {"raw:0x300", "0x300 is not a parallel port base (0x378, 0x278 or 0x3bc); raw!:0x300 drives it all the same"},
+           {"raw:0x300",
+            "0x300 is not a parallel port base (0x378, 0x278 or 0x3bc); raw!:0x300 drives it all the same"},
            {"raw!:0x8000", "Port address 0x8000 is out of range: ports go from 0x1 to 0x7FFF"},
            {"com1", "Unknown port \"com1\": use lpt1 | lpt2 | 0xADDR, /dev/parportN, raw:lpt1 | raw:lpt2 | raw:0x3bc | "
                     "raw!:0xADDR, sim | sim:CHIP | sim:FILE.json, record"},

@@ -169,8 +169,8 @@ TEST(Faults, FilesHonourTheUmaskAndStaleTemporariesGo) {
   const std::string young = home.Write(".chip.json.XyZ789", "still being written");
   ASSERT_EQ(home.Run("--device 16F84A read -o out.hex", "umask 077;").exitCode, 0) << home.Stderr();
   for (const char* made : {"out.hex", "chip.json", "quorvi2.ini"}) {
-    EXPECT_EQ(fs::status(home.Path(made)).permissions() & fs::perms::all, fs::perms::owner_read | fs::perms::owner_write)
-        << made;
+    const fs::perms mode = fs::status(home.Path(made)).permissions() & fs::perms::all;
+    EXPECT_EQ(mode, fs::perms::owner_read | fs::perms::owner_write) << made;
   }
   EXPECT_FALSE(fs::exists(stale));
   EXPECT_TRUE(fs::exists(young));
