@@ -2,8 +2,6 @@
 #include "image/image_test_util.h"
 
 #include <cstdio>
-#include <fstream>
-#include <sstream>
 
 #include "support/devices.h"
 
@@ -50,31 +48,10 @@ MemoryImage Sample16F84() {
   return image;
 }
 
-std::string Golden(const std::string& name) {
-  std::ifstream in(std::string(QUORVI_TEST_DATA_DIR) + "/" + name, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
 std::string JoinLines(const std::vector<std::string>& lines, const std::string& lineEnd) {
   std::string text;
   for (const auto& line : lines) text += line + lineEnd;
   return text;
-}
-
-std::vector<std::string> SplitLines(const std::string& text) {
-  std::vector<std::string> lines;
-  size_t start = 0;
-  while (start < text.size()) {
-    size_t end = text.find('\n', start);
-    if (end == std::string::npos) end = text.size();
-    std::string line = text.substr(start, end - start);
-    if (!line.empty() && line.back() == '\r') line.pop_back();
-    lines.push_back(line);
-    start = end + 1;
-  }
-  return lines;
 }
 
 std::string ExamplePath(const std::string& name) { return std::string(QUORVI_EXAMPLES_DIR) + "/" + name; }
