@@ -6,6 +6,7 @@
 
 #include "device/device_descriptor.h"
 #include "image/memory_image.h"
+#include "util/message.h"
 #include "support/golden.h"
 
 namespace quorvi::test {
@@ -25,6 +26,16 @@ std::string HexRecord(int byteAddress, int type, const std::vector<int>& bytes);
 
 /// Lines joined with `lineEnd` after each.
 std::string JoinLines(const std::vector<std::string>& lines, const std::string& lineEnd = "\n");
+
+/// One of the hand-built devices of support/devices.h by name; ":map21"
+/// after the name gives it fuse map 21.
+DeviceDescriptor TestDevice(const std::string& name);
+
+/// Every field of an image, runs of equal words on one line.
+std::string Dump(const MemoryImage& image);
+
+/// A message box as one line: title, icon and text.
+std::string Shown(const UserMessage& message);
 
 /// Full path of a file in the source tree's examples/ folder.
 std::string ExamplePath(const std::string& name);
