@@ -58,7 +58,8 @@ std::string TableMismatches(const std::string& name, const std::function<std::st
       continue;
     }
     const std::string input = line.substr(0, arrow);
-    const std::string output = run(input);
+    std::string output = run(input);
+    if (output.empty()) output = "\"\"";  // a row never ends in a blank
     rewritten += input + kArrow + output + "\n";
     const std::string expected = line.substr(arrow + kArrow.size());
     if (output != expected) {
@@ -67,6 +68,14 @@ std::string TableMismatches(const std::string& name, const std::function<std::st
   }
   if (Updating()) Rewrite(name, rewritten);
   return Updating() ? "" : mismatches;
+}
+
+std::string TableMismatches(const std::string& name, const std::map<std::string, Call>& calls) {
+  return TableMismatches(name, [&calls](const std::string& row) {
+    const std::vector<std::string> words = Words(row);
+    const auto call = calls.find(words.empty() ? "" : words[0]);
+    return call == calls.end() ? "(no such call)" : call->second({words.begin() + 1, words.end()});
+  });
 }
 
 std::vector<std::string> Words(const std::string& text) {

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -21,9 +22,15 @@ std::string Golden(const std::string& name);
 std::string GoldenMismatch(const std::string& name, const std::string& actual);
 
 /// Checks a table in tests/data/NAME whose rows read "input => output": `run`
-/// must make each row's output from its input. Other lines are comments.
+/// must make each row's output from its input ("" stands for an empty one).
+/// Other lines are comments.
 /// Returns "" or one line per row that differs.
 std::string TableMismatches(const std::string& name, const std::function<std::string(const std::string&)>& run);
+
+/// A table whose rows start with the name of one of `calls`, which makes the
+/// output from the row's other words.
+using Call = std::function<std::string(const std::vector<std::string>& args)>;
+std::string TableMismatches(const std::string& name, const std::map<std::string, Call>& calls);
 
 /// The blank-separated words of a row; "..." keeps blanks and reads C escapes.
 std::vector<std::string> Words(const std::string& text);

@@ -33,7 +33,7 @@ std::string Narrowed(const std::optional<T>& value) {
 
 TEST(Arith, EachCallGivesWhatItsRowSays) {
   const auto d = [](const Args& a, size_t i) { return std::stod(a.at(i)); };
-  const std::map<std::string, std::function<std::string(const Args&)>> calls = {
+  const std::map<std::string, test::Call> calls = {
       {"RoundHalfEven", [&](const Args& a) { return std::to_string(RoundHalfEven(d(a, 0))); }},
       {"HalveHalfEven", [](const Args& a) { return std::to_string(HalveHalfEven(std::stoi(a.at(0)))); }},
       {"HexVal", [](const Args& a) { return Hex(HexVal(a.at(0))); }},
@@ -50,11 +50,7 @@ TEST(Arith, EachCallGivesWhatItsRowSays) {
       {"VbVal", [](const Args& a) { return Number(VbVal(a.at(0))); }},
       {"ParseNumber", [](const Args& a) { return ParseNumber(a.at(0)) ? Number(*ParseNumber(a.at(0))) : "none"; }},
   };
-  const auto run = [&calls](const std::string& row) {
-    const Args words = test::Words(row);
-    return calls.at(words.at(0))(Args(words.begin() + 1, words.end()));
-  };
-  EXPECT_EQ(test::TableMismatches("arith.txt", run), "");
+  EXPECT_EQ(test::TableMismatches("arith.txt", calls), "");
 }
 
 }  // namespace
