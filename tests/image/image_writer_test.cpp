@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <map>
 
 #include "image/image_reader.h"
 #include "image/image_test_util.h"
@@ -13,16 +14,6 @@
 
 namespace quorvi {
 namespace {
-
-using test::HexRecord;
-
-std::string Save(const DeviceDescriptor& device, const MemoryImage& image, int32_t first, int32_t& end,
-                 SaveIdAnswer answer = SaveIdAnswer::kYes) {
-  test::TempDir dir;
-  const Status status = SaveImageFile((dir.path() / "out.hex").string(), first, end, device, image, answer);
-  EXPECT_TRUE(status.ok()) << status.message();
-  return dir.Read("out.hex");
-}
 
 // Program words, data section, the ID records with their short checksums,
 // configuration and end record, each line ended by CR LF; the command adds
@@ -40,39 +31,22 @@ TEST(SaveHexCommand, WholeSixteenF84MatchesTheGoldenFile) {
   EXPECT_FALSE(SaveAsksIdQuestion(test::Eeprom24C16(), 0));
 }
 
-TEST(SaveImageFile, RecordsCoverTheRangeAndSevenRemainingWordsMakeAFullOne) {
+// Each row: device, first and end word, and "ids" when asked for the ID
+// records (a 24Cxx has none), over words 0..31 counting up and 3FFFh beyond.
+// Records cover the range, seven remaining words make a full one, and large
+// devices write five-digit addresses whose middle digit the sum leaves out.
+TEST(SaveImageFile, RecordsCoverTheRangeAsEachRowSays) {
   MemoryImage image;
+  std::fill(image.programBuffer.begin(), image.programBuffer.end(), 0x3FFF);
   for (size_t a = 0; a < 32; ++a) image.programBuffer[a] = static_cast<int32_t>(a);
-  struct Case {
-    int32_t end;
-    std::vector<std::pair<int, int>> records;  // first word, word count
-    bool eeprom = false;                        // asked for IDs, but a 24Cxx has none
+  const auto run = [&image](const std::string& row) {
+    const std::vector<std::string> w = test::Words(row);
+    int32_t end = std::stoi(w.at(2), nullptr, 0);
+    const auto answer = w.size() > 3 ? SaveIdAnswer::kYes : SaveIdAnswer::kNo;
+    const auto text = FormatHexImage(std::stoi(w.at(1), nullptr, 0), end, test::TestDevice(w.at(0)), image, answer);
+    return text.ok() ? "end " + std::to_string(end) + ": " + test::Escaped(text.value()) : text.message();
   };
-  for (const auto& c : {Case{0, {{0, 0}}}, Case{3, {{0, 3}}}, Case{7, {{0, 8}}}, Case{8, {{0, 8}}},
-                        Case{14, {{0, 8}, {8, 6}}}, Case{15, {{0, 8}, {8, 8}}},
-                        Case{17, {{0, 8}, {8, 8}, {16, 1}}}, Case{8, {{0, 8}}, true}}) {
-    std::vector<std::string> lines;
-    for (const auto& [first, count] : c.records) {
-      std::vector<int> bytes;
-      for (int a = first; a < first + count; ++a) bytes.insert(bytes.end(), {a, 0});
-      lines.push_back(HexRecord(2 * first, 0, bytes));
-    }
-    lines.push_back(":00000001FF");
-    int32_t end = c.end;
-    const auto device = c.eeprom ? test::Eeprom24C16() : test::Pic16C622();
-    EXPECT_EQ(Save(device, image, 0, end, c.eeprom ? SaveIdAnswer::kYes : SaveIdAnswer::kNo),
-              test::JoinLines(lines, "\r\n"))
-        << c.end;
-    EXPECT_EQ(end, c.end);
-  }
-}
-
-TEST(SaveImageFile, LargeDevicesWriteFiveDigitAddressesAndSkipTheMiddleDigitInTheSum) {
-  const DeviceDescriptor device = test::Pic18F6720();
-  int32_t end = 0x8008;
-  EXPECT_EQ(Save(device, test::SelectedImage(device), 0x7FF8, end, SaveIdAnswer::kNo),
-            ":100FFF000FF3FFF3FFF3FFF3FFF3FFF3FFF3FFF3F01\r\n"
-            ":101000000FF3FFF3FFF3FFF3FFF3FFF3FFF3FFF3FF0\r\n:00000001FF\r\n");
+  EXPECT_EQ(test::TableMismatches("save_ranges.txt", run), "");
 }
 
 TEST(SaveImageFile, DataSectionGoesWithItsPartsOnly) {
@@ -81,7 +55,7 @@ TEST(SaveImageFile, DataSectionGoesWithItsPartsOnly) {
                                       {"16F648A", false}}) {
     const DeviceDescriptor device = test::MakeDevice({.name = name, .programSize = 0x3FF, .family = 1});
     int32_t end = 8;
-    const auto lines = test::SplitLines(Save(device, test::Sample16F84(), 8, end));
+    const auto lines = test::SplitLines(FormatHexImage(8, end, device, test::Sample16F84(), SaveIdAnswer::kYes).value());
     ASSERT_EQ(lines.size(), section ? 34U : 2U) << name;
     EXPECT_EQ(end, section ? 0x2200 : 8) << name;
     if (section) {
@@ -116,15 +90,11 @@ TEST(SaveImageFile, FailureNamesThePathAndKeepsTheEnd) {
 }
 
 TEST(SavePaths, SuffixLastDirectoryAndFileName) {
-  for (const auto& [in, out] : {std::pair{"board.hx", "board.hx.HEX"}, {"board.hex", "board.hex"},
-                                {"board.HeX", "board.HeX"}, {"board", "board.HEX"}, {"hex", "hex.HEX"},
-                                {"/a.hex/board.obj", "/a.hex/board.obj.HEX"}}) {
-    EXPECT_EQ(WithHexSuffix(in), out) << in;
-  }
-  EXPECT_EQ(LastDirectoryOf("/home/me/board.hex"), "/home/me");
-  EXPECT_EQ(LastDirectoryOf("board.hex"), "");
-  EXPECT_EQ(FileNameOf("/home/me/board.hex"), "board.hex");
-  EXPECT_EQ(FileNameOf("board.hex"), "board.hex");
+  const std::map<std::string, test::Call> calls = {
+      {"WithHexSuffix", [](const auto& a) { return WithHexSuffix(a.at(0)); }},
+      {"LastDirectoryOf", [](const auto& a) { return LastDirectoryOf(a.at(0)); }},
+      {"FileNameOf", [](const auto& a) { return FileNameOf(a.at(0)); }}};
+  EXPECT_EQ(test::TableMismatches("save_paths.txt", calls), "");
 }
 
 // --- Outside tools read what we write ---------------------------------------
