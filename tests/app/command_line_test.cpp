@@ -3,31 +3,20 @@
 
 #include <gtest/gtest.h>
 
+#include "support/golden.h"
 #include "support/temp_dir.h"
 
 namespace quorvi {
 namespace {
 
+std::string Parsed(const std::vector<std::string>& args) {
+  const LegacyOptions o = ParseLegacyOptions(args.at(0));
+  return "[" + o.upperLine + "] " + (o.quiet ? "quiet " : "") + (o.write ? "write, " : "") + "device " +
+         o.device.value_or("(none)") + ", file " + o.file.value_or("(none)");
+}
+
 TEST(ParseLegacyOptions, FindsEachOptionStartingAWordAndUpperCasesValues) {
-  struct Case {
-    const char* line;
-    bool quiet;
-    bool write;
-    std::optional<std::string> device;
-    std::optional<std::string> file;
-  };
-  // Slashes inside Linux paths do not start options.
-  for (const Case& c : {Case{"/w /f:c:\\work\\a.hex /q /d:16f84a", true, true, "16F84A", "C:\\WORK\\A.HEX"},
-                        Case{"", false, false, std::nullopt, std::nullopt},
-                        Case{"/D: /W", false, true, "", std::nullopt},
-                        Case{"/D:16F84 /F:/home/quinn/work/a.hex", false, false, "16F84", "/HOME/QUINN/WORK/A.HEX"}}) {
-    const LegacyOptions o = ParseLegacyOptions(c.line);
-    EXPECT_EQ(o.quiet, c.quiet) << c.line;
-    EXPECT_EQ(o.write, c.write) << c.line;
-    EXPECT_EQ(o.device, c.device) << c.line;
-    EXPECT_EQ(o.file, c.file) << c.line;
-  }
-  EXPECT_EQ(ParseLegacyOptions("/w /f:a.hex").upperLine, "/W /F:A.HEX");
+  EXPECT_EQ(test::TableMismatches("command_line.txt", {{"ParseLegacyOptions", Parsed}}), "");
 }
 
 TEST(FindPathIgnoringCase, MatchesEachPartWithoutRegardToCase) {

@@ -3,23 +3,19 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+
 #include "hw/clock.h"
 #include "sim/sim_board.h"
+#include "support/golden.h"
 #include "support/temp_dir.h"
 
 namespace quorvi {
 namespace {
 
-TEST(ParsePortAddress, KnowsTheClassicNamesAndHex) {
-  struct Case {
-    const char* name;
-    std::optional<long> base;
-  };
-  for (const Case& c : {Case{"lpt1", 0x378}, {"LPT1", 0x378}, {"lpt2", 0x278}, {"0x3BC", 0x3BC}, {"0X3bc", 0x3BC},
-                        {"0x", std::nullopt}, {"0x37G", std::nullopt}, {"378", std::nullopt}, {"lpt3", std::nullopt},
-                        {"", std::nullopt}}) {
-    EXPECT_EQ(ParsePortAddress(c.name), c.base) << c.name;
-  }
+std::string Replaced(std::string text, const std::string& from, const std::string& to) {
+  for (size_t at; (at = text.find(from)) != std::string::npos;) text.replace(at, from.size(), to);
+  return text;
 }
 
 TEST(OpenPort, ChoosesTheBackendByTheFormOfTheName) {
@@ -34,26 +30,20 @@ TEST(OpenPort, ChoosesTheBackendByTheFormOfTheName) {
   PortEnvironment env;
   env.parports = {(dir.path() / "proc").string(), (dir.path() / "dev").string()};
   env.clock = &clock;
-  const std::string noDevice = " (is the ppdev module loaded? try: sudo modprobe ppdev)";
-  // 0x3bc is found by its address, then opened through ppdev: the fake device file is missing.
-  for (const auto& [name, shown] : std::initializer_list<std::pair<std::string, std::string>>{
-           {"0x3bc", "No parallel port device " + env.parports.devRoot + "/parport0" + noDevice},
-           {"lpt1", "No parallel port at 0x378 (found: parport0 at 0x3BC)"},
-           {"/dev/parport97", "No parallel port device /dev/parport97" + noDevice},
-           {"/dev/sda", "/dev/sda is not a parallel port device: use /dev/parportN"},
-           {"raw:0x300", "0x300 is not a parallel port base (0x378, 0x278 or 0x3bc); raw!:0x300 drives it all the same"},
-           {"raw!:0x8000", "Port address 0x8000 is out of range: ports go from 0x1 to 0x7FFF"},
-           {"com1", "Unknown port \"com1\": use lpt1 | lpt2 | 0xADDR, /dev/parportN, raw:lpt1 | raw:lpt2 | raw:0x3bc | "
-                    "raw!:0xADDR, sim | sim:CHIP | sim:FILE.json, record"},
-           {"record", "recording port (no hardware)"},
-           {"sim", "simulated board (empty socket)"},
-           {"sim:16f84a", "simulated board with a 16F84A"},
-           {"sim:16F999", "No simulated chip named 16F999"},
-           {"sim:" + chip, "simulated board with a 12C508A"},
-           {"sim:" + chip + ".missing.json", "Cannot read the chip-state file " + chip + ".missing.json: not found"}}) {
-    const auto port = OpenPort(name, env);
-    EXPECT_EQ(port.ok() ? port.value()->Describe() : port.message(), shown);
-  }
+  const std::string folder = dir.path().string();
+  const std::map<std::string, test::Call> calls = {
+      {"ParsePortAddress",
+       [](const auto& a) {
+         const std::optional<long> base = ParsePortAddress(a.at(0));
+         char text[16];
+         std::snprintf(text, sizeof text, "0x%lX", base.value_or(0));
+         return base ? std::string(text) : "none";
+       }},
+      {"OpenPort", [&](const auto& a) {
+         const auto port = OpenPort(Replaced(a.at(0), "$DIR", folder), env);
+         return Replaced(port.ok() ? port.value()->Describe() : port.message(), folder, "$DIR");
+       }}};
+  EXPECT_EQ(test::TableMismatches("ports.txt", calls), "");
   EXPECT_EQ(OpenPort("record", env).value()->ReadStatus(), 0x40);
   auto empty = OpenPort("sim", env).value();
   empty->WriteData(0x3D);  // data line released
