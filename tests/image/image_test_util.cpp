@@ -65,12 +65,6 @@ DeviceDescriptor TestDevice(const std::string& name) {
 
 namespace {
 
-std::string Hex(int64_t value, int digits = 0) {
-  char text[24];
-  std::snprintf(text, sizeof text, "%0*X", digits, static_cast<unsigned>(value));
-  return text;
-}
-
 template <typename Values>
 void DumpRuns(std::string& out, const char* area, const Values& values, int digits) {
   for (size_t first = 0; first < values.size();) {

@@ -126,6 +126,13 @@ std::string Escaped(const std::string& text) {
   return escaped;
 }
 
+std::string Hex(int64_t value, int digits) {
+  char text[24];
+  std::snprintf(text, sizeof text, "%0*llX", digits,
+                static_cast<unsigned long long>(value < 0 ? static_cast<uint32_t>(value) : value));
+  return text;
+}
+
 std::vector<std::string> SplitLines(const std::string& text) {
   std::vector<std::string> lines;
   std::istringstream in(text);

@@ -4,6 +4,7 @@
 // now; the diff is then the change to review.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <string>
@@ -37,6 +38,9 @@ std::vector<std::string> Words(const std::string& text);
 
 /// `text` with line ends, tabs, backslashes and other controls as C escapes.
 std::string Escaped(const std::string& text);
+
+/// `value` in upper-case hex, at least `digits` long; negative values as 32 bits.
+std::string Hex(int64_t value, int digits = 0);
 
 /// The lines of a text, without their CR LF or LF ends.
 std::vector<std::string> SplitLines(const std::string& text);
