@@ -5,87 +5,60 @@
 
 #include <cerrno>
 #include <cstring>
+#include <map>
 #include <string>
+
+#include "support/golden.h"
 
 namespace quorvi {
 namespace {
 
-// What a system answers.
-struct System {
-  uid_t euid = 0, uid = 0;
-  gid_t gid = 0;
-  const char* sudoUid = nullptr;  // the environment sudo leaves
-  const char* sudoGid = nullptr;
-  const char* sudoUser = nullptr;
-  int iopermError = 0, dropError = 0;
-};
-
-// A system that answers as told and logs what it was asked.
+// A system that answers from `answers` (euid, uid, gid, sudo's variables, the
+// errors of ioperm and of giving up root) and logs what it was asked.
 class FakePrivileges final : public PrivilegeOps {
  public:
-  explicit FakePrivileges(System answers = {}) : s(answers) {}
   int IoPerm(unsigned long from, unsigned long count, bool on) override {
-    log += "ioperm " + std::to_string(from) + "+" + std::to_string(count) + (on ? " on; " : " off; ");
-    return on ? s.iopermError : 0;
+    Log("ioperm " + std::to_string(from) + "+" + std::to_string(count) + (on ? " on" : " off"));
+    return on ? Number("ioperm") : 0;
   }
-  uid_t EffectiveUid() override { return s.euid; }
-  uid_t RealUid() override { return s.uid; }
-  gid_t RealGid() override { return s.gid; }
+  uid_t EffectiveUid() override { return static_cast<uid_t>(Number("euid")); }
+  uid_t RealUid() override { return static_cast<uid_t>(Number("uid")); }
+  gid_t RealGid() override { return static_cast<gid_t>(Number("gid")); }
   std::optional<std::string> Env(const char* name) override {
-    const std::string key = name;
-    const char* value = key == "SUDO_UID"    ? s.sudoUid
-                        : key == "SUDO_GID"  ? s.sudoGid
-                        : key == "SUDO_USER" ? s.sudoUser
-                                             : nullptr;
-    return value == nullptr ? std::nullopt : std::optional<std::string>(value);
+    return answers.contains(name) ? std::optional(answers[name]) : std::nullopt;
   }
   int DropTo(uid_t toUid, gid_t toGid, const std::optional<std::string>& user) override {
-    log += "drop to " + std::to_string(toUid) + ":" + std::to_string(toGid) + " " + user.value_or("-") + "; ";
-    return s.dropError;
+    Log("drop to " + std::to_string(toUid) + ":" + std::to_string(toGid) + " " + user.value_or("-"));
+    return Number("drop");
   }
 
-  System s;
+  std::map<std::string, std::string> answers;
   std::string log;
+
+ private:
+  int Number(const std::string& key) {
+    return !answers.contains(key) ? 0 : answers[key] == "EPERM" ? EPERM : std::stoi(answers[key]);
+  }
+  void Log(const std::string& asked) { log += (log.empty() ? "" : "; ") + asked; }
 };
 
 #if defined(__x86_64__) || defined(__i386__)
 
-// What each start shows and asks of the system, until the port is closed again.
-TEST(OpenRawPort, GetsThePortsAsRootThenGivesRootUp) {
-  const std::string denied = std::strerror(EPERM);
-  const std::string opened = "port 0x378 (raw I/O)";
-  const std::string both = "ioperm 888+3 on; ioperm 888+3 off; ";  // 0x378
-  struct Case {
-    const char* what;
-    System sys;
-    std::string shown;  // Describe() of the port, or the message
-    std::string log;
-    long base = 0x378;
-  };
-  for (const Case& c : {
-           Case{"a user", {.euid = 1000, .uid = 1000},
-                "Raw port I/O at 0x378 needs root: run as root or with sudo, or use the ppdev driver (lpt1, lpt2 or "
-                "/dev/parportN)",
-                ""},
-           Case{"sudo", {.sudoUid = "1000", .sudoGid = "1001", .sudoUser = "alice"}, "port 0x278 (raw I/O)",
-                "ioperm 632+3 on; drop to 1000:1001 alice; ioperm 632+3 off; ", 0x278},
-           Case{"set-user-ID", {.uid = 1234, .gid = 99}, opened,
-                "ioperm 888+3 on; drop to 1234:99 -; ioperm 888+3 off; "},
-           Case{"plain root login", {.sudoUid = "not a number", .sudoGid = "5"}, opened, both},
-           Case{"sudo by root", {.sudoUid = "0", .sudoGid = "0"}, opened, both},
-           Case{"ports refused", {.iopermError = EPERM},
-                "The system refused raw access to ports 0x378..0x37A: " + denied, "ioperm 888+3 on; "},
-           Case{"root kept", {.sudoUid = "1000", .sudoGid = "1000", .dropError = EPERM},
-                "Could not give up root after opening the port: " + denied,
-                "ioperm 888+3 on; drop to 1000:1000 -; ioperm 888+3 off; "},
-       }) {
-    FakePrivileges sys(c.sys);
-    {
-      const auto port = OpenRawPort(c.base, sys);
-      EXPECT_EQ(port.ok() ? port.value()->Describe() : port.message(), c.shown) << c.what;
-    }
-    EXPECT_EQ(sys.log, c.log) << c.what;
+std::string Opened(const std::vector<std::string>& a) {
+  FakePrivileges sys;
+  for (size_t i = 1; i < a.size(); ++i) sys.answers[a[i].substr(0, a[i].find('='))] = a[i].substr(a[i].find('=') + 1);
+  std::string shown;
+  {
+    const auto port = OpenRawPort(std::stol(a.at(0), nullptr, 16), sys);
+    shown = port.ok() ? port.value()->Describe() : port.message();
   }
+  const std::string denied = std::strerror(EPERM);
+  if (shown.ends_with(denied)) shown.replace(shown.size() - denied.size(), denied.size(), "(EPERM)");
+  return shown + " | " + (sys.log.empty() ? "(nothing)" : sys.log);
+}
+
+TEST(OpenRawPort, GetsThePortsAsRootThenGivesRootUp) {
+  EXPECT_EQ(test::TableMismatches("raw_port.txt", {{"OpenRawPort", Opened}}), "");
 }
 
 #endif
