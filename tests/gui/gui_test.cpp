@@ -3,6 +3,7 @@
 // by the scripts in tests/data/gui. A script's "> " lines are commands, its
 // ">> " lines commands for the dialog the command before opened; every other
 // line is what the window asked and showed, which a run must give again.
+// scripts/screenshots runs screenshots.txt to draw the pictures in docs/.
 #include <QAction>
 #include <QApplication>
 #include <QComboBox>
@@ -164,6 +165,8 @@ class Runner {
       return Note(Hex("clock +%.1f ms", static_cast<double>(now - std::exchange(clockMark_, now)) / 1e6));
     }
     if (command == "key" && arg(1) == "window") return QTest::keyClick(window_.get(), Qt::Key_Return);
+    if (command == "resize") return window_->resize(std::stoi(arg(1)), std::stoi(arg(2)));
+    if (command == "shot") return Shot(arg(1));
     QObject* object = Find(arg(1));
     if (object == nullptr) return Note("(no " + arg(1) + ")");
     auto* widget = qobject_cast<QWidget*>(object);
@@ -194,6 +197,19 @@ class Runner {
     if (command == "show") return Show(object);
     if (command == "top") return Note(arg(1) + Hex(" top %d px", widget->y()));
     Note("(unknown command)");
+  }
+
+  // The docs' pictures: with QUORVI_SCREENSHOTS set to a folder, the open
+  // dialog or the window is saved there as NAME.png.
+  void Shot(const std::string& name) {
+    const char* folder = std::getenv("QUORVI_SCREENSHOTS");
+    if (folder == nullptr) return;
+    QWidget* shown = dialog_ != nullptr ? static_cast<QWidget*>(dialog_) : window_.get();
+    shown->show();
+    for (int i = 0; i < 5; ++i) QApplication::processEvents();
+    if (!shown->grab().save(QString::fromStdString(std::string(folder) + "/" + name + ".png"))) {
+      Note("(could not write " + name + ".png)");
+    }
   }
 
   // The dialog's widget of that name, else the window's.
