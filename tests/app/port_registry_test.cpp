@@ -13,11 +13,6 @@
 namespace quorvi {
 namespace {
 
-std::string Replaced(std::string text, const std::string& from, const std::string& to) {
-  for (size_t at; (at = text.find(from)) != std::string::npos;) text.replace(at, from.size(), to);
-  return text;
-}
-
 TEST(OpenPort, ChoosesTheBackendByTheFormOfTheName) {
   test::TempDir dir;
   dir.Write("proc/parport0/base-addr", "956\t-1\n");  // 0x3BC
@@ -40,8 +35,8 @@ TEST(OpenPort, ChoosesTheBackendByTheFormOfTheName) {
          return base ? std::string(text) : "none";
        }},
       {"OpenPort", [&](const auto& a) {
-         const auto port = OpenPort(Replaced(a.at(0), "$DIR", folder), env);
-         return Replaced(port.ok() ? port.value()->Describe() : port.message(), folder, "$DIR");
+         const auto port = OpenPort(test::Replaced(a.at(0), "$DIR", folder), env);
+         return test::Replaced(port.ok() ? port.value()->Describe() : port.message(), folder, "$DIR");
        }}};
   EXPECT_EQ(test::TableMismatches("ports.txt", calls), "");
   EXPECT_EQ(OpenPort("record", env).value()->ReadStatus(), 0x40);

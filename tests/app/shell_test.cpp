@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <cstring>
 
 #include "hw/recording_port.h"
 #include "support/golden.h"
@@ -46,10 +45,7 @@ std::string RunCommands(const std::string& row) {
     }
     if (w.at(0) == "power") state.link.SetVdd("on"), state.link.SetVpp2(kTrue);
     if (w.at(0) == "end") EndSession(state);
-    std::string said = status.ok() ? "ok" : status.message();
-    const size_t data = said.find(QUORVI_DATA_DIR);
-    if (data != std::string::npos) said.replace(data, std::strlen(QUORVI_DATA_DIR), "$DATA");
-    out += (out.empty() ? "" : "; ") + said;
+    out += (out.empty() ? "" : "; ") + test::Replaced(status.ok() ? "ok" : status.message(), QUORVI_DATA_DIR, "$DATA");
     if (w.at(0) == "mode") {
       char writes[64];
       std::snprintf(writes, sizeof writes, ", writes %02X..%02X over %.3f ms", port()->Writes().front(),

@@ -35,7 +35,7 @@ class Script {
   // percentages and estimated times follow the timing, not what the tool did,
   // and are left out.
   void Do(std::string line) {
-    line = Replaced(Replaced(line, "$HOME", home_.path().string()), "$SRC", QUORVI_SOURCE_DIR);
+    line = test::Replaced(test::Replaced(line, "$HOME", home_.path().string()), "$SRC", QUORVI_SOURCE_DIR);
     const size_t tilde = line.find(" ~ ");
     const std::regex shown(tilde == std::string::npos ? "" : line.substr(tilde + 3));
     const std::regex noise(R"(^! (\d+%|.*\(estimated time on a real port\))$)");
@@ -65,15 +65,10 @@ class Script {
     return lines;
   }
 
-  static std::string Replaced(std::string text, const std::string& from, const std::string& to) {
-    for (size_t at; (at = text.find(from)) != std::string::npos;) text.replace(at, from.size(), to);
-    return text;
-  }
-
-  void Note(const std::string& line) {
-    const std::string bin = std::filesystem::path(QUORVI_CLI_PATH).parent_path().string();
-    out_ += Replaced(Replaced(Replaced(line, home_.path().string(), "$HOME"), bin, "$BIN"), QUORVI_SOURCE_DIR, "$SRC") +
-            "\n";
+  void Note(std::string line) {
+    line = test::Replaced(line, home_.path().string(), "$HOME");
+    line = test::Replaced(line, std::filesystem::path(QUORVI_CLI_PATH).parent_path().string(), "$BIN");
+    out_ += test::Replaced(line, QUORVI_SOURCE_DIR, "$SRC") + "\n";
   }
 
   test::TempDir home_;

@@ -101,7 +101,7 @@ class Runner {
     const std::string& line = lines_[next_++];
     out_ += line + "\n";
     std::vector<std::string> words = test::Words(line.substr(line.find(' ') + 1));
-    for (std::string& word : words) word = Expanded(word);
+    for (std::string& word : words) word = test::Replaced(word, "$HOME", home_->path().string());
     Do(words);
     return true;
   }
@@ -232,17 +232,12 @@ class Runner {
 
   AppState& state() { return session_->state(); }
 
-  std::string Expanded(std::string word) const {
-    for (size_t at; (at = word.find("$HOME")) != std::string::npos;) word.replace(at, 5, home_->path().string());
-    return word;
-  }
-
   // Adds a line to the log, naming the folders that differ from run to run.
   void Note(std::string line) {
     const char* user = std::getenv("HOME");
     for (const auto& [path, name] : {std::pair{home_->path().string(), "$HOME"}, {kExamples, "$EXAMPLES"},
                                      {user != nullptr && std::strlen(user) > 1 ? user : "//", "~"}}) {
-      for (size_t at; (at = line.find(path)) != std::string::npos;) line.replace(at, path.size(), name);
+      line = test::Replaced(line, path, name);
     }
     out_ += line + "\n";
   }

@@ -17,11 +17,6 @@ namespace {
 
 using test::TempDir;
 
-std::string Replaced(std::string text, const std::string& from, const std::string& to) {
-  for (size_t at; (at = text.find(from)) != std::string::npos;) text.replace(at, from.size(), to);
-  return text;
-}
-
 TEST(Ppdev, EachCallGivesWhatItsRowSays) {
   TempDir dir;
   dir.Write("proc/parport0/base-addr", "888\t1912\n");
@@ -32,16 +27,16 @@ TEST(Ppdev, EachCallGivesWhatItsRowSays) {
   const std::map<std::string, test::Call> calls = {
       {"FindParportByAddress",
        [&folder](const auto& a) {
-         const ParportPaths paths{Replaced(a.at(1), "$DIR", folder), folder + "/dev"};
+         const ParportPaths paths{test::Replaced(a.at(1), "$DIR", folder), folder + "/dev"};
          const Result<std::string> found = FindParportByAddress(std::stol(a.at(0), nullptr, 16), paths);
-         return Replaced(found.ok() ? found.value() : found.message(), folder, "$DIR");
+         return test::Replaced(found.ok() ? found.value() : found.message(), folder, "$DIR");
        }},
       {"DescribePpdevError", [](const auto& a) {
          const std::map<std::string, int> errors = {{"EACCES", EACCES}, {"EPERM", EPERM}, {"EBUSY", EBUSY},
                                                     {"ENXIO", ENXIO},   {"ENODEV", ENODEV}, {"EIO", EIO}};
          const int error = errors.at(a.at(0));
          const std::string said = DescribePpdevError("/dev/parport0", error, a.at(1) == "claim");
-         return said.ends_with(std::strerror(error)) ? Replaced(said, std::strerror(error), "(text)") : said;
+         return said.ends_with(std::strerror(error)) ? test::Replaced(said, std::strerror(error), "(text)") : said;
        }}};
   EXPECT_EQ(test::TableMismatches("ppdev.txt", calls), "");
 }

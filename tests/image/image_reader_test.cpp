@@ -31,9 +31,7 @@ std::string LoadResults(const std::string& path, const std::vector<std::string>&
     const LoadReport report = LoadImageFile(path, keep, device, image);
     out += "== " + spec + (report.loaded ? "\n" : " refused\n");
     for (const UserMessage& message : report.messages) {
-      std::string line = test::Shown(message);
-      for (size_t at; (at = line.find(path)) != std::string::npos;) line.replace(at, path.size(), "FILE");
-      out += line + "\n";
+      out += test::Replaced(test::Shown(message), path, "FILE") + "\n";
     }
     out += report.loaded ? test::Dump(image) : image == before ? "" : "but the image changed\n";
   }
@@ -43,7 +41,8 @@ std::string LoadResults(const std::string& path, const std::vector<std::string>&
 // Each NAME.txt in tests/data/load and tests/data/examples names the devices
 // to load the file NAME for after its "load", then has what each load leaves.
 TEST(LoadImageFile, EachFileLoadsAsItsCaseSays) {
-  for (const auto& [folder, inputs] : {std::pair{"load", test::DataPath("load")}, {"examples", std::string(QUORVI_EXAMPLES_DIR)}}) {
+  const std::string examples = QUORVI_EXAMPLES_DIR;
+  for (const auto& [folder, inputs] : {std::pair{"load", test::DataPath("load")}, {"examples", examples}}) {
     for (const std::string& name : test::DataFiles(folder, ".txt")) {
       const std::string expected = test::Golden(std::string(folder) + "/" + name);
       const size_t load = expected.find("\nload ") + 1;  // after the comment that says what the case shows

@@ -55,7 +55,8 @@ TEST(SaveImageFile, DataSectionGoesWithItsPartsOnly) {
                                       {"16F648A", false}}) {
     const DeviceDescriptor device = test::MakeDevice({.name = name, .programSize = 0x3FF, .family = 1});
     int32_t end = 8;
-    const auto lines = test::SplitLines(FormatHexImage(8, end, device, test::Sample16F84(), SaveIdAnswer::kYes).value());
+    const auto text = FormatHexImage(8, end, device, test::Sample16F84(), SaveIdAnswer::kYes);
+    const auto lines = test::SplitLines(text.value());
     ASSERT_EQ(lines.size(), section ? 34U : 2U) << name;
     EXPECT_EQ(end, section ? 0x2200 : 8) << name;
     if (section) {

@@ -47,8 +47,9 @@ std::string Key(const Args& a) {
   const char key = a.at(3) == "enter" ? '\r' : a.at(3).at(0);
   const auto effect = EditorKeyPress(editor, image, test::Pic16F84(), key, a.at(4));
   const char* const kEffects[] = {"ignored", "stepped", "next control"};
+  const int32_t cell = data ? image.dataBuffer[at] : image.programBuffer[at];
   return std::string(effect.ok() ? kEffects[static_cast<int>(effect.value())] : "refused") + ", at " +
-         std::to_string(editor.address) + ", cell " + std::to_string(data ? image.dataBuffer[at] : image.programBuffer[at]);
+         std::to_string(editor.address) + ", cell " + std::to_string(cell);
 }
 
 TEST(Listing, EachCallGivesWhatItsRowSays) {

@@ -126,6 +126,13 @@ std::string Escaped(const std::string& text) {
   return escaped;
 }
 
+std::string Replaced(std::string text, const std::string& from, const std::string& to) {
+  for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size())) {
+    text.replace(at, from.size(), to);
+  }
+  return text;
+}
+
 std::string Hex(int64_t value, int digits) {
   char text[24];
   std::snprintf(text, sizeof text, "%0*llX", digits,

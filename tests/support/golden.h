@@ -39,6 +39,9 @@ std::vector<std::string> Words(const std::string& text);
 /// `text` with line ends, tabs, backslashes and other controls as C escapes.
 std::string Escaped(const std::string& text);
 
+/// `text` with every `from` in it replaced by `to`.
+std::string Replaced(std::string text, const std::string& from, const std::string& to);
+
 /// `value` in upper-case hex, at least `digits` long; negative values as 32 bits.
 std::string Hex(int64_t value, int digits = 0);
 
