@@ -133,6 +133,12 @@ std::string Replaced(std::string text, const std::string& from, const std::strin
   return text;
 }
 
+std::string Number(double value) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.17g", value);
+  return text;
+}
+
 std::string Hex(int64_t value, int digits) {
   char text[24];
   std::snprintf(text, sizeof text, "%0*llX", digits,

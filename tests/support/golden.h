@@ -42,6 +42,9 @@ std::string Escaped(const std::string& text);
 /// `text` with every `from` in it replaced by `to`.
 std::string Replaced(std::string text, const std::string& from, const std::string& to);
 
+/// `value` exactly, in the shortest of plain or exponent form ("7", "4.5").
+std::string Number(double value);
+
 /// `value` in upper-case hex, at least `digits` long; negative values as 32 bits.
 std::string Hex(int64_t value, int digits = 0);
 

@@ -20,12 +20,6 @@ std::string Hex(int32_t value) {
   return text;
 }
 
-std::string Number(double value) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%.17g", value);
-  return text;
-}
-
 template <typename T>
 std::string Narrowed(const std::optional<T>& value) {
   return value ? std::to_string(*value) : "none";
@@ -47,8 +41,8 @@ TEST(Arith, EachCallGivesWhatItsRowSays) {
       {"ToInt32", [&](const Args& a) { return Narrowed(ToInt32(d(a, 0))); }},
       {"ToInt16", [&](const Args& a) { return Narrowed(ToInt16(d(a, 0))); }},
       {"ToByte", [&](const Args& a) { return Narrowed(ToByte(d(a, 0))); }},
-      {"VbVal", [](const Args& a) { return Number(VbVal(a.at(0))); }},
-      {"ParseNumber", [](const Args& a) { return ParseNumber(a.at(0)) ? Number(*ParseNumber(a.at(0))) : "none"; }},
+      {"VbVal", [](const Args& a) { return test::Number(VbVal(a.at(0))); }},
+      {"ParseNumber", [](const Args& a) { return ParseNumber(a.at(0)) ? test::Number(*ParseNumber(a.at(0))) : "none"; }},
   };
   EXPECT_EQ(test::TableMismatches("arith.txt", calls), "");
 }
