@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/golden.h"
 #include "support/recorded_link.h"
 
 namespace quorvi {
@@ -15,35 +16,29 @@ constexpr uint8_t kVpp3Bit = 0x20;
 
 bool On(const PortLink& link, uint8_t bit) { return (link.outputShadow() & bit) == 0; }
 
-TEST(AdjustTest, EachToggleSwitchesItsSupplyAndTellsWhichPinToMeasure) {
-  struct Case {
-    AdjustSupply supply;
-    uint8_t bit;
-    const char* text;
-  };
-  for (const Case c : {Case{AdjustSupply::kVdd, kVddBit, "Check for 5V on Textool pin 11"},
-                       {AdjustSupply::kVpp1, kVpp1Bit, "Check for 13V on Textool pin 4"},
-                       {AdjustSupply::kVpp2, kVpp2Bit, "Check for 13V on Textool pin 1"},
-                       {AdjustSupply::kVpp3, kVpp3Bit, "Check for 13V on Textool pin 18"}}) {
-    test::RecordedLink rec;
-    EXPECT_EQ(ToggleAdjustSupply(rec.link, c.supply, true), c.text);
-    EXPECT_TRUE(On(rec.link, c.bit)) << c.text;
-    EXPECT_EQ(ToggleAdjustSupply(rec.link, c.supply, false), "");
-    EXPECT_FALSE(On(rec.link, c.bit)) << c.text;
-  }
-}
-
-TEST(AdjustTest, VddEntryRules) {
-  auto entry = ReadAdjustVddEntry("7");
-  ASSERT_TRUE(std::holds_alternative<AdjustVddEntry>(entry));
-  EXPECT_EQ(std::get<AdjustVddEntry>(entry).text, "7.0");
-  EXPECT_FLOAT_EQ(std::get<AdjustVddEntry>(entry).volts, 7.0F);
-  for (const auto& [answer, text] : {std::pair{"10", "Voltage to high"}, {"0", "wrong value"}, {"-3", "wrong value"},
-                                     {"abc", "wrong value"}}) {
-    const auto refused = ReadAdjustVddEntry(answer);
-    ASSERT_TRUE(std::holds_alternative<UserMessage>(refused)) << answer;
-    EXPECT_EQ(std::get<UserMessage>(refused).text, text) << answer;
-  }
+TEST(AdjustTest, TogglesAndVddEntriesDoWhatTheirRowsSay) {
+  const std::map<std::string, test::Call> calls = {
+      {"Toggle",
+       [](const auto& a) {
+         const std::map<std::string, AdjustSupply> supplies = {{"Vdd", AdjustSupply::kVdd},
+                                                               {"Vpp1", AdjustSupply::kVpp1},
+                                                               {"Vpp2", AdjustSupply::kVpp2},
+                                                               {"Vpp3", AdjustSupply::kVpp3}};
+         test::RecordedLink rec;
+         std::string out;
+         for (const bool on : {true, false}) {
+           const std::string text = ToggleAdjustSupply(rec.link, supplies.at(a.at(0)), on);
+           out += (on ? "\"" : "; \"") + text + "\", lines " + test::Hex(rec.link.outputShadow(), 2);
+         }
+         return out;
+       }},
+      {"Entry", [](const auto& a) {
+         const auto entry = ReadAdjustVddEntry(a.at(0));
+         if (const auto* refused = std::get_if<UserMessage>(&entry)) return refused->text;
+         const auto& taken = std::get<AdjustVddEntry>(entry);
+         return taken.text + ", " + test::Number(taken.volts) + " V";
+       }}};
+  EXPECT_EQ(test::TableMismatches("adjust.txt", calls), "");
 }
 
 // Closing switches Vpp1, Vpp2 and Vdd off and leaves Vpp3 as it was; with
