@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/golden.h"
 #include "support/temp_dir.h"
 
 namespace quorvi {
@@ -10,35 +11,27 @@ namespace {
 
 TEST(ResolveAppPaths, OptionThenEnvironmentThenExecutableFolderThenXdg) {
   test::TempDir dir;
-  const std::string exe = (dir.path() / "bin").string();
-  HomeSources s;
-  s.executableFolder = exe;
-  s.userHome = "/home/ada";
-  s.installedData = "/usr/share/quorvi";
-
-  EXPECT_EQ(ResolveAppPaths(s).home, "/home/ada/.config/quorvi");
-  EXPECT_EQ(ResolveAppPaths(s).data, "/usr/share/quorvi");
-  s.xdgConfigHome = "/xdg";
-  EXPECT_EQ(ResolveAppPaths(s).home, "/xdg/quorvi");
-
-  dir.Write("bin/device.ini", "PIC16F84\r\n");  // a build tree or portable install
-  EXPECT_EQ(ResolveAppPaths(s).home, exe);
-  EXPECT_EQ(ResolveAppPaths(s).data, exe);
-
-  s.environment = "/env/home";
-  EXPECT_EQ(ResolveAppPaths(s).home, "/env/home");
-  EXPECT_EQ(ResolveAppPaths(s).data, exe) << "a home without a catalogue reads the shipped one";
-  s.option = "/opt/home";
-  const AppPaths paths = ResolveAppPaths(s);
-  EXPECT_EQ(paths.home, "/opt/home");
-  EXPECT_EQ(paths.Settings(), "/opt/home/quorvi2.ini");
-  EXPECT_EQ(paths.ErrorLog(), "/opt/home/quorvi2.err");
-  EXPECT_EQ(paths.Catalogue(), exe + "/device.ini");
-
   dir.Write("own/device.ini", "PIC16F84\r\n");
-  s.option = (dir.path() / "own").string();
-  EXPECT_EQ(ResolveAppPaths(s).Catalogue(), *s.option + "/device.ini");
-  EXPECT_EQ(ResolveAppPaths(s).Sound(), *s.option + "/ok.wav");
+  const std::string folder = dir.path().string();
+  const auto resolve = [&](const std::vector<std::string>& a) {
+    std::filesystem::remove_all(dir.path() / "bin");
+    HomeSources s;
+    s.executableFolder = folder + "/bin";
+    s.userHome = "/home/ada";
+    s.installedData = "/usr/share/quorvi";
+    for (const std::string& word : a) {
+      const std::string value = test::Replaced(word.substr(word.find('=') + 1), "$DIR", folder);
+      if (word == "bin") dir.Write("bin/device.ini", "PIC16F84\r\n");
+      if (word.starts_with("xdg=")) s.xdgConfigHome = value;
+      if (word.starts_with("env=")) s.environment = value;
+      if (word.starts_with("option=")) s.option = value;
+    }
+    const AppPaths p = ResolveAppPaths(s);
+    return test::Replaced(p.home + ", " + p.data + " | " + p.Settings() + ", " + p.ErrorLog() + ", " + p.Catalogue() +
+                              ", " + p.Sound(),
+                          folder, "$DIR");
+  };
+  EXPECT_EQ(test::TableMismatches("home.txt", {{"Resolve", resolve}}), "");
 }
 
 }  // namespace
