@@ -17,25 +17,26 @@ namespace {
 using test::HexRecord;
 
 // What loading `path` leaves for each device of `specs` (":keep" keeps the
-// buffer), from an image whose every program slot holds a mark, so that a
-// stray write or clear shows.
+// buffer, ":quiet" loads in quiet mode), from an image whose every program
+// slot holds a mark, so that a stray write or clear shows.
 std::string LoadResults(const std::string& path, const std::vector<std::string>& specs) {
   std::string out;
   for (const std::string& spec : specs) {
-    const bool keep = spec.ends_with(":keep");
-    const DeviceDescriptor device = test::TestDevice(keep ? spec.substr(0, spec.size() - 5) : spec);
+    const bool keep = spec.ends_with(":keep"), quiet = spec.ends_with(":quiet");
+    const DeviceDescriptor device = test::TestDevice(keep || quiet ? spec.substr(0, spec.rfind(':')) : spec);
     MemoryImage image = test::SelectedImage(device);
     std::fill(image.programBuffer.begin(), image.programBuffer.end(), 0x1111);
     image.configWord = 0x1234;
     const MemoryImage before = image;
-    const LoadReport report = LoadImageFile(path, keep, device, image);
-    out += "== " + spec + (report.loaded ? "\n" : " refused\n");
-    for (const UserMessage& message : report.messages) {
-      out += test::Replaced(test::Shown(message), path, "FILE") + "\n";
-    }
+    LoadOptions options;
+    options.quiet = quiet;
+    const LoadReport report = LoadImageFile(path, keep, device, image, options);
+    out += "== " + spec + (report.loaded ? "" : " refused") + (report.progressLeftShown ? ", progress shown" : "") +
+           (report.quietEnd ? ", quiet end \"" + *report.quietEnd + "\"" : "") + "\n";
+    for (const UserMessage& message : report.messages) out += test::Shown(message) + "\n";
     out += report.loaded ? test::Dump(image) : image == before ? "" : "but the image changed\n";
   }
-  return out;
+  return test::Replaced(out, path, "FILE");
 }
 
 // Each NAME.txt in tests/data/load and tests/data/examples names the devices
@@ -56,35 +57,25 @@ TEST(LoadImageFile, EachFileLoadsAsItsCaseSays) {
   }
 }
 
-TEST(LoadImageFile, KindComesFromTheLastThreeCharactersUpperCased) {
-  for (const auto& [name, kind] : std::vector<std::pair<std::string, ImageFileKind>>{
-           {"a.bin", ImageFileKind::kBin}, {"a.Tif", ImageFileKind::kTif}, {"aBIN", ImageFileKind::kBin},
-           {"a.obj", ImageFileKind::kHex}, {"a.tiff", ImageFileKind::kHex}, {"in", ImageFileKind::kHex}}) {
-    EXPECT_EQ(ImageFileKindOf(name), kind) << name;
-  }
-}
-
-// A .BIN fills the program buffer at most, as does a .TIF after its header;
-// big parts look at the 18F configuration bytes only, and finding none say so.
-TEST(LoadImageFile, BinaryFilesFillTheProgramBufferAtMost) {
+// Files made here: a .BIN as big as the program buffer and one byte more, a
+// .TIF that big after its header, and files that cannot be read, which name
+// themselves and why; in quiet mode a missing file ends the run with an empty
+// log, anything else with that one line.
+TEST(LoadImageFile, MadeAndUnreadableFilesLoadAsTheirCasesSay) {
   test::TempDir dir;
-  MemoryImage image = test::SelectedImage(test::Eeprom24LC512());
-  const LoadReport full =
-      LoadImageFile(dir.Write("full.bin", std::string(65537, '\x42')), false, test::Eeprom24LC512(), image);
-  ASSERT_TRUE(full.loaded);
-  EXPECT_EQ(image.programBuffer[65536], 0x42);
-  ASSERT_EQ(full.messages.size(), 1U);
-  EXPECT_EQ(full.messages[0].text, image_text::kConfigMissing);
-  for (const auto& [name, size] : {std::pair{"big.bin", size_t{65538}}, {"big.tif", size_t{65538 + 25}}}) {
-    for (const auto& device : {test::Pic16F84(), test::Pic18F452(), test::Pic12C508A()}) {
-      const MemoryImage before = image;
-      const LoadReport big = LoadImageFile(dir.Write(name, std::string(size, 'x')), false, device, image);
-      EXPECT_FALSE(big.loaded);
-      EXPECT_EQ(image, before);
-      ASSERT_EQ(big.messages.size(), 1U);
-      EXPECT_NE(big.messages[0].text.find("65538 bytes"), std::string::npos) << big.messages[0].text;
-    }
+  std::filesystem::resize_file(dir.Write("huge.hex", ""), kLargestInputBytes + 1);
+  std::string out;
+  for (const auto& [path, specs] : std::vector<std::pair<std::string, std::string>>{
+           {dir.Write("full.bin", std::string(65537, '\x42')), "24LC512"},
+           {dir.Write("big.bin", std::string(65538, 'x')), "16F84 18F452 12C508A"},
+           {dir.Write("big.tif", std::string(65538 + 25, 'x')), "16F84 18F452 12C508A"},
+           {"/nonexistent/folder/x.hex", "16F84 16F84:quiet"},
+           {dir.path().string(), "16F84 16F84:quiet"},
+           {"/dev/zero", "16F84 16F84:quiet"},
+           {dir.path() / "huge.hex", "16F84 16F84:quiet"}}) {
+    out += "# " + path + "\n" + LoadResults(path, test::Words(specs));
   }
+  EXPECT_EQ(test::GoldenMismatch("load_made.txt", test::Replaced(out, dir.path().string(), "$DIR")), "");
 }
 
 TEST(LoadImageFile, BigDevicesReportProgressEvery128Words) {
@@ -101,41 +92,6 @@ TEST(LoadImageFile, BigDevicesReportProgressEvery128Words) {
   MemoryImage small = test::SelectedImage(test::Pic18F452());
   ASSERT_TRUE(LoadImageFile(path, false, test::Pic18F452(), small, options).loaded);
   EXPECT_TRUE(percents.empty());
-}
-
-// Each file that cannot be read names itself and why; in quiet mode a missing
-// file ends the run with an empty log, anything else with that one line.
-TEST(LoadImageFile, AnUnreadableFileSaysWhichAndWhy) {
-  test::TempDir dir;
-  const std::string folder = dir.path().string();
-  const std::string huge = dir.Write("huge.hex", "");
-  std::filesystem::resize_file(huge, kLargestInputBytes + 1);
-  const std::pair<std::string, std::string> cases[] = {
-      {"/nonexistent/folder/x.hex", "file not found: /nonexistent/folder/x.hex"},
-      {folder, folder + ": is a directory"},
-      {"/dev/zero", "/dev/zero: is not a regular file"},
-      {huge, huge + ": is too large (16777217 bytes; at most 16777216)"},
-  };
-  for (const auto& [path, message] : cases) {
-    for (const bool quiet : {false, true}) {
-      MemoryImage image = test::SelectedImage(test::Pic16F84());
-      const MemoryImage before = image;
-      LoadOptions options;
-      options.quiet = quiet;
-      const LoadReport report = LoadImageFile(path, false, test::Pic16F84(), image, options);
-      EXPECT_FALSE(report.loaded);
-      EXPECT_TRUE(report.progressLeftShown);
-      EXPECT_EQ(image, before);
-      if (quiet) {
-        EXPECT_EQ(report.quietEnd, message.starts_with("file not found") ? "" : message) << path;
-        EXPECT_TRUE(report.messages.empty());
-      } else {
-        EXPECT_FALSE(report.quietEnd.has_value());
-        ASSERT_EQ(report.messages.size(), 1U);
-        EXPECT_EQ(report.messages[0].text, message);
-      }
-    }
-  }
 }
 
 TEST(LoadImageFile, BinaryGarbageNeverCrashesOrHalfLoads) {

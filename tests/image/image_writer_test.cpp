@@ -7,6 +7,7 @@
 #include <map>
 
 #include "image/image_reader.h"
+#include "image/serial_numbering.h"
 #include "image/image_test_util.h"
 #include "support/devices.h"
 #include "support/run_command.h"
@@ -90,12 +91,15 @@ TEST(SaveImageFile, FailureNamesThePathAndKeepsTheEnd) {
   EXPECT_FALSE(std::filesystem::exists("/tmp/never-written.hex"));
 }
 
-TEST(SavePaths, SuffixLastDirectoryAndFileName) {
+TEST(FileNames, SuffixFolderNameKindAndCompanion) {
   const std::map<std::string, test::Call> calls = {
       {"WithHexSuffix", [](const auto& a) { return WithHexSuffix(a.at(0)); }},
       {"LastDirectoryOf", [](const auto& a) { return LastDirectoryOf(a.at(0)); }},
-      {"FileNameOf", [](const auto& a) { return FileNameOf(a.at(0)); }}};
-  EXPECT_EQ(test::TableMismatches("save_paths.txt", calls), "");
+      {"FileNameOf", [](const auto& a) { return FileNameOf(a.at(0)); }},
+      {"ImageFileKindOf",
+       [](const auto& a) { return std::vector<std::string>{"HEX", "BIN", "TIF"}.at(size_t(ImageFileKindOf(a.at(0)))); }},
+      {"CompanionPath", [](const auto& a) { return CompanionPath(a.at(0)); }}};
+  EXPECT_EQ(test::TableMismatches("file_names.txt", calls), "");
 }
 
 // --- Outside tools read what we write ---------------------------------------

@@ -118,7 +118,6 @@ TEST(SerialNumbering, EachCallGivesWhatItsRowSays) {
          const SerialDialogTexts texts = FormatSerialDialog(State(a));
          return texts.serialNumber + " " + texts.startAddress + " " + texts.size + " " + texts.increment;
        }},
-      {"CompanionPath", [](const Args& a) { return CompanionPath(a.at(0)); }},
   };
   EXPECT_EQ(test::TableMismatches("serial_numbering.txt", calls), "");
 }
