@@ -27,6 +27,8 @@ TEST(CalibrationFile, SavesTheCalibrationAreaAndTheDataSectionOfDataParts) {
   }
 }
 
+// Loading it back changes only the area and the configuration word, which
+// every load resets to the blank word.
 TEST(CalibrationFile, RoundTripChangesOnlyTheAreaAndTheConfigurationWord) {
   test::TempDir dir;
   const std::string path = (dir.path() / "chip.cal").string();
@@ -34,18 +36,14 @@ TEST(CalibrationFile, RoundTripChangesOnlyTheAreaAndTheConfigurationWord) {
   ASSERT_TRUE(SaveCalibrationFile(path, device, CalibratedImage()).ok());
 
   MemoryImage image = test::SelectedImage(device);
-  for (size_t a = 0; a < image.programBuffer.size(); ++a) image.programBuffer[a] = 0x0777;
+  std::fill(image.programBuffer.begin(), image.programBuffer.end(), 0x0777);
   image.configWord = 0x3F00;
   image.idWords = {1, 2, 3, 4, 0};
   image.dataBuffer.fill(0x12);
-  MemoryImage expected = image;
-  for (size_t a = 0xFC0; a <= 0xFFF; ++a) expected.programBuffer[a] = static_cast<int32_t>(0x3400 + (a & 0x3F));
-  expected.configWord = 0x3FFF;  // every load resets it to the blank word
-
   const LoadReport report = LoadCalibrationFile(path, device, image);
   ASSERT_TRUE(report.loaded);
   EXPECT_TRUE(report.messages.empty());
-  EXPECT_EQ(image, expected);
+  EXPECT_EQ(test::GoldenMismatch("calibration_loaded.txt", test::Dump(image)), "");
 }
 
 }  // namespace

@@ -94,12 +94,6 @@ std::string Shown(const UserMessage& message) {
          message.text;
 }
 
-std::string JoinLines(const std::vector<std::string>& lines, const std::string& lineEnd) {
-  std::string text;
-  for (const auto& line : lines) text += line + lineEnd;
-  return text;
-}
-
 std::string ExamplePath(const std::string& name) { return std::string(QUORVI_EXAMPLES_DIR) + "/" + name; }
 
 }  // namespace quorvi::test

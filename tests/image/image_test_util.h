@@ -24,9 +24,6 @@ MemoryImage Sample16F84();
 /// HexRecord(0x400E, 0, {0xF1, 0x3F}) is ":02400E00F13F80".
 std::string HexRecord(int byteAddress, int type, const std::vector<int>& bytes);
 
-/// Lines joined with `lineEnd` after each.
-std::string JoinLines(const std::vector<std::string>& lines, const std::string& lineEnd = "\n");
-
 /// One of the hand-built devices of support/devices.h by name; ":map21"
 /// after the name gives it fuse map 21.
 DeviceDescriptor TestDevice(const std::string& name);

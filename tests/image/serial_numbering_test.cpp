@@ -52,10 +52,7 @@ std::string Changes(const MemoryImage& before, const MemoryImage& after) {
   std::string changes;
   for (size_t a = 0; a < after.programBuffer.size(); ++a) {
     if (after.programBuffer[a] == before.programBuffer[a]) continue;
-    char text[32];
-    std::snprintf(text, sizeof text, "%s%04zX=%X", changes.empty() ? "" : " ", a,
-                  static_cast<unsigned>(after.programBuffer[a]));
-    changes += text;
+    changes += (changes.empty() ? "" : " ") + test::Hex(static_cast<int64_t>(a), 4) + "=" + test::Hex(after.programBuffer[a]);
   }
   return changes.empty() ? "none" : changes;
 }
