@@ -7,7 +7,9 @@
 
 #include "image/image_test_util.h"
 #include "image/image_texts.h"
+#include "image/memory_image.h"
 #include "support/devices.h"
+#include "support/run_command.h"
 #include "support/temp_dir.h"
 #include "util/file_check.h"
 
@@ -114,6 +116,52 @@ TEST(LoadImageFile, BinaryGarbageNeverCrashesOrHalfLoads) {
         EXPECT_EQ(report.messages[0].title, image_text::kErrorTitle);
       }
     }
+  }
+}
+
+// "Clear Buffer" blanks slots 0..32760 and keeps the configuration, IDs and
+// 18F bytes; selecting a device blanks its own words, IDs and configuration
+// (selection knows no serial-EEPROM blank). Both blank every data byte.
+TEST(MemoryImage, ClearAndSelectionBlankTheirAreasWithTheFamilysBlank) {
+  std::string out;
+  for (const bool select : {false, true}) {
+    for (const char* name : {"16F84", "12C508A", "24C16", "18F452", "16C622:map21"}) {
+      MemoryImage image;
+      std::fill(image.programBuffer.begin(), image.programBuffer.end(), 7);
+      image.dataBuffer.fill(3);
+      image.configWord = 0x1234;
+      image.idWords = {1, 2, 3, 4, 5};
+      image.config18Bytes.fill(0x42);
+      (select ? ResetImageOnSelection : ClearImage)(test::TestDevice(name), image);
+      out += std::string(select ? "== select " : "== clear ") + name + "\n" + test::Dump(image);
+    }
+  }
+  EXPECT_EQ(test::GoldenMismatch("memory_image_reset.txt", out), "");
+}
+
+// The loader keeps the 18F bytes in pairs, odd address first, and none for 30000Ch/30000Dh.
+TEST(MemoryImage, Config18ImageByteFindsEachRegistersByte) {
+  MemoryImage image;
+  image.config18Bytes = {0x11, 0x10, 0x13, 0x12, 0x15, 0x14, 0x17, 0x16, 0x19, 0x18, 0x1B, 0x1A, 0x1F, 0x1E};
+  for (int offset = 0; offset < 16; ++offset) {
+    const bool none = offset == 12 || offset == 13;
+    EXPECT_EQ(Config18ImageByte(image, offset), none ? std::nullopt : std::optional<uint8_t>(0x10 + offset)) << offset;
+  }
+}
+
+// The examples, whose loads are the cases in tests/data/examples, are what
+// gpasm makes of their sources.
+TEST(GpasmFile, ExamplesAreWhatGpasmMakesOfTheirSources) {
+  if (!test::HaveProgram("gpasm")) GTEST_SKIP() << "gpasm (package gputils) is not installed";
+  test::TempDir dir;
+  for (std::string name : test::DataFiles("examples", ".hex.txt")) {
+    name.resize(name.size() - 4);  // as blink_12c508a.inhx8m.hex
+    const std::string source = name.substr(0, name.find('.')), part = source.substr(source.find('_') + 1);
+    const std::string command = "gpasm -q -p " + part + (name.ends_with("inhx8m.hex") ? " -a inhx8m " : " ") +
+                                test::ExamplePath(source + ".asm") + " -o " + (dir.path() / name).string();
+    ASSERT_EQ(test::RunCommand(command).exitCode, 0) << command;
+    EXPECT_NE(dir.Read(name), "");
+    EXPECT_EQ(dir.Read(name), test::RunCommand("cat " + test::ExamplePath(name)).out) << name;
   }
 }
 
