@@ -97,7 +97,7 @@ TEST(FileNames, SuffixFolderNameKindAndCompanion) {
       {"LastDirectoryOf", [](const auto& a) { return LastDirectoryOf(a.at(0)); }},
       {"FileNameOf", [](const auto& a) { return FileNameOf(a.at(0)); }},
       {"ImageFileKindOf",
-       [](const auto& a) { return std::vector<std::string>{"HEX", "BIN", "TIF"}.at(size_t(ImageFileKindOf(a.at(0)))); }},
+       [](const auto& a) { return std::vector<std::string>{"HEX", "BIN", "TIF"}.at(size_t(ImageFileKindOf(a[0]))); }},
       {"CompanionPath", [](const auto& a) { return CompanionPath(a.at(0)); }}};
   EXPECT_EQ(test::TableMismatches("file_names.txt", calls), "");
 }

@@ -53,7 +53,7 @@ std::string Changes(const MemoryImage& before, const MemoryImage& after) {
   std::string changes;
   for (size_t a = 0; a < after.programBuffer.size(); ++a) {
     if (after.programBuffer[a] == before.programBuffer[a]) continue;
-    changes += (changes.empty() ? "" : " ") + test::Hex(static_cast<int64_t>(a), 4) + "=" + test::Hex(after.programBuffer[a]);
+    changes += (changes.empty() ? "" : " ") + test::Hex(int64_t(a), 4) + "=" + test::Hex(after.programBuffer[a]);
   }
   return changes.empty() ? "none" : changes;
 }
