@@ -18,14 +18,14 @@ namespace {
 
 using test::HexRecord;
 
-// What loading `path` leaves for each device of `specs` (":keep" keeps the
+// What loading `path` leaves for each device of `entries` (":keep" keeps the
 // buffer, ":quiet" loads in quiet mode), from an image whose every program
 // slot holds a mark, so that a stray write or clear shows.
-std::string LoadResults(const std::string& path, const std::vector<std::string>& specs) {
+std::string LoadResults(const std::string& path, const std::vector<std::string>& entries) {
   std::string out;
-  for (const std::string& spec : specs) {
-    const bool keep = spec.ends_with(":keep"), quiet = spec.ends_with(":quiet");
-    const DeviceDescriptor device = test::TestDevice(keep || quiet ? spec.substr(0, spec.rfind(':')) : spec);
+  for (const std::string& entry : entries) {
+    const bool keep = entry.ends_with(":keep"), quiet = entry.ends_with(":quiet");
+    const DeviceDescriptor device = test::TestDevice(keep || quiet ? entry.substr(0, entry.rfind(':')) : entry);
     MemoryImage image = test::SelectedImage(device);
     std::fill(image.programBuffer.begin(), image.programBuffer.end(), 0x1111);
     image.configWord = 0x1234;
@@ -33,7 +33,7 @@ std::string LoadResults(const std::string& path, const std::vector<std::string>&
     LoadOptions options;
     options.quiet = quiet;
     const LoadReport report = LoadImageFile(path, keep, device, image, options);
-    out += "== " + spec + (report.loaded ? "" : " refused") + (report.progressLeftShown ? ", progress shown" : "") +
+    out += "== " + entry + (report.loaded ? "" : " refused") + (report.progressLeftShown ? ", progress shown" : "") +
            (report.quietEnd ? ", quiet end \"" + *report.quietEnd + "\"" : "") + "\n";
     for (const UserMessage& message : report.messages) out += test::Shown(message) + "\n";
     out += report.loaded ? test::Dump(image) : image == before ? "" : "but the image changed\n";
@@ -67,7 +67,7 @@ TEST(LoadImageFile, MadeAndUnreadableFilesLoadAsTheirCasesSay) {
   test::TempDir dir;
   std::filesystem::resize_file(dir.Write("huge.hex", ""), kLargestInputBytes + 1);
   std::string out;
-  for (const auto& [path, specs] : std::vector<std::pair<std::string, std::string>>{
+  for (const auto& [path, entries] : std::vector<std::pair<std::string, std::string>>{
            {dir.Write("full.bin", std::string(65537, '\x42')), "24LC512"},
            {dir.Write("big.bin", std::string(65538, 'x')), "16F84 18F452 12C508A"},
            {dir.Write("big.tif", std::string(65538 + 25, 'x')), "16F84 18F452 12C508A"},
@@ -75,7 +75,7 @@ TEST(LoadImageFile, MadeAndUnreadableFilesLoadAsTheirCasesSay) {
            {dir.path().string(), "16F84 16F84:quiet"},
            {"/dev/zero", "16F84 16F84:quiet"},
            {dir.path() / "huge.hex", "16F84 16F84:quiet"}}) {
-    out += "# " + path + "\n" + LoadResults(path, test::Words(specs));
+    out += "# " + path + "\n" + LoadResults(path, test::Words(entries));
   }
   EXPECT_EQ(test::GoldenMismatch("load_made.txt", test::Replaced(out, dir.path().string(), "$DIR")), "");
 }
