@@ -1,101 +1,105 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/shell.h"
-
+// The main window's commands, and the ports they open by name.
 #include <gtest/gtest.h>
 
+#include <cstdio>
+
+#include "app/port_registry.h"
+#include "app/shell.h"
+#include "hw/clock.h"
 #include "hw/recording_port.h"
+#include "sim/sim_board.h"
+#include "support/golden.h"
 #include "support/temp_dir.h"
 
 namespace quorvi {
 namespace {
 
-// An application state on a recording port, with the shipped catalogue and
-// a settings file in a temporary home folder.
-struct ShellFixture : ::testing::Test {
-  ShellFixture()
-      : state(AppPaths{home.path().string(), QUORVI_DATA_DIR}, std::make_unique<VirtualClock>(),
-              std::make_unique<RecordingPort>()) {
-    EXPECT_TRUE(LoadSettingsInto(state, "/home/ada").ok());
-  }
-  RecordingPort& port() { return dynamic_cast<RecordingPort&>(state.link.driver()); }
-  std::string SettingsFile() { return home.Read("quorvi2.ini"); }
-
+// Runs the row's commands, split at ';', as the main window would.
+std::string RunCommands(const std::string& row) {
   test::TempDir home;
-  AppState state;
-};
-
-PortOpener RecordingOpener(std::vector<long>& opened) {
-  return [&opened](long base) -> Result<std::unique_ptr<PortDriver>> {
-    opened.push_back(base);
+  AppState state(AppPaths{home.path().string(), QUORVI_DATA_DIR}, std::make_unique<VirtualClock>(),
+                 std::make_unique<RecordingPort>());
+  EXPECT_TRUE(LoadSettingsInto(state, "/home/ada").ok());
+  std::string opened;
+  const PortOpener opener = [&opened](long base) -> Result<std::unique_ptr<PortDriver>> {
+    char hex[16];
+    std::snprintf(hex, sizeof hex, " %lX", base);
+    opened += hex;
     if (base == 0x3BC) return Status::Fail("No parallel port at 0x3BC");
     return std::unique_ptr<PortDriver>(std::make_unique<RecordingPort>());
   };
-}
-
-TEST_F(ShellFixture, SelectionRemembersTheDeviceInLines1To3) {
-  Result<SelectionView> view = SelectAndRemember(state, "16F628", false);
-  ASSERT_TRUE(view.ok()) << view.message();
-  EXPECT_EQ(state.device.name, "16F628");
-  EXPECT_EQ(SettingsFile(), "LPT10\r\nPROT\r\n16F628\r\n");
-  EXPECT_FALSE(SelectAndRemember(state, "16F999", false).ok());
-  EXPECT_EQ(state.device.name, "16F628");
-}
-
-TEST_F(ShellFixture, ModeChangeWritesLines1To4AndResetsTheProgrammer) {
-  const int64_t before = state.clock->Nanoseconds();
-  port().Clear();
-  ASSERT_TRUE(ChooseMode(state, "PROD").ok());
-  EXPECT_TRUE(state.productionMode());
-  EXPECT_EQ(SettingsFile(), "LPT10\r\nPROD\r\n16F84\r\n/home/ada\r\n");
-  const std::vector<uint8_t> writes = port().Writes();
-  ASSERT_GE(writes.size(), 2U);
-  EXPECT_EQ(writes.front(), 0x3C);
-  EXPECT_EQ(writes.back() & 0x3C, 0x3C) << "supplies off";
-  EXPECT_GE(state.clock->Nanoseconds() - before, 250'000'000) << "the supply level reset";
-}
-
-TEST_F(ShellFixture, PortEntriesMoveThePortAndRewriteTheFile) {
-  std::vector<long> opened;
-  ASSERT_TRUE(ChoosePort(state, PortEntry::kLpt2, RecordingOpener(opened)).ok());
-  EXPECT_EQ(state.settings.port, 0x278);
-  EXPECT_EQ(SettingsFile(), "LPT20\r\nPROT\r\n16F84\r\n/home/ada\r\n");
-
-  ASSERT_TRUE(ChangeCustomAddress(state, "", RecordingOpener(opened)).ok());
-  EXPECT_EQ(state.settings.port, 0x278) << "an empty answer changes nothing";
-
-  const Status failed = ChangeCustomAddress(state, "3bc", RecordingOpener(opened));
-  EXPECT_FALSE(failed.ok());
-  EXPECT_EQ(state.settings.port, 0x3BC);
-  EXPECT_EQ(state.settings.portEntry, PortEntry::kCustom);
-  EXPECT_EQ(CustomPortCaption(state.settings), "LPT? on 3BCh");
-  EXPECT_EQ(SettingsFile(), "LPT 3BC\r\nPROT\r\n16F84\r\n/home/ada\r\n");
-  EXPECT_EQ(opened, (std::vector<long>{0x278, 0x3BC}));
-  EXPECT_NE(state.link.driver().Describe().find("No parallel port at 0x3BC"), std::string::npos);
-}
-
-TEST_F(ShellFixture, SupplyMarginsAreCheckedAndWrittenInLines4And5) {
-  ASSERT_TRUE(SelectAndRemember(state, "16F84", false).ok());
-  EXPECT_FALSE(EnterVddMargin(state, false, "4").has_value());
-  EXPECT_FLOAT_EQ(state.device.vddMin, 4.0F);
-  EXPECT_EQ(SettingsFile(), "LPT10\r\nPROT\r\n16F84\r\n4\r\n5.5\r\n");
-
-  const std::optional<UserMessage> high = EnterVddMargin(state, true, "10");
-  ASSERT_TRUE(high.has_value());
-  EXPECT_EQ(high->text, "Voltage to high");
-  EXPECT_EQ(high->icon, MessageIcon::kCritical);
-  for (const char* answer : {"abc", "0", "-1", ""}) {
-    const std::optional<UserMessage> wrong = EnterVddMargin(state, true, answer);
-    ASSERT_TRUE(wrong.has_value()) << answer;
-    EXPECT_EQ(wrong->text, "wrong value");
+  std::string out;
+  for (size_t from = 0; from < row.size();) {
+    const size_t end = std::min(row.find(';', from), row.size());
+    const std::vector<std::string> w = test::Words(row.substr(from, end - from));
+    from = end + 1;
+    const auto port = [&state] { return dynamic_cast<RecordingPort*>(&state.link.driver()); };
+    const int64_t before = state.clock->Nanoseconds();
+    if (port() != nullptr) port()->Clear();
+    Status status = Status::Ok();
+    if (w.at(0) == "select") status = SelectAndRemember(state, w.at(1), false).status();
+    if (w.at(0) == "mode") status = ChooseMode(state, w.at(1));
+    if (w.at(0) == "port") status = ChoosePort(state, PortEntry::kLpt2, opener);
+    if (w.at(0) == "custom") status = ChangeCustomAddress(state, w.at(1), opener);
+    if (w.at(0) == "min" || w.at(0) == "max") {
+      const std::optional<UserMessage> refused = EnterVddMargin(state, w[0] == "max", w.at(1));
+      if (refused) status = Status::Fail(refused->text + " (icon " + std::to_string(int(refused->icon)) + ")");
+    }
+    if (w.at(0) == "power") state.link.SetVdd("on"), state.link.SetVpp2(kTrue);
+    if (w.at(0) == "end") EndSession(state);
+    out += (out.empty() ? "" : "; ") + test::Replaced(status.ok() ? "ok" : status.message(), QUORVI_DATA_DIR, "$DATA");
+    if (w.at(0) == "mode") {
+      char writes[64];
+      std::snprintf(writes, sizeof writes, ", writes %02X..%02X over %.3f ms", port()->Writes().front(),
+                    port()->Writes().back(), static_cast<double>(state.clock->Nanoseconds() - before) / 1e6);
+      out += writes;
+    }
   }
-  EXPECT_FLOAT_EQ(state.device.vddMax, 5.5F);
+  char fields[200];
+  const char* const entries[] = {"lpt1", "lpt2", "custom"};
+  std::snprintf(fields, sizeof fields, " | %s %s, port %lX %s \"%s\", Vdd %g-%g, lines %02X, opened%s | ",
+                state.device.name.c_str(), state.productionMode() ? "PROD" : "PROT", state.settings.port,
+                entries[static_cast<int>(state.settings.portEntry)], CustomPortCaption(state.settings).c_str(),
+                double{state.device.vddMin}, double{state.device.vddMax}, state.link.outputShadow(), opened.c_str());
+  return out + fields + state.link.driver().Describe() + " | " + test::Escaped(home.Read("quorvi2.ini"));
 }
 
-TEST_F(ShellFixture, TheEndLeavesEverySupplyOff) {
-  state.link.SetVdd("on");
-  state.link.SetVpp2(kTrue);
-  EndSession(state);
-  EXPECT_EQ(state.link.outputShadow() & 0x3F, 0x3C);
+TEST(Shell, EachRowOfCommandsLeavesWhatItSays) { EXPECT_EQ(test::TableMismatches("shell.txt", RunCommands), ""); }
+
+TEST(OpenPort, ChoosesTheBackendByTheFormOfTheName) {
+  test::TempDir dir;
+  dir.Write("proc/parport0/base-addr", "956\t-1\n");  // 0x3BC
+  Result<sim::ChipState> state = NewSimChip("12C508A");
+  ASSERT_TRUE(state.ok());
+  state.value().program[0] = 0x0A5;
+  const std::string chip = (dir.path() / "chip.json").string();
+  ASSERT_TRUE(sim::SaveChipState(state.value(), chip).ok());
+  VirtualClock clock;
+  PortEnvironment env;
+  env.parports = {(dir.path() / "proc").string(), (dir.path() / "dev").string()};
+  env.clock = &clock;
+  const std::string folder = dir.path().string();
+  const std::map<std::string, test::Call> calls = {
+      {"ParsePortAddress",
+       [](const auto& a) {
+         const std::optional<long> base = ParsePortAddress(a.at(0));
+         char text[16];
+         std::snprintf(text, sizeof text, "0x%lX", base.value_or(0));
+         return base ? std::string(text) : "none";
+       }},
+      {"OpenPort", [&](const auto& a) {
+         const auto port = OpenPort(test::Replaced(a.at(0), "$DIR", folder), env);
+         return test::Replaced(port.ok() ? port.value()->Describe() : port.message(), folder, "$DIR");
+       }}};
+  EXPECT_EQ(test::TableMismatches("ports.txt", calls), "");
+  EXPECT_EQ(OpenPort("record", env).value()->ReadStatus(), 0x40);
+  auto empty = OpenPort("sim", env).value();
+  empty->WriteData(0x3D);  // data line released
+  EXPECT_EQ(empty->ReadStatus() & 0x40, 0x40) << "an empty socket reads the pull-up";
+  auto fromFile = OpenPort("sim:" + chip, env).value();
+  EXPECT_EQ(dynamic_cast<sim::SimBoard&>(*fromFile).chip()->state().program[0], 0x0A5);
+  EXPECT_EQ(OpenPort("sim").message(), "The simulated board needs a clock");
 }
 
 }  // namespace

@@ -1,102 +1,83 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// quorvi2-cli run as a separate process in a temporary home folder, on the
-// simulated board with a chip-state file that carries the chip from run to run.
+// quorvi2-cli run as a separate process by the scripts in tests/data/cli, in
+// a temporary home folder on the simulated board, with a chip-state file that
+// carries the chip from run to run. A script's "> " lines are commands; the
+// other lines are what they gave, which a run must give again.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <filesystem>
+#include <regex>
 #include <string>
 
+#include "support/golden.h"
 #include "support/run_command.h"
 #include "support/temp_dir.h"
 
 namespace quorvi {
 namespace {
 
-class Cli : public ::testing::Test {
- protected:
-  // Runs the tool with the arguments after the home, chip and clock options.
-  test::CommandOutput Run(const std::string& args, const std::string& extra = "--clock virtual") {
-    const std::string home = home_.path().string();
-    return test::RunCommand(std::string(QUORVI_CLI_PATH) + " --home '" + home + "' --chip '" + home +
-                            "/chip.json' " + extra + " " + args + " 2>'" + home + "/stderr' </dev/null");
+class Script {
+ public:
+  // Runs every command of `script`, keeping its comments.
+  std::string Run(const std::string& script) {
+    for (const std::string& line : test::SplitLines(script)) {
+      if (line.empty() || line.starts_with('#')) out_ += line + "\n";
+      if (!line.starts_with("> ")) continue;
+      out_ += line + "\n";
+      Do(line.substr(2));
+    }
+    return out_;
   }
-  std::string Stderr() { return home_.Read("stderr"); }
+
+ private:
+  // After " ~ " a command may give a pattern for the lines to show. Progress
+  // percentages and estimated times follow the timing, not what the tool did,
+  // and are left out.
+  void Do(std::string line) {
+    line = test::Replaced(test::Replaced(line, "$HOME", home_.path().string()), "$SRC", QUORVI_SOURCE_DIR);
+    const size_t tilde = line.find(" ~ ");
+    const std::regex shown(tilde == std::string::npos ? "" : line.substr(tilde + 3));
+    const std::regex noise(R"(^! (\d+%|.*\(estimated time on a real port\))$)");
+    for (const std::string& out : Lines(line.substr(0, tilde))) {
+      if (out.starts_with("exit ") || (std::regex_search(out, shown) && !std::regex_search(out, noise))) Note(out);
+    }
+  }
+
+  // What a command gives: "run" runs the tool with the home, chip and clock
+  // options, "bare" with the home only; "read" shows a file as one line.
+  std::vector<std::string> Lines(const std::string& command) {
+    const std::vector<std::string> w = test::Words(command);
+    const std::filesystem::path file = home_.path() / w.at(1);
+    if (w.at(0) == "write") return home_.Write(w.at(1), w.at(2)), std::vector<std::string>{};
+    if (w.at(0) == "read") return {"\"" + test::Escaped(home_.Read(w.at(1))) + "\""};
+    if (w.at(0) == "lines") return test::SplitLines(home_.Read(w.at(1)));
+    if (w.at(0) == "remove") return std::filesystem::remove(file), std::vector<std::string>{};
+    if (w.at(0) == "exists") return {w.at(1) + (std::filesystem::exists(file) ? "" : " missing")};
+    const std::string home = home_.path().string();
+    const test::CommandOutput run = test::RunCommand(
+        std::string(QUORVI_CLI_PATH) + " --home '" + home + "' " +
+        (w.at(0) == "run" ? "--chip '" + home + "/chip.json' --clock virtual " : "") + command.substr(w[0].size()) +
+        " 2>'" + home + "/stderr' </dev/null");
+    std::vector<std::string> lines = {"exit " + std::to_string(run.exitCode)};
+    for (const std::string& out : test::SplitLines(run.out)) lines.push_back("  " + out);
+    for (const std::string& err : test::SplitLines(home_.Read("stderr"))) lines.push_back("! " + err);
+    return lines;
+  }
+
+  void Note(std::string line) {
+    line = test::Replaced(line, home_.path().string(), "$HOME");
+    line = test::Replaced(line, std::filesystem::path(QUORVI_CLI_PATH).parent_path().string(), "$BIN");
+    out_ += test::Replaced(line, QUORVI_SOURCE_DIR, "$SRC") + "\n";
+  }
 
   test::TempDir home_;
+  std::string out_;
 };
 
-TEST_F(Cli, ListsDevicesAndShowsOne) {
-  test::CommandOutput devices = Run("devices");
-  EXPECT_EQ(devices.exitCode, 0);
-  EXPECT_NE(devices.out.find("16F877A"), std::string::npos);
-  EXPECT_NE(devices.out.find("24LC515"), std::string::npos);
-  test::CommandOutput info = Run("info 16F628");
-  EXPECT_EQ(info.exitCode, 0);
-  EXPECT_NE(info.out.find("bit  4  FOSC2"), std::string::npos) << info.out;
-  EXPECT_NE(info.out.find("PWRTE  -8"), std::string::npos) << info.out;
-}
-
-TEST_F(Cli, AFuseWriteInOneRunIsReadBackInTheNext) {
-  test::CommandOutput fuses = Run("--device 16F84A fuses --set WDTE=off --osc 2");
-  ASSERT_EQ(fuses.exitCode, 0) << Stderr();
-  EXPECT_NE(Stderr().find(" Fuse=3FFA"), std::string::npos) << Stderr();
-  EXPECT_NE(Stderr().find("Fuse OK"), std::string::npos);
-
-  const std::string out = (home_.path() / "read.hex").string();
-  test::CommandOutput read = Run("--device 16F84A read -o '" + out + "'");
-  ASSERT_EQ(read.exitCode, 0) << Stderr();
-  // The configuration record of a 16F84A holding 3FFAh.
-  EXPECT_NE(home_.Read("read.hex").find(":02400E00FA3F77"), std::string::npos) << home_.Read("read.hex");
-  // And the settings file remembers the device.
-  EXPECT_NE(home_.Read("quorvi2.ini").find("16F84A"), std::string::npos);
-}
-
-TEST_F(Cli, FailuresGiveANonZeroStatusAndOneLine) {
-  for (const auto& [args, line] : {std::pair{"--device 16F999 blank", "The device 16F999 is not in the catalogue"},
-                                   {"--device 16F84A fuses --set BODEN=on", "has no fuse BODEN"}}) {
-    EXPECT_NE(Run(args).exitCode, 0) << args;
-    const std::string err = Stderr();
-    EXPECT_NE(err.find(line), std::string::npos) << err;
-    EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1) << err;
-  }
-  test::CommandOutput badPort = test::RunCommand(std::string(QUORVI_CLI_PATH) + " --home '" +
-                                                 home_.path().string() + "' --port com9 blank 2>&1");
-  EXPECT_NE(badPort.exitCode, 0);
-  EXPECT_NE(badPort.out.find("Unknown port \"com9\""), std::string::npos) << badPort.out;
-  EXPECT_EQ(std::count(badPort.out.begin(), badPort.out.end(), '\n'), 1) << badPort.out;
-}
-
-TEST_F(Cli, LegacyOptionsSelectAndLoadAFileWhateverItsCase) {
-  const std::string file = home_.Write("Work/Blink.hex", ":0400000083168601DC\r\n:00000001FF\r\n");
-  std::string upper = file;
-  for (char& ch : upper) ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
-  test::CommandOutput legacy = Run("/d:16f84a /f:" + upper + " listing '" + file + "'");
-  EXPECT_EQ(legacy.exitCode, 0) << Stderr();
-  EXPECT_NE(legacy.out.find("0000: 1683 0186"), std::string::npos) << legacy.out;
-}
-
-TEST_F(Cli, QuietModeWithAMissingFileEndsWithAnEmptyLog) {
-  home_.Write("quorvi2.err", "an old line\n");
-  test::CommandOutput quiet = Run("/D:16F84A /F:/NO/SUCH/FILE.HEX /Q");
-  EXPECT_NE(quiet.exitCode, 0);
-  EXPECT_EQ(home_.Read("quorvi2.err"), "");
-}
-
-const std::string kExample = std::string(QUORVI_SOURCE_DIR) + "/examples/eeprom_16f84a.inhx32.hex";
-
-// A failed quiet write leaves its one log line and a chip that the next
-// run's verify finds different; without the fault it leaves no log at all.
-TEST_F(Cli, AQuietLegacyWriteIsCheckedByTheNextRunsVerify) {
-  for (const bool fault : {true, false}) {
-    home_.Write("chip.json", std::string(R"({"format": "quorvi-chip-state", "version": 1, "chip": "16F84A")") +
-                                 (fault ? R"(, "faults": {"neverProgram": [3]}})" : "}"));
-    std::filesystem::remove(home_.path() / "quorvi2.err");
-    EXPECT_EQ(Run("/D:16F84A /F:" + kExample + " /W /Q").exitCode != 0, fault) << Stderr();
-    EXPECT_EQ(std::filesystem::exists(home_.path() / "quorvi2.err"), fault);
-    EXPECT_EQ(home_.Read("quorvi2.err"), fault ? "Erro gravando dados\n" : "");
-    EXPECT_EQ(Run("--device 16F84A verify " + kExample).exitCode != 0, fault) << Stderr();
-    EXPECT_EQ(Stderr().find("Quorvi 2 error: PIC not equal at 3h") != std::string::npos, fault) << Stderr();
+TEST(Cli, EachScriptGivesWhatItSays) {
+  for (const std::string& name : test::DataFiles("cli", ".txt")) {
+    EXPECT_EQ(test::GoldenMismatch("cli/" + name, Script().Run(test::Golden("cli/" + name))), "");
   }
 }
 

@@ -2,8 +2,8 @@
 #include "image/image_test_util.h"
 
 #include <cstdio>
-#include <fstream>
-#include <sstream>
+#include <map>
+#include <stdexcept>
 
 #include "support/devices.h"
 
@@ -50,31 +50,48 @@ MemoryImage Sample16F84() {
   return image;
 }
 
-std::string Golden(const std::string& name) {
-  std::ifstream in(std::string(QUORVI_TEST_DATA_DIR) + "/" + name, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
+DeviceDescriptor TestDevice(const std::string& name) {
+  static const std::map<std::string, DeviceDescriptor (*)()> kDevices = {
+      {"16F84", Pic16F84},   {"16F84A", Pic16F84A},   {"16F628A", Pic16F628A}, {"12C508A", Pic12C508A},
+      {"16C505", Pic16C505}, {"14000", Pic14000},     {"16C622", Pic16C622},   {"18F452", Pic18F452},
+      {"18F6720", Pic18F6720}, {"24C16", Eeprom24C16}, {"24LC512", Eeprom24LC512}};
+  const size_t colon = name.find(':');
+  const auto found = kDevices.find(name.substr(0, colon));
+  if (found == kDevices.end()) throw std::invalid_argument("no test device " + name);
+  DeviceDescriptor device = found->second();
+  if (colon != std::string::npos && name.substr(colon) == ":map21") device.fuseMap = 21;
+  return device;
 }
 
-std::string JoinLines(const std::vector<std::string>& lines, const std::string& lineEnd) {
-  std::string text;
-  for (const auto& line : lines) text += line + lineEnd;
-  return text;
-}
+namespace {
 
-std::vector<std::string> SplitLines(const std::string& text) {
-  std::vector<std::string> lines;
-  size_t start = 0;
-  while (start < text.size()) {
-    size_t end = text.find('\n', start);
-    if (end == std::string::npos) end = text.size();
-    std::string line = text.substr(start, end - start);
-    if (!line.empty() && line.back() == '\r') line.pop_back();
-    lines.push_back(line);
-    start = end + 1;
+template <typename Values>
+void DumpRuns(std::string& out, const char* area, const Values& values, int digits) {
+  for (size_t first = 0; first < values.size();) {
+    size_t last = first;
+    while (last + 1 < values.size() && values[last + 1] == values[first]) ++last;
+    out += std::string(area) + " " + Hex(static_cast<int64_t>(first), digits) +
+           (last > first ? "-" + Hex(static_cast<int64_t>(last), digits) : "") + " " + Hex(values[first]) + "\n";
+    first = last + 1;
   }
-  return lines;
+}
+
+}  // namespace
+
+std::string Dump(const MemoryImage& image) {
+  std::string out;
+  DumpRuns(out, "program", image.programBuffer, 4);
+  DumpRuns(out, "data", image.dataBuffer, 3);
+  out += "ids";
+  for (const int32_t id : image.idWords) out += " " + Hex(id);
+  out += "\nconfig " + Hex(image.configWord) + "\nconfig18";
+  for (const uint8_t byte : image.config18Bytes) out += " " + Hex(byte, 2);
+  return out + "\n";
+}
+
+std::string Shown(const UserMessage& message) {
+  return "message \"" + message.title + "\" icon " + std::to_string(static_cast<int>(message.icon)) + ": " +
+         message.text;
 }
 
 std::string ExamplePath(const std::string& name) { return std::string(QUORVI_EXAMPLES_DIR) + "/" + name; }

@@ -6,6 +6,8 @@
 
 #include "device/device_descriptor.h"
 #include "image/memory_image.h"
+#include "util/message.h"
+#include "support/golden.h"
 
 namespace quorvi::test {
 
@@ -18,18 +20,19 @@ MemoryImage SelectedImage(const DeviceDescriptor& device);
 /// save_16f84.hex and listing_16f84_*.txt.
 MemoryImage Sample16F84();
 
-/// The content of a golden file in tests/data/.
-std::string Golden(const std::string& name);
-
 /// One Intel HEX record with its correct checksum, e.g.
 /// HexRecord(0x400E, 0, {0xF1, 0x3F}) is ":02400E00F13F80".
 std::string HexRecord(int byteAddress, int type, const std::vector<int>& bytes);
 
-/// Lines joined with `lineEnd` after each.
-std::string JoinLines(const std::vector<std::string>& lines, const std::string& lineEnd = "\n");
+/// One of the hand-built devices of support/devices.h by name; ":map21"
+/// after the name gives it fuse map 21.
+DeviceDescriptor TestDevice(const std::string& name);
 
-/// The lines of a text, without their CR LF or LF ends.
-std::vector<std::string> SplitLines(const std::string& text);
+/// Every field of an image, runs of equal words on one line.
+std::string Dump(const MemoryImage& image);
+
+/// A message box as one line: title, icon and text.
+std::string Shown(const UserMessage& message);
 
 /// Full path of a file in the source tree's examples/ folder.
 std::string ExamplePath(const std::string& name);

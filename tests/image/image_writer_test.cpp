@@ -1,28 +1,21 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "image/image_writer.h"
-
+// Saving images: HEX files, and the calibration area's own file.
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <map>
 
+#include "image/calibration.h"
 #include "image/image_reader.h"
 #include "image/image_test_util.h"
+#include "image/image_writer.h"
+#include "image/serial_numbering.h"
 #include "support/devices.h"
 #include "support/run_command.h"
 #include "support/temp_dir.h"
 
 namespace quorvi {
 namespace {
-
-using test::HexRecord;
-
-std::string Save(const DeviceDescriptor& device, const MemoryImage& image, int32_t first, int32_t& end,
-                 SaveIdAnswer answer = SaveIdAnswer::kYes) {
-  test::TempDir dir;
-  const Status status = SaveImageFile((dir.path() / "out.hex").string(), first, end, device, image, answer);
-  EXPECT_TRUE(status.ok()) << status.message();
-  return dir.Read("out.hex");
-}
 
 // Program words, data section, the ID records with their short checksums,
 // configuration and end record, each line ended by CR LF; the command adds
@@ -40,39 +33,22 @@ TEST(SaveHexCommand, WholeSixteenF84MatchesTheGoldenFile) {
   EXPECT_FALSE(SaveAsksIdQuestion(test::Eeprom24C16(), 0));
 }
 
-TEST(SaveImageFile, RecordsCoverTheRangeAndSevenRemainingWordsMakeAFullOne) {
+// Each row: device, first and end word, and "ids" when asked for the ID
+// records (a 24Cxx has none), over words 0..31 counting up and 3FFFh beyond.
+// Records cover the range, seven remaining words make a full one, and large
+// devices write five-digit addresses whose middle digit the sum leaves out.
+TEST(SaveImageFile, RecordsCoverTheRangeAsEachRowSays) {
   MemoryImage image;
+  std::fill(image.programBuffer.begin(), image.programBuffer.end(), 0x3FFF);
   for (size_t a = 0; a < 32; ++a) image.programBuffer[a] = static_cast<int32_t>(a);
-  struct Case {
-    int32_t end;
-    std::vector<std::pair<int, int>> records;  // first word, word count
-    bool eeprom = false;                        // asked for IDs, but a 24Cxx has none
+  const auto run = [&image](const std::string& row) {
+    const std::vector<std::string> w = test::Words(row);
+    int32_t end = std::stoi(w.at(2), nullptr, 0);
+    const auto answer = w.size() > 3 ? SaveIdAnswer::kYes : SaveIdAnswer::kNo;
+    const auto text = FormatHexImage(std::stoi(w.at(1), nullptr, 0), end, test::TestDevice(w.at(0)), image, answer);
+    return text.ok() ? "end " + std::to_string(end) + ": " + test::Escaped(text.value()) : text.message();
   };
-  for (const auto& c : {Case{0, {{0, 0}}}, Case{3, {{0, 3}}}, Case{7, {{0, 8}}}, Case{8, {{0, 8}}},
-                        Case{14, {{0, 8}, {8, 6}}}, Case{15, {{0, 8}, {8, 8}}},
-                        Case{17, {{0, 8}, {8, 8}, {16, 1}}}, Case{8, {{0, 8}}, true}}) {
-    std::vector<std::string> lines;
-    for (const auto& [first, count] : c.records) {
-      std::vector<int> bytes;
-      for (int a = first; a < first + count; ++a) bytes.insert(bytes.end(), {a, 0});
-      lines.push_back(HexRecord(2 * first, 0, bytes));
-    }
-    lines.push_back(":00000001FF");
-    int32_t end = c.end;
-    const auto device = c.eeprom ? test::Eeprom24C16() : test::Pic16C622();
-    EXPECT_EQ(Save(device, image, 0, end, c.eeprom ? SaveIdAnswer::kYes : SaveIdAnswer::kNo),
-              test::JoinLines(lines, "\r\n"))
-        << c.end;
-    EXPECT_EQ(end, c.end);
-  }
-}
-
-TEST(SaveImageFile, LargeDevicesWriteFiveDigitAddressesAndSkipTheMiddleDigitInTheSum) {
-  const DeviceDescriptor device = test::Pic18F6720();
-  int32_t end = 0x8008;
-  EXPECT_EQ(Save(device, test::SelectedImage(device), 0x7FF8, end, SaveIdAnswer::kNo),
-            ":100FFF000FF3FFF3FFF3FFF3FFF3FFF3FFF3FFF3F01\r\n"
-            ":101000000FF3FFF3FFF3FFF3FFF3FFF3FFF3FFF3FF0\r\n:00000001FF\r\n");
+  EXPECT_EQ(test::TableMismatches("save_ranges.txt", run), "");
 }
 
 TEST(SaveImageFile, DataSectionGoesWithItsPartsOnly) {
@@ -81,7 +57,8 @@ TEST(SaveImageFile, DataSectionGoesWithItsPartsOnly) {
                                       {"16F648A", false}}) {
     const DeviceDescriptor device = test::MakeDevice({.name = name, .programSize = 0x3FF, .family = 1});
     int32_t end = 8;
-    const auto lines = test::SplitLines(Save(device, test::Sample16F84(), 8, end));
+    const auto text = FormatHexImage(8, end, device, test::Sample16F84(), SaveIdAnswer::kYes);
+    const auto lines = test::SplitLines(text.value());
     ASSERT_EQ(lines.size(), section ? 34U : 2U) << name;
     EXPECT_EQ(end, section ? 0x2200 : 8) << name;
     if (section) {
@@ -115,16 +92,15 @@ TEST(SaveImageFile, FailureNamesThePathAndKeepsTheEnd) {
   EXPECT_FALSE(std::filesystem::exists("/tmp/never-written.hex"));
 }
 
-TEST(SavePaths, SuffixLastDirectoryAndFileName) {
-  for (const auto& [in, out] : {std::pair{"board.hx", "board.hx.HEX"}, {"board.hex", "board.hex"},
-                                {"board.HeX", "board.HeX"}, {"board", "board.HEX"}, {"hex", "hex.HEX"},
-                                {"/a.hex/board.obj", "/a.hex/board.obj.HEX"}}) {
-    EXPECT_EQ(WithHexSuffix(in), out) << in;
-  }
-  EXPECT_EQ(LastDirectoryOf("/home/me/board.hex"), "/home/me");
-  EXPECT_EQ(LastDirectoryOf("board.hex"), "");
-  EXPECT_EQ(FileNameOf("/home/me/board.hex"), "board.hex");
-  EXPECT_EQ(FileNameOf("board.hex"), "board.hex");
+TEST(FileNames, SuffixFolderNameKindAndCompanion) {
+  const std::map<std::string, test::Call> calls = {
+      {"WithHexSuffix", [](const auto& a) { return WithHexSuffix(a.at(0)); }},
+      {"LastDirectoryOf", [](const auto& a) { return LastDirectoryOf(a.at(0)); }},
+      {"FileNameOf", [](const auto& a) { return FileNameOf(a.at(0)); }},
+      {"ImageFileKindOf",
+       [](const auto& a) { return std::vector<std::string>{"HEX", "BIN", "TIF"}.at(size_t(ImageFileKindOf(a[0]))); }},
+      {"CompanionPath", [](const auto& a) { return CompanionPath(a.at(0)); }}};
+  EXPECT_EQ(test::TableMismatches("file_names.txt", calls), "");
 }
 
 // --- Outside tools read what we write ---------------------------------------
@@ -169,6 +145,42 @@ TEST(SaveImageFile, WithoutIdRecordsEveryChecksumIsRightForStrictReaders) {
   ASSERT_EQ(dump.exitCode, 0);
   // Words -1 and 12345h as the writer splits them, 2ABCh, data bytes 0 (ABh) and 63 (5Ah).
   EXPECT_EQ(dump.out, "255 255 69 18 188 42 171 0 90\n");
+}
+
+MemoryImage CalibratedImage() {
+  MemoryImage image = test::SelectedImage(test::Pic14000());
+  for (size_t a = 0xFC0; a <= 0xFFF; ++a) image.programBuffer[a] = static_cast<int32_t>(0x3400 + (a & 0x3F));
+  image.programBuffer[0xFBF] = 0x1111;
+  image.programBuffer[0x1000] = 0x2222;
+  return image;
+}
+
+// Eight records from 1F80h to 1FF0h, then the data section of the parts that have one.
+TEST(CalibrationFile, SavesTheCalibrationAreaAndTheDataSectionOfDataParts) {
+  for (const DeviceDescriptor& device : {test::Pic14000(), test::Pic16F84()}) {
+    test::TempDir dir;
+    ASSERT_TRUE(SaveCalibrationFile((dir.path() / "chip.cal").string(), device, CalibratedImage()).ok());
+    EXPECT_EQ(test::GoldenMismatch("calibration_" + device.name + ".hex", dir.Read("chip.cal")), "");
+  }
+}
+
+// Loading it back changes only the area and the configuration word, which
+// every load resets to the blank word.
+TEST(CalibrationFile, RoundTripChangesOnlyTheAreaAndTheConfigurationWord) {
+  test::TempDir dir;
+  const std::string path = (dir.path() / "chip.cal").string();
+  const DeviceDescriptor device = test::Pic14000();
+  ASSERT_TRUE(SaveCalibrationFile(path, device, CalibratedImage()).ok());
+
+  MemoryImage image = test::SelectedImage(device);
+  std::fill(image.programBuffer.begin(), image.programBuffer.end(), 0x0777);
+  image.configWord = 0x3F00;
+  image.idWords = {1, 2, 3, 4, 0};
+  image.dataBuffer.fill(0x12);
+  const LoadReport report = LoadCalibrationFile(path, device, image);
+  ASSERT_TRUE(report.loaded);
+  EXPECT_TRUE(report.messages.empty());
+  EXPECT_EQ(test::GoldenMismatch("calibration_loaded.txt", test::Dump(image)), "");
 }
 
 }  // namespace
