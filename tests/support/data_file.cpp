@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "support/data_file.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+namespace quorvi::test {
+
+namespace {
+
+std::vector<std::string> Lines(const std::string& name) {
+  std::ifstream in(std::string(QUORVI_TEST_DATA_DIR) + "/" + name);
+  EXPECT_TRUE(in) << "cannot read tests/data/" << name;
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(in, line);) {
+    if (!line.starts_with('#')) lines.push_back(line);
+  }
+  return lines;
+}
+
+std::string Trim(const std::string& text) {
+  const size_t first = text.find_first_not_of(' ');
+  return first == std::string::npos ? "" : text.substr(first, text.find_last_not_of(' ') - first + 1);
+}
+
+}  // namespace
+
+std::map<std::string, std::string> DataSections(const std::string& name) {
+  std::map<std::string, std::string> sections;
+  std::string* open = nullptr;
+  for (const std::string& line : Lines(name)) {
+    if (line.starts_with("== ")) {
+      open = &sections[line.substr(3)];
+    } else if (open != nullptr) {
+      *open += line + "\n";
+    }
+  }
+  return sections;
+}
+
+std::vector<std::vector<std::string>> DataRows(const std::string& name) {
+  std::vector<std::vector<std::string>> rows;
+  for (const std::string& line : Lines(name)) {
+    if (Trim(line).empty()) continue;
+    std::vector<std::string>& row = rows.emplace_back();
+    std::istringstream fields(line);
+    for (std::string field; std::getline(fields, field, '|');) row.push_back(Trim(field));
+  }
+  return rows;
+}
+
+std::vector<std::string> Words(const std::string& text) {
+  std::istringstream in(text);
+  std::vector<std::string> words;
+  for (std::string word; in >> word;) words.push_back(word);
+  return words;
+}
+
+int Hex(const std::string& field) { return std::stoi(field, nullptr, 16); }
+
+}  // namespace quorvi::test
