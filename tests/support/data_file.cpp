@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <fstream>
 #include <sstream>
 
@@ -38,6 +39,19 @@ std::map<std::string, std::string> DataSections(const std::string& name) {
     }
   }
   return sections;
+}
+
+void ExpectSection(const std::map<std::string, std::string>& sections, const std::string& key,
+                   const std::string& actual) {
+  if (const char* dump = std::getenv("QUORVI_GOLDEN_DUMP")) {
+    std::ofstream(dump, std::ios::app) << "== " << key << "\n" << actual;
+  }
+  const auto found = sections.find(key);
+  if (found == sections.end()) {
+    ADD_FAILURE() << "no section " << key << "; the output is\n" << actual;
+  } else {
+    EXPECT_EQ(actual, found->second) << key;
+  }
 }
 
 std::vector<std::vector<std::string>> DataRows(const std::string& name) {

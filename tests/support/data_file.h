@@ -14,6 +14,12 @@ namespace quorvi::test {
 /// '#' are comments. A file that cannot be read fails the test.
 std::map<std::string, std::string> DataSections(const std::string& name);
 
+/// Fails the test unless `actual` is the section `key` of `sections`. With
+/// QUORVI_GOLDEN_DUMP naming a file, each `actual` is added to it as a section
+/// too: a golden file written afresh, to be read over before it replaces one.
+void ExpectSection(const std::map<std::string, std::string>& sections, const std::string& key,
+                   const std::string& actual);
+
 /// The rows of a case table in tests/data/`name`: one a line, fields split at
 /// '|' and trimmed; blank lines and '#' comments are left out.
 std::vector<std::vector<std::string>> DataRows(const std::string& name);
