@@ -54,13 +54,17 @@ void ExpectSection(const std::map<std::string, std::string>& sections, const std
   }
 }
 
-std::vector<std::vector<std::string>> DataRows(const std::string& name) {
+std::vector<std::vector<std::string>> Rows(const std::string& text) {
   std::vector<std::vector<std::string>> rows;
-  for (const std::string& line : Lines(name)) {
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
     if (Trim(line).empty()) continue;
     std::vector<std::string>& row = rows.emplace_back();
-    std::istringstream fields(line);
-    for (std::string field; std::getline(fields, field, '|');) row.push_back(Trim(field));
+    size_t start = 0;
+    for (size_t bar = 0; (bar = line.find('|', start)) != std::string::npos; start = bar + 1) {
+      row.push_back(Trim(line.substr(start, bar - start)));
+    }
+    row.push_back(Trim(line.substr(start)));
   }
   return rows;
 }

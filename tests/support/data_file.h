@@ -20,9 +20,9 @@ std::map<std::string, std::string> DataSections(const std::string& name);
 void ExpectSection(const std::map<std::string, std::string>& sections, const std::string& key,
                    const std::string& actual);
 
-/// The rows of a case table in tests/data/`name`: one a line, fields split at
-/// '|' and trimmed; blank lines and '#' comments are left out.
-std::vector<std::vector<std::string>> DataRows(const std::string& name);
+/// The rows of a case table, such as a section: one a line, fields split at
+/// '|' and trimmed; blank lines are left out.
+std::vector<std::vector<std::string>> Rows(const std::string& text);
 
 /// The blank-separated words of `text`: how sequences are compared, so that
 /// a golden file may wrap them as it likes.
