@@ -5,21 +5,12 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 
 namespace quorvi::test {
 
 namespace {
-
-std::vector<std::string> Lines(const std::string& name) {
-  std::ifstream in(std::string(QUORVI_TEST_DATA_DIR) + "/" + name);
-  EXPECT_TRUE(in) << "cannot read tests/data/" << name;
-  std::vector<std::string> lines;
-  for (std::string line; std::getline(in, line);) {
-    if (!line.starts_with('#')) lines.push_back(line);
-  }
-  return lines;
-}
 
 std::string Trim(const std::string& text) {
   const size_t first = text.find_first_not_of(' ');
@@ -29,12 +20,14 @@ std::string Trim(const std::string& text) {
 }  // namespace
 
 std::map<std::string, std::string> DataSections(const std::string& name) {
+  std::ifstream in(std::string(QUORVI_TEST_DATA_DIR) + "/" + name);
+  EXPECT_TRUE(in) << "cannot read tests/data/" << name;
   std::map<std::string, std::string> sections;
   std::string* open = nullptr;
-  for (const std::string& line : Lines(name)) {
+  for (std::string line; std::getline(in, line);) {
     if (line.starts_with("== ")) {
       open = &sections[line.substr(3)];
-    } else if (open != nullptr) {
+    } else if (open != nullptr && !line.starts_with('#')) {
       *open += line + "\n";
     }
   }
@@ -71,9 +64,7 @@ std::vector<std::vector<std::string>> Rows(const std::string& text) {
 
 std::vector<std::string> Words(const std::string& text) {
   std::istringstream in(text);
-  std::vector<std::string> words;
-  for (std::string word; in >> word;) words.push_back(word);
-  return words;
+  return {std::istream_iterator<std::string>(in), std::istream_iterator<std::string>()};
 }
 
 int Hex(const std::string& field) { return std::stoi(field, nullptr, 16); }

@@ -138,7 +138,7 @@ SimApp::~SimApp() {
 
 std::vector<uint8_t> SimApp::TakeWrites() { return std::exchange(*writes_, {}); }
 
-std::string SimApp::Commands() { return ToString(DecodeFrames(FallingEdgeBits(TakeWrites()), false)); }
+std::string SimApp::Commands() { return test::Commands(TakeWrites()); }
 
 std::string SimApp::Transcript(OpOutcome outcome) {
   static const char* const kOutcomes[] = {"ok", "no device", "failed", "terminated", "unavailable", "cancelled"};
