@@ -5,15 +5,11 @@
 
 #include <string>
 
-#include "ops/op_texts.h"
-#include "support/line_trace.h"
-#include "support/recording_ui.h"
+#include "support/golden.h"
 #include "support/sim_app.h"
 
 namespace quorvi {
 namespace {
-
-const UserMessage kFuseWriteError{op_text::kErrorWritingFuses, title::kQuorvi2Error, MessageIcon::kCritical};
 
 std::string Times(int n, const std::string& commands) {
   std::string all;
@@ -23,7 +19,7 @@ std::string Times(int n, const std::string& commands) {
 
 // One part of each configuration write routine: its commands as a chip
 // takes them (code, and data word for loads), the word written, then a word
-// that never takes, shown and in quiet mode.
+// that never takes, shown and in quiet mode (fuse_write_transcripts.txt).
 TEST(FuseWrite, EachRoutinesCommandsAndFailure) {
   const std::string deviceId = "0(0000) 6 6 6 6 6 6 4 ";  // read at 2006h first
   const std::string to2007 = "0(3FFF) 6 6 6 6 6 6 6 ";
@@ -50,11 +46,14 @@ TEST(FuseWrite, EachRoutinesCommandsAndFailure) {
       // 12-bit parts program where the counter starts.
       {"12C508A", 0xFEA, "2(0FEA) 2(0FEA) " + Times(100, "2(0FEA) 8 14 4 ")},
   };
+  const auto golden = test::DataSections("fuse_write_transcripts.txt");
   for (const Case& c : rows) {
     const bool core12 = sim::FindChip(c.chip).value()->kind == sim::ChipClass::kOtp12;
     for (const int neverProgram : {-1, core12 ? 0xFFF : 0x2007}) {
       for (const bool quiet : {false, true}) {
-        SCOPED_TRACE(std::string(c.chip) + (neverProgram < 0 ? "" : " never programs") + (quiet ? " quiet" : ""));
+        const std::string name =
+            std::string(c.chip) + (neverProgram < 0 ? "" : ", never programs") + (quiet ? ", quiet" : "");
+        SCOPED_TRACE(name);
         sim::ChipState chip = test::BlankChip(c.chip);
         chip.pulses = {.seed = 1, .minPulses = 1, .maxPulses = 1};
         if (neverProgram >= 0) chip.faults.neverProgram = {neverProgram};
@@ -63,36 +62,15 @@ TEST(FuseWrite, EachRoutinesCommandsAndFailure) {
         sim.state().image.idWords[0] = 0x0005;
         sim.state().commandLine.quiet = quiet;
         (void)sim.TakeWrites();
-        test::RecordingUi ui;
-        const OpOutcome outcome = cmdWriteFuse(sim.state(), ui).outcome;
-        EXPECT_TRUE(sim.PoweredDown());  // before the log is written, too
-        ASSERT_FALSE(ui.statusTexts.empty());
-        EXPECT_EQ(ui.statusTexts.front(), op_text::kWritingFuses);
+        const OpOutcome outcome = cmdWriteFuse(sim.state(), sim.ui).outcome;
         if (neverProgram < 0) {
-          EXPECT_EQ(test::ToString(test::DecodeFrames(test::FallingEdgeBits(sim.TakeWrites()), false)), c.commands);
+          EXPECT_EQ(sim.Commands(), c.commands);
         }
-        // The 12-bit routine stops after nine cycles, below the failure count:
-        // its configuration word is never reported.
-        if (neverProgram < 0 || core12) {
-          EXPECT_EQ(outcome, OpOutcome::kOk);
-          EXPECT_EQ(ui.statusBar, op_text::kFuseOk);
-          EXPECT_TRUE(ui.messages.empty());
-          EXPECT_FALSE(ui.progressVisible);
-          EXPECT_FALSE(ui.statusVisible);
-          // Only the bits the part implements are kept.
-          const int mask = sim.info().configBits;
-          EXPECT_EQ((sim.chip().config & mask) == (c.config & mask), neverProgram < 0);
-        } else if (quiet) {
-          EXPECT_EQ(outcome, OpOutcome::kTerminated);
-          EXPECT_EQ(sim.home.Read("quorvi2.err"), std::string(op_text::quiet::kFuseWriteFailed) + "\n");
-          EXPECT_EQ(ui.terminated.size(), 1U);
-          EXPECT_TRUE(ui.messages.empty());
-        } else {
-          EXPECT_EQ(outcome, OpOutcome::kFailed);
-          EXPECT_EQ(ui.messages, std::vector<UserMessage>{kFuseWriteError});
-          EXPECT_EQ(ui.statusBar, op_text::kFuseError);
-          EXPECT_EQ(sim.home.Read("quorvi2.err"), "");
-        }
+        test::ExpectSection(golden, name, sim.Transcript(outcome));
+        // Only the bits the part implements are kept; the 12-bit routine stops
+        // after nine cycles, below the failure count: its word is never reported.
+        const int mask = sim.info().configBits;
+        EXPECT_EQ((sim.chip().config & mask) == (c.config & mask), neverProgram < 0);
       }
     }
   }
@@ -102,37 +80,28 @@ TEST(FuseWrite, BandGapPartGetsTheSavedBitsAndComparesBitsEightToZero) {
   test::SimApp sim("12F675");
   sim.state().savedBandgap = 0x2000;
   sim.state().image.configWord = 0x01D4;  // bits 13:12 clear in the image
-  test::RecordingUi ui;
-  ASSERT_TRUE(cmdWriteFuse(sim.state(), ui).ok());
+  ASSERT_TRUE(cmdWriteFuse(sim.state(), sim.ui).ok());
   EXPECT_EQ(sim.chip().config, 0x21D4);
-  EXPECT_EQ(ui.statusBar, op_text::kFuseOk);
 }
 
 // Register by register: CONFIG1H HS with OSCSEN set, CONFIG2L/H BOR off and
 // the watchdog on with 1:16, CONFIG3H CCP2 on RB3, CONFIG4L LVP off, nothing
-// protected. The image keeps pairs, odd address first.
+// protected. The image keeps pairs, odd address first. CONFIG7, which the
+// image does not carry, stays erased.
 TEST(FuseWrite18, EachRegisterTakesItsImageByteOrTheFailureIsReported) {
-  const std::array<uint8_t, MemoryImage::kConfig18Bytes> image{0xE2, 0x00, 0x09, 0x02, 0x00, 0x00, 0x00,
-                                                               0x81, 0xC0, 0x0F, 0xE0, 0x0F, 0xFF, 0xFF};
-  test::SimApp sim("18F452");
-  sim.state().image.config18Bytes = image;
-  test::RecordingUi ui;
-  ASSERT_TRUE(cmdWriteFuse(sim.state(), ui).ok()) << (ui.messages.empty() ? "" : ui.messages[0].text);
-  EXPECT_EQ(ui.statusBar, op_text::kFuseOk);
-  EXPECT_TRUE(sim.PoweredDown());
-  // CONFIG7, which the image does not carry, stays erased.
-  const std::vector<int> expected{0x00, 0x22, 0x02, 0x09, 0x00, 0x00, 0x81, 0x00, 0x0F, 0xC0, 0x0F, 0xE0, 0x0F, 0x40};
-  EXPECT_EQ(sim.chip().configBytes, expected);
-
-  sim::ChipState stuck = test::BlankChip("18F252");
-  stuck.faults.neverProgram = {0x300006};
-  test::SimApp failing(stuck, "18F252");
-  failing.state().image.config18Bytes = image;
-  test::RecordingUi failingUi;
-  EXPECT_EQ(cmdWriteFuse(failing.state(), failingUi).outcome, OpOutcome::kFailed);
-  EXPECT_EQ(failingUi.messages, std::vector<UserMessage>{kFuseWriteError});
-  EXPECT_EQ(failingUi.statusBar, op_text::kFuseError);
-  EXPECT_TRUE(failing.PoweredDown());
+  for (const bool stuck : {false, true}) {
+    sim::ChipState chip = test::BlankChip(stuck ? "18F252" : "18F452");
+    if (stuck) chip.faults.neverProgram = {0x300006};
+    test::SimApp sim(chip, chip.chip);
+    sim.state().image.config18Bytes = {0xE2, 0x00, 0x09, 0x02, 0x00, 0x00, 0x00,
+                                       0x81, 0xC0, 0x0F, 0xE0, 0x0F, 0xFF, 0xFF};
+    test::ExpectSection(test::DataSections("fuse_write_transcripts.txt"), stuck ? "18F252, never programs" : "18F452",
+                        sim.Transcript(cmdWriteFuse(sim.state(), sim.ui).outcome));
+    if (!stuck) {
+      EXPECT_EQ(sim.chip().configBytes, (std::vector<int>{0x00, 0x22, 0x02, 0x09, 0x00, 0x00, 0x81, 0x00, 0x0F, 0xC0,
+                                                           0x0F, 0xE0, 0x0F, 0x40}));
+    }
+  }
 }
 
 }  // namespace

@@ -21,7 +21,6 @@
 #include "ops/write.h"
 #include "sim/chip_info.h"
 #include "support/devices.h"
-#include "support/recording_ui.h"
 #include "support/sim_app.h"
 
 namespace quorvi {
@@ -49,26 +48,13 @@ const char* ExampleFor(const std::string& name) {
 // bytes and IDs and an unprotected configuration word.
 void FillImage(AppState& state) {
   const DeviceDescriptor& d = state.device;
-  MemoryImage& image = state.image;
   if (const char* example = ExampleFor(d.name)) {
-    ASSERT_TRUE(LoadImageFile(std::string(QUORVI_EXAMPLES_DIR) + "/" + example, false, d, image).loaded);
+    ASSERT_TRUE(LoadImageFile(std::string(QUORVI_EXAMPLES_DIR) + "/" + example, false, d, state.image).loaded);
     return;
   }
-  const bool pic18 = d.family == family::kPic18;
-  const int blank = pic18 ? 0xFFFF : d.family == family::kCore12 ? 0xFFF : 0x3FFF;
-  for (int32_t i = 0; i <= d.programSize; ++i) {
-    image.programBuffer[static_cast<size_t>(i)] = static_cast<int32_t>((i * 37 + 5) % blank);
-  }
-  for (size_t j = 0; j < static_cast<size_t>(d.dataBytes); ++j) {
-    image.dataBuffer[j] = static_cast<int16_t>((j * 11 + 1) % 0xFF);
-  }
-  const int idMask = d.family == family::kCore12 ? 0xF : 0x3FFF;
-  image.idWords = {0x1234 & idMask, 0x0567 & idMask, 0x0009 & idMask, 0x2ABC & idMask, 0};
-  // All ones but the watchdog and the oscillator's low bit: no protection bit cleared.
-  image.configWord = blank & ~0x5;
-  if (pic18) image.config18Bytes = {0xE2, 0x00, 0x09, 0x0E, 0x00, 0x00, 0x00, 0x81, 0xC0, 0x0F, 0xE0, 0x0F, 0xFF, 0xFF};
+  test::PatternImage(state);
   // The write leaves the last word of these parts to the factory, the verify compares it.
-  if (d.oscList == 5 || d.oscList == 10) image.programBuffer[static_cast<size_t>(d.programSize)] = blank;
+  if (d.oscList == 5 || d.oscList == 10) state.image.programBuffer[static_cast<size_t>(d.programSize)] = 0x3FFF;
 }
 
 bool IsFactoryCell(const sim::ChipInfo& info, const DeviceDescriptor& d, int32_t address) {
@@ -85,7 +71,7 @@ std::string EveryStep(test::SimApp& sim) {
   AppState& state = sim.state();
   const bool flash = IsFlash14(state.device.family) || state.device.family == family::kPic18;
   FillImage(state);
-  test::RecordingUi ui;
+  test::RecordingUi& ui = sim.ui;
   const auto said = [&ui](const char* step) {
     return std::string(step) + (ui.messages.empty() ? "" : ": " + ui.messages.front().text);
   };

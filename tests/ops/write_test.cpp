@@ -7,6 +7,7 @@
 #include <chrono>
 #include <filesystem>
 #include <string>
+#include <tuple>
 
 #include "image/open_command.h"
 #include "image/serial_numbering.h"
@@ -14,27 +15,13 @@
 #include "ops/op_texts.h"
 #include "ops/write.h"
 #include "sim/eprom_chip.h"
-#include "support/line_trace.h"
-#include "support/recording_ui.h"
+#include "support/golden.h"
 #include "support/sim_app.h"
 
 namespace quorvi {
 namespace {
 
 constexpr int kBlank14 = 0x3FFF;
-
-// Distinct words over the whole program memory, IDs 1 to 4, the given
-// configuration word and the 18F registers as the parts come.
-void PatternImage(AppState& state, int configWord = 0x3FF1) {
-  MemoryImage& image = state.image;
-  const int blank = state.device.family == family::kCore12 ? 0xFFF : kBlank14;
-  for (int32_t i = 0; i <= state.device.programSize; ++i) {
-    image.programBuffer[static_cast<size_t>(i)] = static_cast<int32_t>((i * 37 + 5) % blank);
-  }
-  image.idWords = {1, 2, 3, 4, 0};
-  image.configWord = configWord;
-  image.config18Bytes = {0x22, 0x00, 0x0F, 0x0F, 0x01, 0x00, 0x00, 0x85, 0xC0, 0x0F, 0xE0, 0x0F, 0xFF, 0xFF};
-}
 
 UserMessage NotEqualAt(const char* address) {
   return {std::string("PIC not equal at ") + address, title::kQuorvi2Error, MessageIcon::kNone};
@@ -45,79 +32,59 @@ bool Shown(const test::RecordingUi& ui, const char* text) {
 }
 
 // A write that fails, or a verify after a good write that finds a
-// difference: its messages, or in quiet mode its log line.
+// difference (write_transcripts.txt): its messages, or in quiet mode its log
+// line in place of the old log, which a run that shows its failure leaves alone.
 TEST(WriteAndVerify, AFailureSaysWhereOrLogsItsLine) {
+  using Change = void (*)(sim::ChipState&);
   struct Case {
     const char* name;
     const char* chip;
     int config;
-    void (*fault)(sim::ChipState&);   // before the write
-    void (*change)(sim::ChipState&);  // before the verify; null: the write is to fail
-    std::vector<UserMessage> messages;  // none: the verify passes
-    const char* logLine;                // null: no quiet run
-    Flag failed;
+    Change fault;   // before the write
+    Change change;  // before the verify; null: the write is to fail
     int32_t stuck = -1;  // a word that never programs, after its 26 cycles
   };
-  const UserMessage fuses{op_text::kFusesNotEqual, title::kQuorvi2Error, MessageIcon::kNone};
-  const auto none = [](sim::ChipState&) {};
+  const Change none = [](sim::ChipState&) {};
   const Case cases[] = {
       {"a word that never programs", "16C61", 0x3FF1, [](sim::ChipState& c) { c.faults.neverProgram = {0x1A3}; },
-       nullptr, {{"Writing error at 1A3h", title::kQuorvi2Error, MessageIcon::kCritical}}, "Erro gravando dados",
-       kTrue, 0x1A3},
+       nullptr, 0x1A3},
       {"a configuration word that never programs", "16F84A", 0x3FF1,
-       [](sim::ChipState& c) { c.faults.neverProgram = {0x2007}; }, nullptr,
-       {{op_text::kErrorWritingFuses, title::kQuorvi2Error, MessageIcon::kCritical}}, "Erro gravando fuses", kTrue},
-      {"the last differing ID word", "16F84A", 0x3FF1, none, [](sim::ChipState& c) { c.ids[1] = 7; c.ids[2] = 8; },
-       {NotEqualAt("2002h")}, "Erro comparando IDs", kTrue},
-      {"a program word", "16F84A", 0x3FF1, none, [](sim::ChipState& c) { c.program[0x123] ^= 0x10; },
-       {NotEqualAt("123h")}, "Erro de comparação de dados", kTrue},
+       [](sim::ChipState& c) { c.faults.neverProgram = {0x2007}; }, nullptr},
+      {"the last differing ID word", "16F84A", 0x3FF1, none, [](sim::ChipState& c) { c.ids[1] = 7; c.ids[2] = 8; }},
+      {"a program word", "16F84A", 0x3FF1, none, [](sim::ChipState& c) { c.program[0x123] ^= 0x10; }},
       {"a word of a part writing two words a cycle", "16F72", 0x3FB2, none,
-       [](sim::ChipState& c) { c.program[0x124] ^= 0x10; }, {NotEqualAt("124h")}, nullptr, kTrue},
+       [](sim::ChipState& c) { c.program[0x124] ^= 0x10; }},
       // A configuration difference is reported without failing the operation.
-      {"the configuration word", "16F84A", 0x3FF1, none, [](sim::ChipState& c) { c.config ^= 0x0002; }, {fuses},
-       "Erro comparando fuses", kFalse},
+      {"the configuration word", "16F84A", 0x3FF1, none, [](sim::ChipState& c) { c.config ^= 0x0002; }},
       {"the calibration word of oscillator list 2", "12C508A", 0xFEA, none,
-       [](sim::ChipState& c) { c.program.back() ^= 0x0001; }, {}, nullptr, kFalse},
+       [](sim::ChipState& c) { c.program.back() ^= 0x0001; }},
       {"the last word of oscillator list 10", "16F628", 0x3F72, none,
-       [](sim::ChipState& c) { c.program.back() ^= 0x0001; }, {NotEqualAt("7FFh")}, nullptr, kTrue},
-      {"an 18F ID word", "18F452", 0, none, [](sim::ChipState& c) { c.ids[1] ^= 0x0100; c.ids[2] ^= 0x0001; },
-       {NotEqualAt("2002h")}, nullptr, kTrue},
-      {"an 18F register: CPD programmed", "18F452", 0, none, [](sim::ChipState& c) { c.configBytes[9] = 0x40; },
-       {fuses}, nullptr, kFalse},
+       [](sim::ChipState& c) { c.program.back() ^= 0x0001; }},
+      {"an 18F ID word", "18F452", 0, none, [](sim::ChipState& c) { c.ids[1] ^= 0x0100; c.ids[2] ^= 0x0001; }},
+      {"an 18F register: CPD programmed", "18F452", 0, none, [](sim::ChipState& c) { c.configBytes[9] = 0x40; }},
   };
+  const auto golden = test::DataSections("write_transcripts.txt");
   for (const Case& c : cases) {
     for (const bool quiet : {false, true}) {
-      if (quiet && c.logLine == nullptr) continue;
-      SCOPED_TRACE(std::string(c.name) + (quiet ? " quiet" : ""));
+      const std::string name = std::string(c.name) + (quiet ? ", quiet" : "");
+      SCOPED_TRACE(name);
       sim::ChipState chip = test::BlankChip(c.chip);
       c.fault(chip);
       test::SimApp sim(chip, c.chip);
-      PatternImage(sim.state(), c.config);
-      test::RecordingUi ui;
+      test::PatternImage(sim.state());
+      sim.state().image.configWord = c.config;
+      sim.home.Write("quorvi2.err", "an old line\nanother\n");
       sim.state().commandLine.quiet = quiet && c.change == nullptr;
-      OpOutcome outcome = cmdWrite(sim.state(), ui).outcome;
+      OpOutcome outcome = cmdWrite(sim.state(), sim.ui).outcome;
       if (c.change != nullptr) {
-        ASSERT_EQ(outcome, OpOutcome::kOk) << (ui.messages.empty() ? "" : ui.messages[0].text);
+        ASSERT_EQ(outcome, OpOutcome::kOk) << (sim.ui.messages.empty() ? "" : sim.ui.messages[0].text);
         c.change(sim.chip());
         sim.state().commandLine.quiet = quiet;
-        ui = test::RecordingUi();
-        outcome = cmdCompare(sim.state(), ui).outcome;
+        sim.ui = test::RecordingUi();
+        outcome = cmdCompare(sim.state(), sim.ui).outcome;
       }
-      EXPECT_NE(ui.statusBar, op_text::kOperationOk);
-      if (quiet) {
-        EXPECT_EQ(outcome, OpOutcome::kTerminated);
-        EXPECT_EQ(sim.home.Read("quorvi2.err"), std::string(c.logLine) + "\n");
-        EXPECT_EQ(ui.terminated.size(), 1U);
-        EXPECT_TRUE(ui.messages.empty());
-        // A failed compare leaves the port as it stands in quiet mode.
-        EXPECT_TRUE(c.change != nullptr || sim.PoweredDown());
-        continue;
-      }
-      EXPECT_EQ(outcome, c.messages.empty() ? OpOutcome::kOk : OpOutcome::kFailed);
-      EXPECT_EQ(ui.messages, c.messages);
-      EXPECT_EQ(sim.state().operationFailed, c.failed);
-      EXPECT_EQ(sim.home.Read("quorvi2.err"), "");
-      EXPECT_TRUE(sim.PoweredDown());
+      sim.leftPowered = quiet && c.change != nullptr;  // a failed quiet compare leaves the port as it stands
+      test::ExpectSection(golden, name, sim.Transcript(outcome));
       if (c.stuck >= 0) {
         EXPECT_EQ(sim.state().cycleTable[static_cast<size_t>(c.stuck)], 26);
       }
@@ -140,14 +107,12 @@ OtpRun WriteOtp(int word0, bool turbo) {
   state.image.configWord = 0x3FF1;
   state.options.chkTurbo = turbo;
   (void)sim.TakeWrites();
-  test::RecordingUi ui;
-  EXPECT_TRUE(cmdWrite(state, ui).ok());
+  EXPECT_TRUE(cmdWrite(state, sim.ui).ok());
   EXPECT_EQ(sim.chip().program[0], word0);
-  const auto frames = test::DecodeFrames(test::FallingEdgeBits(sim.TakeWrites()), false);
+  const auto commands = test::Words(sim.Commands());
   const auto* chip = dynamic_cast<const sim::EpromChip*>(sim.board().chip());
-  return {std::count_if(frames.begin(), frames.end(),
-                        [](const test::Frame& f) { return f.code == cmd::kBeginProgramming; }),
-          state.cycleTable[0], chip == nullptr ? -1 : chip->PulsesNeeded(0)};
+  return {std::count(commands.begin(), commands.end(), std::to_string(cmd::kBeginProgramming)), state.cycleTable[0],
+          chip == nullptr ? -1 : chip->PulsesNeeded(0)};
 }
 
 TEST(Write, OtpWordsAreOverProgrammedThreeTimesTheirCyclesUnlessTurbo) {
@@ -178,12 +143,11 @@ TEST(Write, TheLastWord) {
     const sim::ChipInfo& info = *sim::FindChip(c.chip).value();
     const sim::ChipState chip = c.factoryCalibrated ? sim::FactoryState(info, 3) : sim::BlankState(info);
     test::SimApp sim(chip, c.chip);
-    PatternImage(sim.state(), (info.kind == sim::ChipClass::kOtp12 ? 0xFEA : 0x3FF1) & info.configBits);
+    test::PatternImage(sim.state());
     const auto last = static_cast<size_t>(sim.state().device.programSize);
     sim.state().image.programBuffer[last] = c.word;
     sim.state().image.programBuffer[last + 1] = kBlank14;
-    test::RecordingUi ui;
-    ASSERT_TRUE(cmdWrite(sim.state(), ui).ok());
+    ASSERT_TRUE(cmdWrite(sim.state(), sim.ui).ok());
     EXPECT_EQ(sim.chip().program[last], c.programmed ? c.word : chip.program[last]);
     EXPECT_EQ(sim.state().cycleTable[last] > 0, c.programmed);
     EXPECT_EQ(sim.chip().program[0], sim.state().image.programBuffer[0]);
@@ -193,15 +157,14 @@ TEST(Write, TheLastWord) {
 TEST(Write, ThreeChipsGetThreeSerialNumbersAndTheCompanionFileAdvances) {
   test::SimApp sim("16F84A");
   AppState& state = sim.state();
-  PatternImage(state);
+  test::PatternImage(state);
   state.imagePath = (sim.home.path() / "board.HEX").string();
   state.serial = {.serialNumber = 0x010203, .startAddress = 0x10, .size = 3, .increment = 5, .switchedOn = true};
   ASSERT_TRUE(ApplySerial(state.serial, state.device, state.image, [] { return 0.0; }).ok());
   for (int n = 0; n < 3; ++n) {
     (void)sim.board().Remove();
     sim.board().Insert(std::move(sim::MakeChip(test::BlankChip("16F84A")).value()));
-    test::RecordingUi ui;
-    ASSERT_TRUE(cmdWrite(state, ui).ok()) << n;
+    ASSERT_TRUE(cmdWrite(state, sim.ui).ok()) << n;
     const int number = 0x010203 + 5 * n;
     for (size_t byte = 0; byte < 3; ++byte) {
       EXPECT_EQ(sim.chip().program[0x10 + byte], 0x3400 + ((number >> (8 * byte)) & 0xFF)) << n;
@@ -215,48 +178,33 @@ TEST(Write, ThreeChipsGetThreeSerialNumbersAndTheCompanionFileAdvances) {
   EXPECT_EQ(stored.increment, 5);
 }
 
+// A protected image or a chip that is not blank: the question, or in quiet mode the log line.
 TEST(Write, AsksBeforeWritingOrLogsInQuietMode) {
-  const UserMessage protection{op_text::kCodeProtectionWarning, title::kQuorvi2Alert, MessageIcon::kCritical};
-  const UserMessage notBlank{op_text::kPicNotErasedContinue, title::kQuorvi2Error, MessageIcon::kExclamation};
-  struct Case {
-    const char* name;
-    const char* chip;
-    int config;  // 12C508A FE2h: code protection on
-    bool quiet;
-    bool answer;
-    UserMessage question;
-    OpOutcome outcome;
-  };
-  const Case cases[] = {
-      {"code protection, no", "12C508A", 0xFE2, false, false, protection, OpOutcome::kCancelled},
-      {"not blank, no", "16F84A", 0x3FF1, false, false, notBlank, OpOutcome::kCancelled},
-      {"not blank, yes", "16F84A", 0x3FF1, false, true, notBlank, OpOutcome::kOk},
-      {"not blank, quiet", "16F84A", 0x3FF1, true, true, {}, OpOutcome::kTerminated},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    sim::ChipState chip = test::BlankChip(c.chip);
+  const auto golden = test::DataSections("write_transcripts.txt");
+  // 12C508A FE2h: code protection on
+  for (const auto& [name, chipName, config, quiet, answer] :
+       {std::tuple{"code protection, no", "12C508A", 0xFE2, false, false},
+        {"not blank, no", "16F84A", 0x3FF1, false, false}, {"not blank, yes", "16F84A", 0x3FF1, false, true},
+        {"not blank, quiet", "16F84A", 0x3FF1, true, true}}) {
+    SCOPED_TRACE(name);
+    sim::ChipState chip = test::BlankChip(chipName);
     chip.program[3] = 0;
-    test::SimApp sim(chip, c.chip);
-    PatternImage(sim.state(), c.config);
-    sim.state().options.chkTestBlank = c.config != 0xFE2;
-    sim.state().commandLine.quiet = c.quiet;
+    test::SimApp sim(chip, chipName);
+    sim.leftPowered = quiet;
+    test::PatternImage(sim.state());
+    sim.state().image.configWord = config;
+    sim.state().options.chkTestBlank = config != 0xFE2;
+    sim.state().commandLine.quiet = quiet;
     (void)sim.TakeWrites();
-    test::RecordingUi ui;
-    ui.answers = {c.answer};
-    EXPECT_EQ(cmdWrite(sim.state(), ui).outcome, c.outcome);
-    EXPECT_EQ(ui.questions, c.quiet ? std::vector<UserMessage>{} : std::vector<UserMessage>{c.question});
-    EXPECT_EQ(sim.home.Read("quorvi2.err"), c.quiet ? std::string(op_text::quiet::kEraseFailed) + "\n" : "");
-    if (c.outcome == OpOutcome::kOk) {
-      // From address 0, after the test moved the counter.
-      EXPECT_EQ(sim.chip().program[0], sim.state().image.programBuffer[0]);
-      EXPECT_EQ(sim.chip().program[3], sim.state().image.programBuffer[3]);
-      EXPECT_EQ(ui.sounds.size(), 1U);
-    } else if (c.config == 0xFE2) {
+    sim.ui.answers = {answer};
+    const OpOutcome outcome = cmdWrite(sim.state(), sim.ui).outcome;
+    test::ExpectSection(golden, name, sim.Transcript(outcome));
+    // From address 0, after the test moved the counter.
+    const MemoryImage& image = sim.state().image;
+    EXPECT_EQ(sim.chip().program[0], outcome == OpOutcome::kOk ? image.programBuffer[0] : chip.program[0]);
+    EXPECT_EQ(sim.chip().program[3], outcome == OpOutcome::kOk ? image.programBuffer[3] : 0);
+    if (config == 0xFE2) {
       EXPECT_TRUE(sim.TakeWrites().empty());
-    } else if (!c.quiet) {
-      EXPECT_TRUE(sim.PoweredDown());
-      EXPECT_EQ(sim.chip().program[0], kBlank14);
     }
   }
 }
@@ -273,8 +221,7 @@ TEST(Write, AnImageFileChangedSinceItWasOpenedIsReloaded) {
   // Word 0 becomes 0456h in the file; the write must take the file's word.
   sim.home.Write("board.HEX", ":020000005604A4\n:00000001FF\n");
   std::filesystem::last_write_time(path, *opened.timeStamp + std::chrono::seconds(2));
-  test::RecordingUi ui;
-  ASSERT_TRUE(cmdWrite(state, ui).ok());
+  ASSERT_TRUE(cmdWrite(state, sim.ui).ok());
   EXPECT_EQ(state.image.programBuffer[0], 0x0456);
   EXPECT_EQ(sim.chip().program[0], 0x0456);
   EXPECT_EQ(state.imageTimeStamp, FileTimeStamp(path));
@@ -283,8 +230,8 @@ TEST(Write, AnImageFileChangedSinceItWasOpenedIsReloaded) {
   std::filesystem::remove(path);
   state.commandLine.quiet = true;
   (void)sim.TakeWrites();
-  EXPECT_EQ(cmdWrite(state, ui).outcome, OpOutcome::kTerminated);
-  EXPECT_EQ(ui.terminated.size(), 1U);
+  EXPECT_EQ(cmdWrite(state, sim.ui).outcome, OpOutcome::kTerminated);
+  EXPECT_EQ(sim.ui.terminated.size(), 1U);
   EXPECT_TRUE(std::filesystem::exists(sim.home.path() / "quorvi2.err"));
   EXPECT_EQ(sim.home.Read("quorvi2.err"), "");
   EXPECT_TRUE(sim.TakeWrites().empty());
@@ -293,10 +240,9 @@ TEST(Write, AnImageFileChangedSinceItWasOpenedIsReloaded) {
 TEST(Production, WriteAndVerifyAtBothMarginsFindACellWeakOnlyAtVddMin) {
   test::SimApp sim("16F628A");
   AppState& state = sim.state();
-  PatternImage(state, 0x2171);
-  test::RecordingUi ui;
-  const OpResult written = cmdWrite(state, ui);
-  const OpResult prototype = cmdCompare(state, ui);
+  test::PatternImage(state);
+  const OpResult written = cmdWrite(state, sim.ui);
+  const OpResult prototype = cmdCompare(state, sim.ui);
   ASSERT_TRUE(written.ok());
   ASSERT_TRUE(prototype.ok());
   EXPECT_GT(written.durationNs, prototype.durationNs);
@@ -312,16 +258,16 @@ TEST(Production, WriteAndVerifyAtBothMarginsFindACellWeakOnlyAtVddMin) {
   EXPECT_TRUE(Shown(quiet, op_text::kPassAtVddMin));
   EXPECT_TRUE(Shown(quiet, op_text::kPassAtVddMax));
   state.commandLine.quiet = false;
-  const OpResult production = cmdCompare(state, ui);
+  const OpResult production = cmdCompare(state, sim.ui);
   ASSERT_TRUE(production.ok());
   EXPECT_GT(production.durationNs, prototype.durationNs + 500'000'000);
 
   sim.chip().faults.marginCells = {{.address = 0x123, .belowVolts = 4.7, .aboveVolts = {}, .xorMask = 0x10}};
-  test::RecordingUi margins;
-  EXPECT_EQ(cmdCompare(state, margins).outcome, OpOutcome::kFailed);
-  EXPECT_EQ(margins.messages, std::vector<UserMessage>{NotEqualAt("123h")});
-  EXPECT_TRUE(Shown(margins, op_text::kPassAtVddMin));
-  EXPECT_TRUE(Shown(margins, op_text::kFusePassAtVddMax));
+  sim.ui = test::RecordingUi();
+  EXPECT_EQ(cmdCompare(state, sim.ui).outcome, OpOutcome::kFailed);
+  EXPECT_EQ(sim.ui.messages, std::vector<UserMessage>{NotEqualAt("123h")});
+  EXPECT_TRUE(Shown(sim.ui, op_text::kPassAtVddMin));
+  EXPECT_TRUE(Shown(sim.ui, op_text::kFusePassAtVddMax));
   EXPECT_EQ(sim.board().vddStep(), sim::SimBoard::kPowerOnStep);
   state.settings.mode = "PROT";
   test::RecordingUi normal;

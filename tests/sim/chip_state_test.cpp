@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "support/golden.h"
 #include "support/sim_link.h"
 #include "support/temp_dir.h"
 
@@ -44,35 +45,18 @@ TEST(ChipState, SurvivesItsJsonFileAndCarriesAWriteIntoTheNextRun) {
 }
 
 TEST(ChipState, ShortFilesFillTheRestBlankAndEachBadFieldIsNamed) {
-#define HEAD R"({"format": "quorvi-chip-state", "version": 1, )"
-  const auto state = sim::ChipStateFromJson(HEAD R"("chip": "16F628", "program": [10, 11], "codeProtect": true})");
+  const auto state = sim::ChipStateFromJson(
+      R"({"format": "quorvi-chip-state", "version": 1, "chip": "16F628", "program": [10, 11], "codeProtect": true})");
   ASSERT_TRUE(state.ok()) << state.message();
   EXPECT_EQ(state.value().program[1], 11);
   EXPECT_EQ(state.value().program[2], 0x3FFF);
   EXPECT_EQ(state.value().config, 0x3DFF & ~0x3C00 & ~0x0100);  // DS30034: CP1:CP0 twice, /CPD
   EXPECT_EQ(state.value().timingMargin, 1.0) << "the documents' times unless a file says otherwise";
-  for (const auto& [text, named] : {
-           std::pair{"{", "not a JSON object"},
-           {R"({"format": "x", "version": 1, "chip": "16F84"})", "format"},
-           {R"({"format": "quorvi-chip-state", "version": 2})", "version"},
-           {HEAD R"("chip": "16F999"})", "16F999"},
-           {HEAD R"("chip": "16C57"})", "parallel"},
-           {HEAD R"("chip": "12C508", "program": [4096]})", "program[0]"},
-           {HEAD R"("chip": "16F84", "data": [)" "0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,"
-                "0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0" R"(]})",
-            "data has 65 entries"},
-           {HEAD R"("chip": "16F84", "data": [1, 256]})", "data[1]"},
-           {HEAD R"("chip": "16F84", "faults": {"dataIn": "low"}})", "dataIn"},
-           {HEAD R"("chip": "16F84", "faults": {"marginCells": [{"address": 1}]}})", "marginCells[0]"},
-           {HEAD R"("chip": "24C02", "faults": {"endlessWrite": 1}})", "endlessWrite"},
-           {HEAD R"("chip": "16C61", "pulses": {"min": 5, "max": 2}})", "pulses.max"},
-           {HEAD R"("chip": "16C61", "timingMargin": 0})", "timingMargin"},
-       }) {
-    const auto bad = sim::ChipStateFromJson(text);
-    ASSERT_FALSE(bad.ok()) << text;
-    EXPECT_NE(bad.message().find(named), std::string::npos) << bad.message();
+  for (const auto& row : test::Rows(test::DataSections("chip_state_errors.txt").at("errors"))) {
+    const auto bad = sim::ChipStateFromJson(row[1]);
+    ASSERT_FALSE(bad.ok()) << row[1];
+    EXPECT_NE(bad.message().find(row[0]), std::string::npos) << bad.message();
   }
-#undef HEAD
   EXPECT_NE(sim::LoadChipState("/nonexistent/chip.json").message().find("/nonexistent/chip.json"), std::string::npos);
   sim::ChipState wrong = sim::BlankState(Info("16F84A"));
   wrong.program.resize(512);

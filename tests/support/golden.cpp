@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/golden.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -18,6 +21,11 @@ bool Updating() {
 
 void Rewrite(const std::string& name, const std::string& content) {
   std::ofstream(DataPath(name), std::ios::binary) << content;
+}
+
+std::string Trim(const std::string& text) {
+  const size_t first = text.find_first_not_of(' ');
+  return first == std::string::npos ? "" : text.substr(first, text.find_last_not_of(' ') - first + 1);
 }
 
 }  // namespace
@@ -78,13 +86,57 @@ std::string TableMismatches(const std::string& name, const std::map<std::string,
   });
 }
 
+std::map<std::string, std::string> DataSections(const std::string& name) {
+  std::ifstream in(DataPath(name));
+  EXPECT_TRUE(in) << "cannot read tests/data/" << name;
+  std::map<std::string, std::string> sections;
+  std::string* open = nullptr;
+  for (std::string line; std::getline(in, line);) {
+    if (line.starts_with("== ")) {
+      open = &sections[line.substr(3)];
+    } else if (open != nullptr && !line.starts_with('#')) {
+      *open += line + "\n";
+    }
+  }
+  return sections;
+}
+
+void ExpectSection(const std::map<std::string, std::string>& sections, const std::string& key,
+                   const std::string& actual) {
+  if (const char* dump = std::getenv("QUORVI_GOLDEN_DUMP")) {
+    std::ofstream(dump, std::ios::app) << "== " << key << "\n" << actual;
+  }
+  const auto found = sections.find(key);
+  if (found == sections.end()) {
+    ADD_FAILURE() << "no section " << key << "; the output is\n" << actual;
+  } else {
+    EXPECT_EQ(actual, found->second) << key;
+  }
+}
+
+std::vector<std::vector<std::string>> Rows(const std::string& text) {
+  std::vector<std::vector<std::string>> rows;
+  for (const std::string& line : SplitLines(text)) {
+    if (Trim(line).empty()) continue;
+    std::vector<std::string>& row = rows.emplace_back();
+    size_t start = 0;
+    for (size_t bar = 0; (bar = line.find('|', start)) != std::string::npos; start = bar + 1) {
+      row.push_back(Trim(line.substr(start, bar - start)));
+    }
+    row.push_back(Trim(line.substr(start)));
+  }
+  return rows;
+}
+
+int FromHex(const std::string& field) { return std::stoi(field, nullptr, 16); }
+
 std::vector<std::string> Words(const std::string& text) {
   std::vector<std::string> words;
   for (size_t at = 0; at < text.size();) {
-    if (text[at] == ' ') {
+    if (std::isspace(static_cast<unsigned char>(text[at])) != 0) {
       ++at;
     } else if (text[at] != '"') {
-      const size_t end = std::min(text.find(' ', at), text.size());
+      const size_t end = std::min(text.find_first_of(" \t\r\n", at), text.size());
       words.push_back(text.substr(at, end - at));
       at = end;
     } else {

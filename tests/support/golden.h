@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Expected outputs and tables of cases kept as files in tests/data/. Run the
 // tests with QUORVI_UPDATE_GOLDEN=1 to rewrite them from what the code makes
-// now; the diff is then the change to review.
+// now; the diff is then the change to review. Files of sections are not
+// rewritten in place: QUORVI_GOLDEN_DUMP=FILE collects a fresh copy instead.
 #pragma once
 
 #include <cstdint>
@@ -33,7 +34,25 @@ std::string TableMismatches(const std::string& name, const std::function<std::st
 using Call = std::function<std::string(const std::vector<std::string>& args)>;
 std::string TableMismatches(const std::string& name, const std::map<std::string, Call>& calls);
 
-/// The blank-separated words of a row; "..." keeps blanks and reads C escapes.
+/// The sections of tests/data/NAME: each opens with a line "== key" and holds
+/// the lines up to the next, each ending in '\n'; lines starting with '#' are
+/// comments. A file that cannot be read fails the test.
+std::map<std::string, std::string> DataSections(const std::string& name);
+
+/// Fails the test unless `actual` is the section `key` of `sections`. With
+/// QUORVI_GOLDEN_DUMP naming a file, each `actual` is appended to it as a
+/// section, to be read over before it replaces the golden file.
+void ExpectSection(const std::map<std::string, std::string>& sections, const std::string& key,
+                   const std::string& actual);
+
+/// The rows of a case table: one a line, fields split at '|' and trimmed;
+/// blank lines are left out.
+std::vector<std::vector<std::string>> Rows(const std::string& text);
+
+/// A hexadecimal field's value.
+int FromHex(const std::string& field);
+
+/// The words of a row or text, split at blanks and line ends; "..." keeps blanks and reads C escapes.
 std::vector<std::string> Words(const std::string& text);
 
 /// `text` with line ends, tabs, backslashes and other controls as C escapes.

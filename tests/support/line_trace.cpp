@@ -16,42 +16,25 @@ std::vector<int> FallingEdgeBits(const std::vector<uint8_t>& writes) {
   return bits;
 }
 
-std::vector<Frame> DecodeFrames(const std::vector<int>& bits, bool pairFlag) {
-  std::vector<Frame> frames;
-  size_t i = 0;
-  while (i + 6 <= bits.size()) {
-    Frame frame;
-    for (int b = 0; b < 6; ++b) frame.code |= bits[i + static_cast<size_t>(b)] << b;
-    i += 6;
-    const bool load = frame.code == 0 || frame.code == 2 || frame.code == 3;
-    const bool read = frame.code == 4 || frame.code == 5;
-    if (load || read) {
-      const bool checked = pairFlag && frame.code != 3;
-      const size_t length = checked ? 18 : 16;
-      if (i + length > bits.size()) break;
-      if (load) {
-        const size_t first = i + (checked ? 3 : 1);
-        int word = 0;
-        for (size_t b = 0; b < 14; ++b) word |= bits[first + b] << b;
-        frame.word = word;
-      }
-      i += length;
-    }
-    frames.push_back(frame);
-  }
-  return frames;
-}
-
-std::string ToString(const std::vector<Frame>& frames) {
+std::string Commands(const std::vector<uint8_t>& writes) {
+  const std::vector<int> bits = FallingEdgeBits(writes);
+  const auto value = [&bits](size_t first, size_t count) {
+    int v = 0;
+    for (size_t b = 0; b < count; ++b) v |= bits[first + b] << b;
+    return v;
+  };
   std::string text;
-  for (const Frame& f : frames) {
-    char part[32];
-    if (f.word) {
-      std::snprintf(part, sizeof part, "%d(%04X) ", f.code, *f.word);
-    } else {
-      std::snprintf(part, sizeof part, "%d ", f.code);
+  for (size_t i = 0; i + 6 <= bits.size();) {
+    const int code = value(i, 6);
+    i += 6;
+    char word[16];
+    std::snprintf(word, sizeof word, "%d ", code);
+    if (code == 0 || code == 2 || code == 3 || code == 4 || code == 5) {
+      if (i + 16 > bits.size()) break;
+      if (code < 4) std::snprintf(word, sizeof word, "%d(%04X) ", code, value(i + 1, 14));
+      i += 16;
     }
-    text += part;
+    text += word;
   }
   return text;
 }

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,17 +14,10 @@ namespace quorvi::test {
 /// DataOut at each falling edge of Clock, in order: what a chip latches.
 std::vector<int> FallingEdgeBits(const std::vector<uint8_t>& writes);
 
-/// One command as a chip would take it from the lines, with its data word.
-struct Frame {
-  int code = 0;
-  std::optional<int> word;  // loads only; reads and plain commands have none
-  bool operator==(const Frame&) const = default;
-};
-std::string ToString(const std::vector<Frame>& frames);
-
-/// Splits falling-edge bits into commands: loads (0, 2, 3) and reads (4, 5)
-/// take a 16-clock frame, 18 with `pairFlag` except for data memory.
-std::vector<Frame> DecodeFrames(const std::vector<int>& bits, bool pairFlag);
+/// The six-bit commands a 12- or 14-bit chip takes from those writes, a word
+/// each: a load (0, 2, 3) with its data word, as "2(3FFF)". Loads and reads
+/// (4, 5) take a 16-clock frame after the command.
+std::string Commands(const std::vector<uint8_t>& writes);
 
 /// A port that keeps each write with the clock time it happened at.
 class TimedPort final : public PortDriver {

@@ -13,20 +13,10 @@ namespace quorvi::test {
 /// questions from a script (No once the script is used up).
 class RecordingUi final : public UiHost {
  public:
-  void ShowProgress(double percent) override {
-    progress.push_back(percent);
-    progressVisible = true;
-  }
+  void ShowProgress(double percent) override { progress.push_back(percent); progressVisible = true; }
   void HideProgress() override { progressVisible = false; }
-  void ShowStatus(const std::string& text) override {
-    statusTexts.push_back(text);
-    status = text;
-    statusVisible = true;
-  }
-  void HideStatus() override {
-    status.clear();
-    statusVisible = false;
-  }
+  void ShowStatus(const std::string& text) override { statusTexts.push_back(text); statusVisible = true; }
+  void HideStatus() override { statusVisible = false; }
   void SetStatusBar(const std::string& text) override { statusBar = text; }
   void ShowMessage(const UserMessage& message) override { messages.push_back(message); }
   bool AskYesNo(const UserMessage& question) override {
@@ -42,7 +32,6 @@ class RecordingUi final : public UiHost {
   std::vector<double> progress;
   bool progressVisible = false;
   std::vector<std::string> statusTexts;
-  std::string status;
   bool statusVisible = false;
   std::string statusBar;
   std::vector<UserMessage> messages;

@@ -3,10 +3,13 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <sstream>
 #include <utility>
 
 #include "device/selection.h"
 #include "hw/port_link.h"
+#include "support/line_trace.h"
 
 namespace quorvi::test {
 
@@ -41,6 +44,15 @@ sim::ChipState BlankChip(const std::string& chipName) {
   return sim::BlankState(*info.value());
 }
 
+sim::ChipState FactoryChip(const std::string& chipName, uint64_t seed) {
+  auto info = sim::FindChip(chipName);
+  if (!info) {
+    ADD_FAILURE() << info.message();
+    return {};
+  }
+  return sim::FactoryState(*info.value(), seed);
+}
+
 sim::ChipState PatternedChip(const std::string& chipName) {
   sim::ChipState state = BlankChip(chipName);
   auto info = sim::FindChip(chipName);
@@ -55,6 +67,25 @@ sim::ChipState PatternedChip(const std::string& chipName) {
   // The oscillator bits and the watchdog bit: never a protection bit.
   state.config = state.config & ~0x5;
   return state;
+}
+
+void PatternImage(AppState& state) {
+  const DeviceDescriptor& d = state.device;
+  MemoryImage& image = state.image;
+  const int blank = d.family == family::kPic18 ? 0xFFFF : d.family == family::kCore12 ? 0xFFF : 0x3FFF;
+  for (int32_t i = 0; i <= d.programSize; ++i) {
+    image.programBuffer[static_cast<size_t>(i)] = static_cast<int32_t>((i * 37 + 5) % blank);
+  }
+  for (size_t j = 0; j < static_cast<size_t>(d.dataBytes); ++j) {
+    image.dataBuffer[j] = static_cast<int16_t>((j * 11 + 1) % 0xFF);
+  }
+  const int idMask = d.family == family::kCore12 ? 0xF : 0x3FFF;
+  image.idWords = {0x1234 & idMask, 0x0567 & idMask, 0x0009 & idMask, 0x2ABC & idMask, 0};
+  // All ones but the watchdog and the oscillator's low bit: no protection bit cleared.
+  image.configWord = blank & ~0x5;
+  if (d.family == family::kPic18) {
+    image.config18Bytes = {0xE2, 0x00, 0x09, 0x0E, 0x00, 0x00, 0x00, 0x81, 0xC0, 0x0F, 0xE0, 0x0F, 0xFF, 0xFF};
+  }
 }
 
 SimApp::SimApp(sim::ChipState chip, const std::string& deviceName, bool realClock, int64_t portAccessNs) {
@@ -98,11 +129,44 @@ SimApp::SimApp(sim::ChipState chip, const std::string& deviceName, bool realCloc
 SimApp::SimApp(const std::string& chipName) : SimApp(BlankChip(chipName), chipName) {}
 
 SimApp::~SimApp() {
+  EXPECT_TRUE(leftPowered || PoweredDown()) << "the board is left powered";
+  // A quiet run ends the program instead.
+  EXPECT_TRUE(app->commandLine.quiet || !(ui.progressVisible || ui.statusVisible)) << "progress or status left shown";
   if (rulesMayBreak) return;
   for (const std::string& problem : board_->Problems()) ADD_FAILURE() << problem;
 }
 
 std::vector<uint8_t> SimApp::TakeWrites() { return std::exchange(*writes_, {}); }
+
+std::string SimApp::Commands() { return test::Commands(TakeWrites()); }
+
+std::string SimApp::Transcript(OpOutcome outcome) {
+  static const char* const kOutcomes[] = {"ok", "no device", "failed", "terminated", "unavailable", "cancelled"};
+  static const char* const kIcons[] = {"", ", information", ", exclamation", ", critical", ", question"};
+  std::string text = std::string("outcome ") + kOutcomes[static_cast<int>(outcome)] + "\n";
+  for (const std::string& status : ui.statusTexts) text += "status " + status + "\n";
+  const auto box = [&text](const char* kind, const UserMessage& m) {
+    text += kind + (" [" + m.title) + kIcons[static_cast<int>(m.icon)] + "]\n";
+    std::string rest = m.text;  // a sentence a line
+    for (size_t end = 0; (end = rest.find(". ")) != std::string::npos; rest.erase(0, end + 2)) {
+      text += "  " + rest.substr(0, end + 1) + "\n";
+    }
+    text += "  " + rest + "\n";
+  };
+  for (const UserMessage& question : ui.questions) box("question", question);
+  for (const UserMessage& message : ui.messages) box("message", message);
+  if (!ui.statusBar.empty()) text += "status bar " + ui.statusBar + "\n";
+  for (size_t i = 0; i < ui.sounds.size(); ++i) text += "sound\n";
+  for (const int code : ui.terminated) text += "exit " + std::to_string(code) + "\n";
+  if (app->operationFailed == kTrue) text += "failed\n";
+  if (std::filesystem::exists(home.path() / "quorvi2.err")) {
+    const std::string log = home.Read("quorvi2.err");
+    if (log.empty()) text += "empty log\n";
+    std::istringstream lines(log);
+    for (std::string line; std::getline(lines, line);) text += "log " + line + "\n";
+  }
+  return text;
+}
 
 bool SimApp::PoweredDown() const {
   const uint8_t out = board_->lastWrite();

@@ -9,8 +9,10 @@
 
 #include "app/app_state.h"
 #include "hw/clock.h"
+#include "ops/frame.h"
 #include "sim/chip_state.h"
 #include "sim/sim_board.h"
+#include "support/recording_ui.h"
 #include "support/temp_dir.h"
 
 namespace quorvi::test {
@@ -27,16 +29,21 @@ class SimApp {
   /// A blank chip of that name, and the catalogue device of the same name.
   explicit SimApp(const std::string& chipName);
   /// Fails the test for every rule the host broke on the simulated board,
-  /// unless the test set `rulesMayBreak`.
+  /// unless the test set `rulesMayBreak`; when the board is left powered,
+  /// unless the test set `leftPowered`; and when `ui` is left showing progress
+  /// or a status outside quiet mode.
   ~SimApp();
   SimApp(const SimApp&) = delete;
   SimApp& operator=(const SimApp&) = delete;
 
   /// Set by tests that break the chips' rules on purpose.
   bool rulesMayBreak = false;
+  /// Set by tests where quiet mode leaves the port as it stands.
+  bool leftPowered = false;
 
   TempDir home;
   std::unique_ptr<AppState> app;
+  RecordingUi ui;
 
   AppState& state() { return *app; }
   sim::SimBoard& board() { return *board_; }
@@ -47,6 +54,12 @@ class SimApp {
   bool PoweredDown() const;
   /// Every byte written to the port since the last call, then forgets them.
   std::vector<uint8_t> TakeWrites();
+  /// The commands written since the last call as a chip takes them (see line_trace.h).
+  std::string Commands();
+  /// What an operation ending in `outcome` left for the user, a line each:
+  /// the status texts, questions and messages `ui` was given, its status bar,
+  /// sounds and exit, the failure flag and the log file's lines.
+  std::string Transcript(OpOutcome outcome);
 
  private:
   Clock* clock_ = nullptr;
@@ -57,8 +70,15 @@ class SimApp {
 /// A chip of that name as the simulator's blank state has it.
 sim::ChipState BlankChip(const std::string& chipName);
 
+/// A chip of that name as it leaves the factory: `seed` picks its calibration.
+sim::ChipState FactoryChip(const std::string& chipName, uint64_t seed);
+
 /// A chip of that name with every word, byte and ID different from its
 /// neighbours and from blank, and an unprotected configuration word.
 sim::ChipState PatternedChip(const std::string& chipName);
+
+/// The same pattern in the image for the selected device, and for an 18F
+/// its configuration registers: HS oscillator, watchdog on, nothing protected.
+void PatternImage(AppState& state);
 
 }  // namespace quorvi::test
