@@ -42,7 +42,11 @@ TEST(Arith, EachCallGivesWhatItsRowSays) {
       {"ToInt16", [&](const Args& a) { return Narrowed(ToInt16(d(a, 0))); }},
       {"ToByte", [&](const Args& a) { return Narrowed(ToByte(d(a, 0))); }},
       {"VbVal", [](const Args& a) { return test::Number(VbVal(a.at(0))); }},
-      {"ParseNumber", [](const Args& a) { return ParseNumber(a.at(0)) ? test::Number(*ParseNumber(a.at(0))) : "none"; }},
+      {"ParseNumber",
+       [](const Args& a) {
+         const auto number = ParseNumber(a.at(0));
+         return number ? test::Number(*number) : "none";
+       }},
   };
   EXPECT_EQ(test::TableMismatches("arith.txt", calls), "");
 }
