@@ -27,7 +27,7 @@ std::string Commands(const std::vector<uint8_t>& writes) {
   for (size_t i = 0; i + 6 <= bits.size();) {
     const int code = value(i, 6);
     i += 6;
-    char word[16];
+    char word[32];
     std::snprintf(word, sizeof word, "%d ", code);
     if (code == 0 || code == 2 || code == 3 || code == 4 || code == 5) {
       if (i + 16 > bits.size()) break;
