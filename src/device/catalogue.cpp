@@ -59,12 +59,6 @@ Status ReadInt(std::string_view line, const Column& column, std::optional<Int> (
   return Status::Ok();
 }
 
-std::string_view TrimBlanks(std::string_view text) {
-  while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
-  while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
-  return text;
-}
-
 std::string ColumnText(const Column& column) {
   return std::to_string(column.first) + "-" + std::to_string(column.first + column.width - 1);
 }

@@ -3,6 +3,8 @@
 
 #include <array>
 
+#include "util/input_fields.h"
+
 namespace quorvi {
 
 namespace {
@@ -33,13 +35,6 @@ constexpr std::array<FrameRule, 12> kFrameRules{{
 
 constexpr int kFramesTopWithOscillator = 1200;
 
-std::string Trim(std::string_view text) {
-  const size_t first = text.find_first_not_of(' ');
-  if (first == std::string_view::npos) return {};
-  const size_t last = text.find_last_not_of(' ');
-  return std::string(text.substr(first, last - first + 1));
-}
-
 bool StartsWith(std::string_view text, std::string_view prefix) { return text.substr(0, prefix.size()) == prefix; }
 
 std::optional<std::string> SocketPicture(const std::string& name, int pinCount) {
@@ -58,7 +53,7 @@ std::optional<std::string> SocketPicture(const std::string& name, int pinCount) 
 
 std::optional<int> DeviceListIndex(const std::vector<std::string>& entries, std::string_view current) {
   for (size_t i = 1; i < entries.size(); ++i) {
-    if (Trim(entries[i]) == current) return static_cast<int>(i);
+    if (TrimBlanks(entries[i]) == current) return static_cast<int>(i);
   }
   return std::nullopt;
 }
@@ -67,7 +62,7 @@ Result<SelectionView> SelectDevice(const std::string& cataloguePath, std::string
                                    MemoryImage& image, bool keepImage) {
   DeviceDescriptor chosen = device;
   SelectionView view;
-  view.deviceName = Trim(name);
+  view.deviceName = TrimBlanks(name);
   Result<std::optional<VddCaptions>> record = LoadDeviceRecord(cataloguePath, view.deviceName, chosen);
   if (!record) return record.status();
   view.vddCaptions = record.value();

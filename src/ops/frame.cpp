@@ -7,6 +7,7 @@
 #include "hw/delay.h"
 #include "util/arith.h"
 #include "util/atomic_file.h"
+#include "util/input_fields.h"
 
 namespace quorvi {
 
@@ -33,13 +34,6 @@ ProtocolTarget TargetOf(const AppState& state) {
           .timing = facts.timing,
           .vppFirst = facts.vppFirst,
           .plan = state.waitPlanner};
-}
-
-std::string Trimmed(std::string_view text) {
-  const auto first = text.find_first_not_of(' ');
-  if (first == std::string_view::npos) return {};
-  const auto last = text.find_last_not_of(' ');
-  return std::string(text.substr(first, last - first + 1));
 }
 
 }  // namespace
@@ -109,7 +103,7 @@ bool NameStartsWith(std::string_view name, std::string_view prefix) {
   return name.substr(0, prefix.size()) == prefix;
 }
 
-bool Is14000(const DeviceDescriptor& device) { return Trimmed(device.name) == "14000"; }
+bool Is14000(const DeviceDescriptor& device) { return TrimBlanks(device.name) == "14000"; }
 
 int32_t WordBound(const DeviceDescriptor& device) { return Is14000(device) ? kBound14000 : device.programSize; }
 

@@ -123,8 +123,6 @@ class EepromSession {
   bool burstOpen_ = false;
 };
 
-}  // namespace
-
 // A missing chip is shown and fails the command; the checks' own findings
 // have already been shown by the visit.
 OpOutcome Outcome(OperationFrame& frame, const std::optional<UserMessage>& noAnswer, OpOutcome found) {
@@ -132,6 +130,8 @@ OpOutcome Outcome(OperationFrame& frame, const std::optional<UserMessage>& noAns
   frame.ui().ShowMessage(*noAnswer);
   return OpOutcome::kFailed;
 }
+
+}  // namespace
 
 OpResult SerialEepromRead(OperationFrame& frame) {
   EepromSession session(frame, "reading...", kSlowStartMs);

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "protocol/eeprom_bus.h"
 
-#include <cmath>
 #include <utility>
 #include <vector>
 
@@ -15,10 +14,6 @@ constexpr int kBlockBitsMask = 0x1E;
 constexpr int kBlockShift = 7;
 
 bool UsesLowControl(const std::string& name) { return name == "AT24C256" || name == "ST24256"; }
-
-int64_t WithMargin(int64_t minimumNs) {
-  return static_cast<int64_t>(std::ceil(static_cast<double>(minimumNs) * kWaitMargin));
-}
 
 }  // namespace
 
@@ -40,9 +35,9 @@ EepromBus::EepromBus(PortLink& link, EepromTarget target) : link_(link), target_
 
 // The memory's data sheet sets the pace, not the port: a fast port would
 // clock a 100 kHz part out of its specification.
-void EepromBus::Hold(int64_t minimumNs) { link_.HoldSinceLastAccess(WithMargin(minimumNs)); }
+void EepromBus::Hold(int64_t minimumNs) { link_.HoldSinceLastAccess(WithWaitMargin(minimumNs)); }
 
-int EepromBus::ReadBit() { return link_.ReadDataLine(WithMargin(timing().lowNs), WithMargin(timing().highNs)); }
+int EepromBus::ReadBit() { return link_.ReadDataLine(WithWaitMargin(timing().lowNs), WithWaitMargin(timing().highNs)); }
 
 void EepromBus::ClockBit() {
   Hold(timing().lowNs);

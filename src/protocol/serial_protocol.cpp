@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "protocol/serial_protocol.h"
 
-#include <cmath>
 #include <utility>
 
 #include "hw/delay.h"
@@ -59,7 +58,7 @@ void SerialProtocol::WaitAtLeast(float requestedMs, const MinimumWait& minimum) 
 }
 
 void SerialProtocol::Hold(int64_t minimumNs) {
-  link_.HoldSinceLastAccess(static_cast<int64_t>(std::ceil(static_cast<double>(minimumNs) * kWaitMargin)));
+  link_.HoldSinceLastAccess(WithWaitMargin(minimumNs));
 }
 
 void SerialProtocol::Pulse() {

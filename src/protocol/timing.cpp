@@ -117,6 +117,10 @@ const ProgrammingTiming& TimingOf(TimingClass id) {
   return kTimings.front();  // every class has its row; a test checks that
 }
 
+int64_t WithWaitMargin(int64_t minimumNs) {
+  return static_cast<int64_t>(std::ceil(static_cast<double>(minimumNs) * kWaitMargin));
+}
+
 float LengthenedWait(float requestedMs, const MinimumWait& minimum) {
   const double target = static_cast<double>(minimum.ms) * kWaitMargin;
   if (minimum.ms <= 0.0F || RealDelayMs(requestedMs) >= target) return requestedMs;

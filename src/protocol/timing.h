@@ -77,13 +77,12 @@ const BusTiming& BusTimingFor(BusSpeed speed);
 /// The table entry of an algorithm.
 const ProgrammingTiming& TimingOf(TimingClass id);
 
-/// The real length of `DelayMs(ms)`: the integer part from 20 ms on, else
-/// (round-half-even(ms x 10) - 1) units of 1/12000 s.
-double RealDelayMs(float ms);
-
 /// How much longer than the document a lengthened wait runs: room for a
 /// clock that runs a little fast and a chip at the edge of its figures.
 inline constexpr double kWaitMargin = 1.1;
+
+/// A bit-level minimum with the margin, in whole nanoseconds.
+int64_t WithWaitMargin(int64_t minimumNs);
 
 /// The `DelayMs` argument for a wait the protocols name as `requestedMs`:
 /// unchanged when it already lasts the minimum with the margin, else the

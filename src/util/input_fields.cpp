@@ -31,6 +31,12 @@ std::vector<InputField> SplitInputFields(const std::vector<std::string>& lines) 
   return fields;
 }
 
+std::string_view TrimBlanks(std::string_view text) {
+  while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
+  while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
+  return text;
+}
+
 bool ReadTextLines(const std::string& path, std::vector<std::string>& lines) {
   std::ifstream file(path, std::ios::binary);
   if (!file) return false;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace quorvi {
@@ -15,6 +16,9 @@ struct InputField {
 /// Splits lines into fields at commas and line ends, leading blanks skipped;
 /// a field that opens with a double quote runs to the closing quote.
 std::vector<InputField> SplitInputFields(const std::vector<std::string>& lines);
+
+/// `text` without the blanks around it (tabs are kept: the old files never padded with them).
+std::string_view TrimBlanks(std::string_view text);
 
 /// The lines of a text file without their CR LF or LF; nothing when it cannot be read.
 bool ReadTextLines(const std::string& path, std::vector<std::string>& lines);
