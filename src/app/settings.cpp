@@ -45,7 +45,9 @@ Result<Settings> LoadSettings(const std::string& path, const std::string& defaul
     return settings;
   }
   std::vector<std::string> lines;
-  if (!ReadTextLines(path, lines)) return Status::Fail("Cannot read the settings file " + path);
+  if (Status read = ReadTextLines(path, lines); !read) {
+    return Status::Fail("Cannot read the settings file " + read.message());
+  }
   std::vector<InputField> fields = SplitInputFields(lines);
   // A custom address of 378h or 278h is written on two port lines, one for
   // each form that is true: the first one counts, the second is skipped but

@@ -15,7 +15,9 @@ constexpr size_t kShortLineLength = 78;
 
 Result<std::vector<std::string>> ReadLines(const std::string& path) {
   std::vector<std::string> lines;
-  if (!ReadTextLines(path, lines)) return Status::Fail("Cannot open the device catalogue " + path);
+  if (Status read = ReadTextLines(path, lines); !read) {
+    return Status::Fail("Cannot open the device catalogue " + read.message());
+  }
   return lines;
 }
 

@@ -4,15 +4,14 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
-#include <fstream>
 #include <random>
-#include <sstream>
 #include <utility>
 #include <vector>
 
 #include "image/image_texts.h"
 #include "util/arith.h"
 #include "util/atomic_file.h"
+#include "util/file_check.h"
 
 namespace quorvi {
 
@@ -127,14 +126,13 @@ Status WriteCompanionFile(const std::string& companionPath, const SerialState& s
 }
 
 bool ReadCompanionFile(const std::string& companionPath, SerialState& state) {
-  std::ifstream file(companionPath, std::ios::binary);
-  if (!file.is_open()) return false;
-  std::ostringstream content;
-  content << file.rdbuf();
+  // Not there, or nothing a serial file could be (a folder, a FIFO): numbering stays off.
+  const FileContent file = ReadWholeFile(companionPath);
+  if (!file.bytes) return false;
   // Free-format numbers: separated by line ends, blanks or commas.
   std::vector<std::string> fields;
   std::string field;
-  for (const char c : content.str() + "\n") {
+  for (const char c : *file.bytes + "\n") {
     if (c == '\n' || c == '\r' || c == ' ' || c == '\t' || c == ',') {
       if (!field.empty()) fields.push_back(std::move(field));
       field.clear();

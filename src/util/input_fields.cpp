@@ -2,7 +2,9 @@
 #include "util/input_fields.h"
 
 #include <algorithm>
-#include <fstream>
+#include <sstream>
+
+#include "util/file_check.h"
 
 namespace quorvi {
 
@@ -37,16 +39,17 @@ std::string_view TrimBlanks(std::string_view text) {
   return text;
 }
 
-bool ReadTextLines(const std::string& path, std::vector<std::string>& lines) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) return false;
+Status ReadTextLines(const std::string& path, std::vector<std::string>& lines) {
+  // A FIFO or a device would never end, a huge file would fill the memory.
+  const FileContent file = ReadWholeFile(path);
+  if (!file.bytes) return Status::Fail(file.problem);
   lines.clear();
-  std::string line;
-  while (std::getline(file, line)) {
+  std::istringstream text(*file.bytes);
+  for (std::string line; std::getline(text, line);) {
     if (!line.empty() && line.back() == '\r') line.pop_back();
     lines.push_back(line);
   }
-  return true;
+  return Status::Ok();
 }
 
 }  // namespace quorvi

@@ -5,6 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "util/result.h"
+
 namespace quorvi {
 
 /// One field of a text read the old comma- or line-delimited way.
@@ -20,7 +22,8 @@ std::vector<InputField> SplitInputFields(const std::vector<std::string>& lines);
 /// `text` without the blanks around it (tabs are kept: the old files never padded with them).
 std::string_view TrimBlanks(std::string_view text);
 
-/// The lines of a text file without their CR LF or LF; nothing when it cannot be read.
-bool ReadTextLines(const std::string& path, std::vector<std::string>& lines);
+/// The lines of a text file without their CR LF or LF. A file that is not a
+/// readable regular file of sane size fails with "PATH: REASON".
+Status ReadTextLines(const std::string& path, std::vector<std::string>& lines);
 
 }  // namespace quorvi

@@ -124,8 +124,11 @@ TEST(CatalogueReads, AMissingOrEmptyFileIsAMessage) {
   test::TempDir dir;
   const std::string path = dir.Write("device.ini", "");
   DeviceDescriptor d;
-  EXPECT_EQ(LoadDeviceRecord(path + ".missing", "16F84", d).message(),
-            "Cannot open the device catalogue " + path + ".missing");
+  const std::string folder = dir.path().string();
+  for (const auto& [name, reason] : {std::pair{path + ".missing", "not found"}, {folder, "is a directory"}}) {
+    EXPECT_EQ(LoadDeviceRecord(name, "16F84", d).message(),
+              "Cannot open the device catalogue " + name + ": " + reason);
+  }
   EXPECT_FALSE(FillDeviceList(path, d).ok());
 }
 
