@@ -15,6 +15,8 @@
 #include "hw/clock.h"
 #include "hw/port_driver.h"
 #include "hw/port_link.h"
+#include "image/file_format.h"
+#include "image/image_reader.h"
 #include "image/memory_image.h"
 #include "image/serial_numbering.h"
 #include "protocol/timing.h"
@@ -87,9 +89,17 @@ struct AppState {
 
   /// A mode for this run only (the command line's --mode): never saved.
   std::optional<std::string> modeForRun;
+  /// The command line's --legacy-files: this run only, never saved.
+  bool legacyFilesForRun = false;
 
   bool quiet() const { return commandLine.quiet; }
   bool productionMode() const { return modeForRun.value_or(settings.mode) == "PROD"; }
+  FileFormat fileFormat() const {
+    return legacyFilesForRun || settings.legacyFiles ? FileFormat::kLegacy : FileFormat::kStandard;
+  }
 };
+
+/// Loads as this run reads image files: quiet or not, standard or legacy.
+LoadOptions ImageLoadOptions(const AppState& state);
 
 }  // namespace quorvi

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/settings.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <optional>
 #include <vector>
@@ -48,6 +49,10 @@ Result<Settings> LoadSettings(const std::string& path, const std::string& defaul
   if (Status read = ReadTextLines(path, lines); !read) {
     return Status::Fail("Cannot read the settings file " + read.message());
   }
+  // The switch has a line of its own so that the positional lines read as always.
+  const auto marked = std::remove(lines.begin(), lines.end(), std::string(kLegacyFilesLine));
+  settings.legacyFiles = marked != lines.end();
+  lines.erase(marked, lines.end());
   std::vector<InputField> fields = SplitInputFields(lines);
   // A custom address of 378h or 278h is written on two port lines, one for
   // each form that is true: the first one counts, the second is skipped but
@@ -98,6 +103,7 @@ std::string SettingsText(const Settings& settings, SettingsExtent extent, float 
   text += settings.deviceName + "\r\n";
   if (extent == SettingsExtent::kThroughWorkingDirectory) text += settings.workingDirectory + "\r\n";
   if (extent == SettingsExtent::kThroughVddMargins) text += NumberText(vddMin) + "\r\n" + NumberText(vddMax) + "\r\n";
+  if (settings.legacyFiles) text += std::string(kLegacyFilesLine) + "\r\n";
   return text;
 }
 

@@ -20,7 +20,12 @@ struct Settings {
   std::string mode = "PROT";  // ProgrammingMode
   std::string deviceName = "16F84";
   std::string workingDirectory;
+  /// Image files as our earlier versions read and wrote them.
+  bool legacyFiles = false;
 };
+
+/// The line that marks the legacy file format on; any writer keeps it last.
+inline constexpr const char* kLegacyFilesLine = "LEGACY FILES";
 
 /// How much a writer writes: device selection lines 1-3; the port and mode
 /// entries lines 1-4 (with the working directory); the Vdd entries lines

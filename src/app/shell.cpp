@@ -77,6 +77,11 @@ Status ChooseMode(AppState& state, const std::string& mode) {
   return saved;
 }
 
+Status ChooseLegacyFiles(AppState& state, bool on) {
+  state.settings.legacyFiles = on;
+  return WritePortAndMode(state);
+}
+
 std::optional<UserMessage> EnterVddMargin(AppState& state, bool maximum, std::string answer) {
   if (answer.size() == 1) answer += ".0";
   const double value = VbVal(answer);

@@ -53,6 +53,10 @@ std::string CustomPortCaption(const Settings& settings);
 /// programmer reset: port 3Ch, supply off, the supply level back to 5.0 V.
 Status ChooseMode(AppState& state, const std::string& mode);
 
+/// "Legacy file format": image files as our earlier versions read and wrote
+/// them, kept in the settings file.
+Status ChooseLegacyFiles(AppState& state, bool on);
+
 /// `panelMin` / `panelMax` with the typed answer. A message when refused.
 std::optional<UserMessage> EnterVddMargin(AppState& state, bool maximum, std::string answer);
 

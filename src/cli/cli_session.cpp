@@ -50,6 +50,7 @@ Result<std::unique_ptr<CliSession>> CliSession::Open(const GlobalOptions& option
   // No one to ask: a wrong chip stops the run unless --force says otherwise.
   state.wrongChip = options.force ? WrongChipPolicy::kForce : WrongChipPolicy::kStop;
   if (options.mode) state.modeForRun = *options.mode == "prod" ? "PROD" : "PROT";
+  state.legacyFilesForRun = options.legacyFiles;
   state.clock->SetEventPump([self] { self->ui_->PumpEvents(); });
 
   const std::string device = options.device.value_or(state.settings.deviceName);

@@ -21,6 +21,7 @@ struct GlobalOptions {
   std::string clock = "real";
   std::string trace;
   std::optional<std::string> mode;  // prot | prod, for this run only
+  bool legacyFiles = false;         // for this run only
   std::optional<std::string> device;
   bool quiet = false;
   std::optional<bool> answer;  // --yes / --no

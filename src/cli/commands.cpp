@@ -80,6 +80,21 @@ constexpr FuseButtons kFuseButtons[] = {
     {"BKB", "DEBUG_ON", "DEBUG_OFF"},  {"WRT", "cmbWRT:ON", "cmbWRT:OFF"},
 };
 
+// Saves the whole image as "Save Hex" does; "-" writes the HEX text to standard output.
+int SaveWholeImage(const AppState& state, const std::string& out, SaveIdAnswer answer) {
+  if (out == "-") {
+    const Result<std::string> text = WholeImageHex(state.device, state.image, answer, state.fileFormat());
+    if (!text) return Fail(text.message());
+    std::fwrite(text.value().data(), 1, text.value().size(), stdout);
+    return std::fflush(stdout) == 0 ? 0 : Fail("Cannot write to standard output");
+  }
+  DeviceDescriptor device = state.device;  // a legacy save moves the end of some devices
+  const Result<std::string> saved = SaveHexCommand(out, device, state.image, answer, state.fileFormat());
+  if (!saved) return Fail(saved.message());
+  std::printf("Saved %s\n", saved.value().c_str());
+  return 0;
+}
+
 }  // namespace
 
 int ReadChip(CliSession& session, const std::string& out) {
@@ -87,11 +102,7 @@ int ReadChip(CliSession& session, const std::string& out) {
   const OpResult result = cmdRead(state, session.ui(), read_mode::kFull);
   const int status = Finished(session, result, "Read");
   if (status != 0 || out.empty()) return status;
-  DeviceDescriptor device = state.device;
-  Result<std::string> saved = SaveHexCommand(out, device, state.image, SaveIdAnswer::kYes);
-  if (!saved) return Fail(saved.message());
-  std::printf("Saved %s\n", saved.value().c_str());
-  return 0;
+  return SaveWholeImage(state, out, SaveIdAnswer::kYes);
 }
 
 int BlankCheck(CliSession& session) {
@@ -216,13 +227,13 @@ int ShowDeviceInfo(const std::string& cataloguePath, const std::string& name) {
 
 bool OpenImage(CliSession& session, const std::string& path) {
   AppState& state = session.state();
-  LoadOptions options;
-  options.quiet = state.quiet();
+  LoadOptions options = ImageLoadOptions(state);
   options.progress = [&session](int percent) { session.ui().ShowProgress(percent); };
   options.stop = [] { return Interrupted(); };
   OpenedImage opened = OpenImageCommand(path, state.device, state.image, state.serial, options);
   session.ui().HideProgress();
   for (const UserMessage& message : opened.load.messages) session.ui().ShowMessage(message);
+  for (const std::string& note : opened.load.notes) session.ui().SetStatusBar(note);
   if (opened.load.quietEnd) {
     (void)WriteErrorLog(state, *opened.load.quietEnd);
     session.ui().Terminate(1);
@@ -256,11 +267,7 @@ int ConvertImage(CliSession& session, const std::string& in, const std::string& 
                  ? SaveIdAnswer::kYes
                  : SaveIdAnswer::kNo;
   }
-  DeviceDescriptor device = state.device;  // the save moves the end of some devices
-  Result<std::string> saved = SaveHexCommand(out, device, state.image, answer);
-  if (!saved) return Fail(saved.message());
-  std::printf("Saved %s\n", saved.value().c_str());
-  return 0;
+  return SaveWholeImage(state, out, answer);
 }
 
 int PowerCycle(CliSession& session) {

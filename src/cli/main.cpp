@@ -57,6 +57,8 @@ int main(int argc, char** argv) {
   app.add_option("--mode", options.mode, "prot or prod, for this run only (default: the settings file's)")
       ->check(CLI::IsMember({"prot", "prod"}));
   app.add_option("--device", options.device, "Device to select (default: the remembered one)");
+  app.add_flag("--legacy-files", options.legacyFiles,
+               "Read and write image files as our earlier versions did (word-paired HEX, their checksums)");
   app.add_flag("--quiet", options.quiet, "Quiet mode: a failure writes quorvi2.err and ends the run");
   app.add_flag("--force", options.force,
                "Erase or write a chip whose device ID is another part's (or reads as no chip at all)");
@@ -76,11 +78,12 @@ int main(int argc, char** argv) {
   std::string convertIn, convertOut;
   CLI::App* convert = app.add_subcommand("convert", "Load an image file for the device and save it as Intel HEX");
   convert->add_option("IN", convertIn, "Image file to read")->required();
-  convert->add_option("OUT", convertOut, "HEX file to write (.HEX is added when missing)")->required();
+  convert->add_option("OUT", convertOut, "File to write: .bin raw, - standard output, any other Intel HEX")
+      ->required();
   app.add_subcommand("power-cycle", "Power the target up (Vdd, then Vpp) and down again");
   std::string readOut;
   CLI::App* read = app.add_subcommand("read", "Read the chip into the image (and save it as HEX)");
-  read->add_option("-o,--output", readOut, "HEX file to save what was read");
+  read->add_option("-o,--output", readOut, "File to save what was read: .bin raw, - standard output, any other HEX");
   std::string writeFile, verifyFile;
   CLI::App* write = app.add_subcommand("write", "Load an image file and write it into the chip, then verify it");
   write->add_option("FILE", writeFile, "Image file (HEX, OBJ, BIN, TIF)")->required();

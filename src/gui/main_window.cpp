@@ -30,6 +30,7 @@
 #include "gui/dialogs.h"
 #include "gui/socket_picture.h"
 #include "image/calibration.h"
+#include "image/image_texts.h"
 #include "image/image_writer.h"
 #include "image/listing.h"
 #include "image/open_command.h"
@@ -149,7 +150,11 @@ void MainWindow::BuildMenus() {
   add(mnuConfig_, "mnuchangeadd", "Change Address", [this] { mnuchangeaddClick(); });
   mnuConfig_->addSeparator();
   mnuSQTP_ = add(mnuConfig_, "mnuSQTP", "SQTP", [this] { mnuSQTPClick(); });
-  for (QAction* action : {mnuProt_, mnuProd_, mnuLpt1_, mnuLpt2_, mnuLpt_, mnuSQTP_}) action->setCheckable(true);
+  mnuLegacyFiles_ =
+      add(mnuConfig_, "mnuLegacyFiles", image_text::kLegacyFilesCaption, [this] { mnuLegacyFilesClick(); });
+  for (QAction* action : {mnuProt_, mnuProd_, mnuLpt1_, mnuLpt2_, mnuLpt_, mnuSQTP_, mnuLegacyFiles_}) {
+    action->setCheckable(true);
+  }
 
   QMenu* help = menuBar()->addMenu("Help");
   help->setObjectName("mnuHelp");
@@ -557,7 +562,7 @@ void MainWindow::Activate() {
   }
   if (legacy.file) {
     const std::string path = FindPathIgnoringCase(*legacy.file);
-    LoadOptions options;
+    LoadOptions options = ImageLoadOptions(state_);
     options.quiet = legacy.quiet;
     options.progress = [this](int percent) { ShowProgress(percent); };
     OpenedImage opened = OpenImageCommand(path, state_.device, state_.image, state_.serial, options);
@@ -584,6 +589,7 @@ void MainWindow::Activate() {
 void MainWindow::ReportLoad(const LoadReport& report) {
   HideProgress();
   for (const UserMessage& message : report.messages) ShowMessage(message);
+  for (const std::string& note : report.notes) SetStatusBar(note);
   if (report.quietEnd) {
     (void)WriteErrorLog(state_, *report.quietEnd);
     Terminate(1);
@@ -715,6 +721,7 @@ void MainWindow::RefreshChecks() {
   mnuProt_->setChecked(s.mode == "PROT");
   mnuProd_->setChecked(s.mode == "PROD");
   mnuSQTP_->setChecked(state_.serial.switchedOn);
+  mnuLegacyFiles_->setChecked(s.legacyFiles);
 }
 
 void MainWindow::RefreshPortMenus() {
@@ -744,6 +751,13 @@ void MainWindow::mnuModeClick(const std::string& mode) {
   }
   RefreshPortMenus();
   RefreshVddPanels();
+}
+
+void MainWindow::mnuLegacyFilesClick() {
+  if (Status done = ChooseLegacyFiles(state_, !state_.settings.legacyFiles); !done) {
+    ShowMessage({done.message(), title::kQuorvi2Error, MessageIcon::kCritical});
+  }
+  RefreshChecks();
 }
 
 void MainWindow::mnuPortClick(PortEntry entry) {
@@ -780,8 +794,7 @@ void MainWindow::mnuOpenClick() {
                                           "Microchip HEX file|*.HEX|Paralax Object file|*.OBJ|Binary file|*.BIN",
                                           state_.settings.workingDirectory});
   if (path.empty()) return;
-  LoadOptions options;
-  options.quiet = state_.quiet();
+  LoadOptions options = ImageLoadOptions(state_);
   options.progress = [this](int percent) { ShowProgress(percent); };
   OpenedImage opened = OpenImageCommand(path, state_.device, state_.image, state_.serial, options);
   ReportLoad(opened.load);
@@ -802,7 +815,7 @@ void MainWindow::mnuSaveClick() {
     answer = AskYesNo({"Save ID and FUSES informations?", title::kQuorvi2, MessageIcon::kQuestion}) ? SaveIdAnswer::kYes
                                                                                                    : SaveIdAnswer::kNo;
   }
-  Result<std::string> saved = SaveHexCommand(path, state_.device, state_.image, answer);
+  Result<std::string> saved = SaveHexCommand(path, state_.device, state_.image, answer, state_.fileFormat());
   if (!saved) {
     ShowMessage({saved.message(), title::kQuorvi2Error, MessageIcon::kCritical});
     return;
@@ -814,9 +827,7 @@ void MainWindow::mnuLoadCalClick() {
   const std::string path =
       prompts_.file({false, "Load Calibration Data", "Calibration file|*.CAL", state_.settings.workingDirectory});
   if (path.empty()) return;
-  LoadOptions options;
-  options.quiet = state_.quiet();
-  ReportLoad(LoadCalibrationFile(path, state_.device, state_.image, options));
+  ReportLoad(LoadCalibrationFile(path, state_.device, state_.image, ImageLoadOptions(state_)));
   RefreshListings();
 }
 
@@ -824,7 +835,7 @@ void MainWindow::mnuSaveCalClick() {
   const std::string path =
       prompts_.file({true, "Save Calibration Data", "Calibration file|*.CAL", state_.settings.workingDirectory});
   if (path.empty()) return;
-  if (Status saved = SaveCalibrationFile(path, state_.device, state_.image); !saved) {
+  if (Status saved = SaveCalibrationFile(path, state_.device, state_.image, state_.fileFormat()); !saved) {
     ShowMessage({saved.message(), title::kQuorvi2Error, MessageIcon::kCritical});
   }
 }

@@ -98,6 +98,7 @@ class MainWindow final : public QMainWindow, public UiHost {
   void cmdHex16to8Click();
   void cmdStatClick();
   void mnuSQTPClick();
+  void mnuLegacyFilesClick();
   void panelVddClick(bool maximum);
   void mnuModeClick(const std::string& mode);
   void mnuPortClick(PortEntry entry);
@@ -134,6 +135,7 @@ class MainWindow final : public QMainWindow, public UiHost {
   QAction* mnuLpt2_ = nullptr;
   QAction* mnuLpt_ = nullptr;
   QAction* mnuSQTP_ = nullptr;
+  QAction* mnuLegacyFiles_ = nullptr;
   QPushButton* panelDevice_ = nullptr;
   QListWidget* MList3_ = nullptr;
   QListWidget* MList1_ = nullptr;

@@ -20,7 +20,8 @@ inline constexpr int32_t kEnd = 0x1000;  // exclusive
 /// "Save Calibration Data": words 0x0FC0..0x0FFF (plus the data-EEPROM
 /// section for the parts that carry it), no ID or configuration records,
 /// no question, no extension added to `path`.
-Status SaveCalibrationFile(const std::string& path, const DeviceDescriptor& device, const MemoryImage& image);
+Status SaveCalibrationFile(const std::string& path, const DeviceDescriptor& device, const MemoryImage& image,
+                           FileFormat format);
 
 /// "Load Calibration Data": a load that keeps the program buffer, so only
 /// the cells the file names change (and the configuration word, which

@@ -6,7 +6,9 @@
 #include <optional>
 #include <string_view>
 
+#include "image/image_layout.h"
 #include "image/image_texts.h"
+#include "image/intel_hex.h"
 #include "image/name_rules.h"
 #include "util/arith.h"
 #include "util/file_check.h"
@@ -23,6 +25,7 @@ constexpr int32_t kDataAreaLast = 0x2540;
 constexpr int32_t kUnsetConfig = 0x3FFF;
 constexpr size_t kTifHeaderBytes = 25;
 constexpr int32_t kCalibrationPartLimit = 4030;
+constexpr int32_t kLastConfig18Word = 5;
 
 std::string Hex0x(int32_t value) { return "0x" + HexText(value); }
 
@@ -84,6 +87,10 @@ struct Placement {
   bool reportsProgress = false;
 };
 
+int32_t LoaderClearLimit(const DeviceDescriptor& device) {
+  return name_rule::IsCalibrationPart(device.name) ? kCalibrationPartLimit : device.programSize;
+}
+
 Placement PlacementFor(const DeviceDescriptor& device) {
   Placement p;
   p.programSize = device.programSize;
@@ -96,7 +103,7 @@ Placement PlacementFor(const DeviceDescriptor& device) {
   return p;
 }
 
-std::optional<LoadError> ReadHex(std::string_view text, const std::string& path, const Placement& place,
+std::optional<LoadError> ReadLegacyHex(std::string_view text, const std::string& path, const Placement& place,
                                  const LoadOptions& options, MemoryImage& image) {
   HexStream in(text);
   const auto endedEarly = [&] { return LoadError(path, in.line(), "the file ends before its end record"); };
@@ -137,10 +144,10 @@ std::optional<LoadError> ReadHex(std::string_view text, const std::string& path,
             return LoadError(path, recordLine, "word address " + Hex0x(a) + " is beyond the program buffer");
           }
           image.programBuffer[static_cast<size_t>(a)] = word;
-        } else if (upper == "3000" && a <= 7 && a != 6) {
-          const size_t pair = a == 7 ? 6 : static_cast<size_t>(a);
-          image.config18Bytes[2 * pair] = static_cast<uint8_t>(HexPairVal(*high));
-          image.config18Bytes[2 * pair + 1] = static_cast<uint8_t>(HexPairVal(*low));
+        } else if (upper == "3000" && a <= kLastConfig18Word) {
+          // Word 7 (30000Eh/Fh) would fill a seventh pair that no register takes.
+          image.config18Bytes[2 * static_cast<size_t>(a)] = static_cast<uint8_t>(HexPairVal(*low));
+          image.config18Bytes[2 * static_cast<size_t>(a) + 1] = static_cast<uint8_t>(HexPairVal(*high));
         }
         continue;
       }
@@ -179,13 +186,85 @@ std::optional<LoadError> ReadHex(std::string_view text, const std::string& path,
   }
 }
 
-std::optional<LoadError> ReadBinary(std::string_view bytes, bool tif, const std::string& path, MemoryImage& image) {
+std::optional<LoadError> ReadLegacyBinary(std::string_view bytes, bool tif, const std::string& path,
+                                          MemoryImage& image) {
   if (tif) bytes.remove_prefix(std::min(bytes.size(), kTifHeaderBytes));
   if (bytes.size() > static_cast<size_t>(MemoryImage::kProgramSlots)) {
     return LoadError(path + ": " + std::to_string(bytes.size()) + " bytes do not fit the program buffer of " +
                      std::to_string(MemoryImage::kProgramSlots) + " slots");
   }
   for (size_t i = 0; i < bytes.size(); ++i) image.programBuffer[i] = static_cast<unsigned char>(bytes[i]);
+  return std::nullopt;
+}
+
+int32_t LoaderBlankWord(const DeviceDescriptor& device, FileFormat format) {
+  if (format == FileFormat::kStandard) return ProgramWordMask(ImageCoreOf(device));
+  if (name_rule::IsSerialEeprom(device.name)) return 0xFF;
+  return name_rule::IsCore12(device.name) ? 0xFFF : 0x3FFF;
+}
+
+// Our earlier versions saved a 24Cxx one byte per word, high bytes 00: a
+// file too long for the part as bytes, but fitting it so, is read that way.
+bool IsOldEepromLayout(const std::vector<HexBlock>& blocks, const DeviceDescriptor& device) {
+  const auto bytes = static_cast<uint32_t>(device.programSize) + 1;
+  uint32_t end = 0;
+  for (const HexBlock& block : blocks) {
+    end = std::max(end, block.end());
+    for (uint32_t a = block.address | 1U; a < block.end(); a += 2) {
+      if (block.bytes[a - block.address] != '\0') return false;
+    }
+  }
+  constexpr uint32_t kOneRecordMore = 16;
+  return end > bytes && end <= 2 * bytes + kOneRecordMore;
+}
+
+std::vector<HexBlock> EvenBytesHalved(const std::vector<HexBlock>& blocks) {
+  std::vector<HexBlock> halved;
+  for (const HexBlock& block : blocks) {
+    HexBlock half{(block.address + 1) / 2, {}, block.lines};
+    for (uint32_t a = (block.address + 1) & ~1U; a < block.end(); a += 2) half.bytes += block.bytes[a - block.address];
+    halved.push_back(std::move(half));
+  }
+  return halved;
+}
+
+// Clears what a fresh load replaces: the whole image of the device, but the
+// calibration area that a load spares.
+void ClearForStandardLoad(int32_t blank, int32_t limit, MemoryImage& image) {
+  std::fill_n(image.programBuffer.begin(), limit + 1, blank);
+  image.idWords.fill(blank);
+  image.dataBuffer.fill(0xFF);
+  image.configWord = blank;
+  image.config18Bytes.fill(0xFF);
+}
+
+std::optional<LoadError> ReadStandard(std::string_view content, ImageFileKind kind, const std::string& path,
+                                      const DeviceDescriptor& device, MemoryImage& image, LoadReport& report) {
+  std::vector<HexBlock> blocks;
+  if (kind == ImageFileKind::kHex) {
+    Result<HexContent> parsed = ParseIntelHex(content, path);
+    if (!parsed) return LoadError(parsed.message());
+    blocks = std::move(parsed.value().blocks);
+    if (!parsed.value().oldIdRecordLines.empty()) {
+      report.notes.push_back(path + ": ID records with the sums our earlier versions wrote were accepted");
+    }
+  } else {
+    if (kind == ImageFileKind::kTif) content.remove_prefix(std::min(content.size(), kTifHeaderBytes));
+    if (!content.empty()) blocks.push_back({0, std::string(content), {{0, 1}}});
+  }
+  if (device.family == family::kSerialEeprom && kind == ImageFileKind::kHex && IsOldEepromLayout(blocks, device)) {
+    blocks = EvenBytesHalved(blocks);
+    report.notes.push_back(path + ": read as our earlier versions saved a serial EEPROM, one byte per word");
+  }
+  const PlacementReport placed = PlaceFileBytes(blocks, device, image);
+  if (placed.oldIdRecords) {
+    report.notes.push_back(path + ": IDs and configuration read from where our earlier versions saved them");
+  }
+  if (!placed.outside.empty()) {
+    report.messages.push_back({path + ": these data are outside the " + device.name +
+                                   "'s memories and were not loaded:\n" + OutsideText(placed.outside),
+                               image_text::kOutsideTitle, MessageIcon::kExclamation});
+  }
   return std::nullopt;
 }
 
@@ -200,20 +279,12 @@ ImageFileKind ImageFileKindOf(const std::string& path) {
   return ImageFileKind::kHex;
 }
 
-int32_t LoaderBlankWord(const DeviceDescriptor& device) {
-  if (name_rule::IsSerialEeprom(device.name)) return 0xFF;
-  return name_rule::IsCore12(device.name) ? 0xFFF : 0x3FFF;
-}
-
-int32_t LoaderClearLimit(const DeviceDescriptor& device) {
-  return name_rule::IsCalibrationPart(device.name) ? kCalibrationPartLimit : device.programSize;
-}
-
 LoadReport LoadImageFile(const std::string& path, bool keepBuffer, const DeviceDescriptor& device,
                          MemoryImage& image, const LoadOptions& options) {
   LoadReport report;
+  const bool legacy = options.format == FileFormat::kLegacy;
   const ImageFileKind kind = ImageFileKindOf(path);
-  const int32_t blank = LoaderBlankWord(device);
+  const int32_t blank = LoaderBlankWord(device, options.format);
   const Placement place = PlacementFor(device);
 
   const FileContent file = ReadWholeFile(path);
@@ -230,37 +301,48 @@ LoadReport LoadImageFile(const std::string& path, bool keepBuffer, const DeviceD
     return report;
   }
   const std::string* content = &*file.bytes;
+  if (place.limit >= MemoryImage::kProgramSlots) {
+    report.messages.push_back({path + ": the device's size " + std::to_string(place.limit) +
+                                   " is beyond the program buffer",
+                               image_text::kErrorTitle, MessageIcon::kCritical});
+    return report;
+  }
 
   // Work on a copy so that a bad file leaves the image as it was.
   MemoryImage next = image;
-  next.configWord = blank;
-  if (kind != ImageFileKind::kTif && !keepBuffer) {
-    if (place.limit >= MemoryImage::kProgramSlots) {
-      report.messages.push_back({path + ": the device's size " + std::to_string(place.limit) +
-                                     " is beyond the program buffer",
-                                 image_text::kErrorTitle, MessageIcon::kCritical});
-      return report;
-    }
-    for (int32_t a = 0; a <= place.limit; ++a) next.programBuffer[static_cast<size_t>(a)] = blank;
+  std::optional<LoadError> error;
+  if (legacy) {
     next.configWord = blank;
-    next.config18Bytes.fill(0xFF);
+    if (kind != ImageFileKind::kTif && !keepBuffer) {
+      std::fill_n(next.programBuffer.begin(), place.limit + 1, blank);
+      next.config18Bytes.fill(0xFF);
+    }
+    error = kind == ImageFileKind::kHex ? ReadLegacyHex(*content, path, place, options, next)
+                                        : ReadLegacyBinary(*content, kind == ImageFileKind::kTif, path, next);
+  } else {
+    if (!keepBuffer) ClearForStandardLoad(blank, place.limit, next);
+    error = ReadStandard(*content, kind, path, device, next, report);
   }
-
-  const std::optional<LoadError> error = kind == ImageFileKind::kHex
-                                             ? ReadHex(*content, path, place, options, next)
-                                             : ReadBinary(*content, kind == ImageFileKind::kTif, path, next);
   if (error) {
     if (options.quiet) report.quietEnd = error->text();
     report.messages.push_back({error->text(), image_text::kErrorTitle, MessageIcon::kCritical});
     return report;
   }
 
-  if (const auto idAddress = name_rule::Core12IdAddress(device.name)) {
+  if (const auto idAddress = name_rule::Core12IdAddress(device.name); legacy && idAddress) {
     for (size_t i = 0; i < 4; ++i) next.idWords[i] = next.programBuffer[static_cast<size_t>(*idAddress) + i];
   }
 
   bool configMissing = false;
-  if (!place.smallDevice) {
+  if (!legacy) {
+    const ImageCore core = ImageCoreOf(device);
+    if (core == ImageCore::kPic18) {
+      configMissing = std::all_of(next.config18Bytes.begin(), next.config18Bytes.end(),
+                                  [](uint8_t byte) { return byte == 0xFF; });
+    } else if (core != ImageCore::kSerialEeprom) {
+      configMissing = next.configWord == blank && !keepBuffer;
+    }
+  } else if (!place.smallDevice) {
     uint8_t all = 0xFF;
     for (const uint8_t byte : next.config18Bytes) all &= byte;
     configMissing = all == 0xFF;

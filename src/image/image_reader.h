@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "device/device_descriptor.h"
+#include "image/file_format.h"
 #include "image/memory_image.h"
 #include "util/message.h"
 
@@ -20,6 +21,7 @@ struct LoadOptions {
   std::function<void(int percent)> progress;
   /// Asked now and then: true stops the load (Ctrl-C), leaving the image as it was.
   std::function<bool()> stop;
+  FileFormat format = FileFormat::kStandard;
 };
 
 /// What a load did and what the front end must show or do afterwards.
@@ -29,6 +31,8 @@ struct LoadReport {
   bool loaded = false;
   /// Message boxes to show, in order.
   std::vector<UserMessage> messages;
+  /// Status lines: how the file was understood when that is worth saying.
+  std::vector<std::string> notes;
   /// The file could not be opened: the progress bar and the "reading..."
   /// status stay shown until the next operation hides them.
   bool progressLeftShown = false;
@@ -42,18 +46,15 @@ struct LoadReport {
 /// into `image` as the selected `device` places it. `keepBuffer` keeps the
 /// program buffer (no clear) and, for devices of up to 8,192 words,
 /// suppresses the "Configuration missing" check. A file that cannot be
-/// opened, ends before its end record or names a cell beyond the buffers
-/// leaves `image` untouched.
+/// opened or read as its format says leaves `image` untouched.
+/// Standard files: every checksum is checked; data that no memory of the
+/// device takes is reported, not loaded; a load that keeps the buffer
+/// changes only what the file names.
 LoadReport LoadImageFile(const std::string& path, bool keepBuffer, const DeviceDescriptor& device,
                          MemoryImage& image, const LoadOptions& options = {});
 
 /// The kind of image file, from the path's last three characters.
 enum class ImageFileKind { kHex, kBin, kTif };
 ImageFileKind ImageFileKindOf(const std::string& path);
-
-/// The blank word and the highest slot a load clears, chosen by the device's
-/// name (the loader's own rule, unlike selection's, which goes by family).
-int32_t LoaderBlankWord(const DeviceDescriptor& device);
-int32_t LoaderClearLimit(const DeviceDescriptor& device);
 
 }  // namespace quorvi

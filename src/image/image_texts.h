@@ -13,10 +13,12 @@ inline constexpr char kFileNotFoundQuiet[] = "Arquivo não encontrado";
 inline constexpr char kConfigMissing[] = "This file don't have configuration bits, please set the fuses";
 inline constexpr char kConfigMissingTitle[] = "Configuration missing";
 inline constexpr char kErrorTitle[] = "Quorvi error";
+inline constexpr char kOutsideTitle[] = "Data outside the device";
 inline constexpr char kOpenFilter[] = "Microchip HEX file|*.HEX|Paralax Object file|*.OBJ|Binary file|*.BIN";
 inline constexpr char kLoadHexCaption[] = "&Load Hex";
 
 // Saving
+inline constexpr char kLegacyFilesCaption[] = "Legacy file format";
 inline constexpr char kSaveIdQuestion[] = "Save ID and FUSES informations?";
 inline constexpr char kSaveFilter[] = "Data file|*.HEX";
 inline constexpr char kSaveHexCaption[] = "&Save Hex";

@@ -4,7 +4,10 @@
 #include <algorithm>
 #include <cctype>
 
+#include "image/image_layout.h"
+#include "image/image_reader.h"
 #include "image/image_texts.h"
+#include "image/intel_hex.h"
 #include "image/name_rules.h"
 #include "util/arith.h"
 #include "util/atomic_file.h"
@@ -65,18 +68,19 @@ void AppendProgramWord(std::string& out, int32_t& sum, int32_t word) {
   sum += static_cast<int32_t>(low + high);
 }
 
-}  // namespace
-
-bool SaveAsksIdQuestion(const DeviceDescriptor& device, int32_t firstWord) {
-  return firstWord == 0 && device.family != family::kSerialEeprom;
+Status CheckRange(int32_t firstWord, int32_t endWord) {
+  if (firstWord >= 0 && firstWord <= endWord) return Status::Ok();
+  return Status::Fail("Cannot save words " + std::to_string(firstWord) + " to " + std::to_string(endWord) +
+                      ": the range is empty or negative");
 }
 
-Result<std::string> FormatHexImage(int32_t firstWord, int32_t& endWord, const DeviceDescriptor& device,
-                                   const MemoryImage& image, SaveIdAnswer answer) {
-  if (firstWord < 0 || firstWord > endWord) {
-    return Status::Fail("Cannot save words " + std::to_string(firstWord) + " to " + std::to_string(endWord) +
-                        ": the range is empty or negative");
-  }
+bool WritesIdsAndConfig(const DeviceDescriptor& device, int32_t firstWord, SaveIdAnswer answer) {
+  return SaveAsksIdQuestion(device, firstWord) && answer == SaveIdAnswer::kYes;
+}
+
+Result<std::string> FormatLegacyHex(int32_t firstWord, int32_t& endWord, const DeviceDescriptor& device,
+                                    const MemoryImage& image, SaveIdAnswer answer) {
+  if (Status range = CheckRange(firstWord, endWord); !range) return range;
   const size_t addressWidth = device.programSize < kFiveDigitDeviceWords ? 4 : 5;
   std::string out;
   out.reserve(static_cast<size_t>(endWord - firstWord) * 5 + 4096);
@@ -122,7 +126,7 @@ Result<std::string> FormatHexImage(int32_t firstWord, int32_t& endWord, const De
     }
   }
 
-  if (firstWord == 0 && device.family != family::kSerialEeprom && answer == SaveIdAnswer::kYes) {
+  if (WritesIdsAndConfig(device, firstWord, answer)) {
     // One prefix sum for all five records: right for the configuration
     // record only, so the ID records carry checksums 0x0E, 0x0C, 0x0A and
     // 0x08 too low. Our reader ignores checksums; files stay as they were.
@@ -144,10 +148,40 @@ Result<std::string> FormatHexImage(int32_t firstWord, int32_t& endWord, const De
   return out;
 }
 
+std::string RawProgramBytes(int32_t firstWord, int32_t endWord, const DeviceDescriptor& device,
+                            const MemoryImage& image) {
+  const std::vector<HexBlock> blocks = ImageFileBlocks(device, image, firstWord, endWord, false, false);
+  return blocks.empty() ? std::string() : blocks.front().bytes;
+}
+
+std::string FileExtension(const std::string& path) {
+  const std::string name = FileNameOf(path);
+  const size_t dot = name.find_last_of('.');
+  return dot == std::string::npos || dot == 0 ? std::string() : name.substr(dot);
+}
+
+}  // namespace
+
+bool SaveAsksIdQuestion(const DeviceDescriptor& device, int32_t firstWord) {
+  return firstWord == 0 && device.family != family::kSerialEeprom;
+}
+
+Result<std::string> FormatHexImage(int32_t firstWord, int32_t& endWord, const DeviceDescriptor& device,
+                                   const MemoryImage& image, SaveIdAnswer answer, FileFormat format) {
+  if (format == FileFormat::kLegacy) return FormatLegacyHex(firstWord, endWord, device, image, answer);
+  if (Status range = CheckRange(firstWord, endWord); !range) return range;
+  return FormatIntelHex(ImageFileBlocks(device, image, firstWord, endWord, firstWord == 0,
+                                        WritesIdsAndConfig(device, firstWord, answer)));
+}
+
 Status SaveImageFile(const std::string& path, int32_t firstWord, int32_t& endWord, const DeviceDescriptor& device,
-                     const MemoryImage& image, SaveIdAnswer answer) {
+                     const MemoryImage& image, SaveIdAnswer answer, FileFormat format) {
+  if (format == FileFormat::kStandard && ImageFileKindOf(path) == ImageFileKind::kBin) {
+    if (Status range = CheckRange(firstWord, endWord); !range) return range;
+    return WriteFileAtomically(path, RawProgramBytes(firstWord, endWord, device, image));
+  }
   int32_t end = endWord;
-  Result<std::string> text = FormatHexImage(firstWord, end, device, image, answer);
+  Result<std::string> text = FormatHexImage(firstWord, end, device, image, answer, format);
   if (!text) return text.status();
   if (Status written = WriteFileAtomically(path, text.value()); !written) return written;
   endWord = end;
@@ -162,6 +196,11 @@ std::string WithHexSuffix(std::string path) {
   return path;
 }
 
+std::string SavedFileName(const std::string& chosenPath, FileFormat format) {
+  if (format == FileFormat::kLegacy) return WithHexSuffix(chosenPath);
+  return FileExtension(chosenPath).empty() ? chosenPath + ".hex" : chosenPath;
+}
+
 std::string LastDirectoryOf(const std::string& path) {
   const size_t slash = path.find_last_of('/');
   return slash == std::string::npos ? std::string() : path.substr(0, slash);
@@ -173,11 +212,19 @@ std::string FileNameOf(const std::string& path) {
 }
 
 Result<std::string> SaveHexCommand(const std::string& chosenPath, DeviceDescriptor& device, const MemoryImage& image,
-                                   SaveIdAnswer answer) {
-  const std::string path = WithHexSuffix(chosenPath);
+                                   SaveIdAnswer answer, FileFormat format) {
+  const std::string path = SavedFileName(chosenPath, format);
   const DeviceDescriptor before = device;  // the end value below is the device's own size
-  if (Status saved = SaveImageFile(path, 0, device.programSize, before, image, answer); !saved) return saved;
+  int32_t wholeChip = device.programSize + 1;
+  int32_t& end = format == FileFormat::kLegacy ? device.programSize : wholeChip;
+  if (Status saved = SaveImageFile(path, 0, end, before, image, answer, format); !saved) return saved;
   return path;
+}
+
+Result<std::string> WholeImageHex(const DeviceDescriptor& device, const MemoryImage& image, SaveIdAnswer answer,
+                                  FileFormat format) {
+  int32_t end = format == FileFormat::kLegacy ? device.programSize : device.programSize + 1;
+  return FormatHexImage(0, end, device, image, answer, format);
 }
 
 }  // namespace quorvi

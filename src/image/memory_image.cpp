@@ -12,19 +12,8 @@ int32_t BlankWordForFamily(int familyCode) {
 }
 
 std::optional<uint8_t> Config18ImageByte(const MemoryImage& image, int offset) {
-  constexpr int kLastPairedOffset = 0x0B;
-  constexpr int kSeventhPairFirst = 0x0E;
-  constexpr int kSeventhPairLast = 0x0F;
-  int pair = 0;
-  if (offset >= 0 && offset <= kLastPairedOffset) {
-    pair = offset / 2;
-  } else if (offset == kSeventhPairFirst || offset == kSeventhPairLast) {
-    pair = 6;
-  } else {
-    return std::nullopt;
-  }
-  const bool odd = offset % 2 != 0;
-  return image.config18Bytes[static_cast<size_t>(2 * pair + (odd ? 0 : 1))];
+  if (offset < 0 || offset >= MemoryImage::kConfig18Bytes) return std::nullopt;
+  return image.config18Bytes[static_cast<size_t>(offset)];
 }
 
 void ClearImage(const DeviceDescriptor& device, MemoryImage& image) {

@@ -24,7 +24,7 @@ struct MemoryImage {
   std::array<int16_t, kDataSlots> dataBuffer{};
   int32_t configWord = 0;
   std::array<int32_t, kIdSlots> idWords{};
-  /// 18F configuration bytes from a HEX file; blank is 0xFF.
+  /// 18F configuration registers 300000h..30000Dh, in order; blank is 0xFF.
   std::array<uint8_t, kConfig18Bytes> config18Bytes{};
 
   bool operator==(const MemoryImage&) const = default;
@@ -40,9 +40,7 @@ inline constexpr int kDataFirst = 0x2100;
 inline constexpr int kClearBufferSlots = 32761;
 }  // namespace image_address
 
-/// The image's byte for the 18F configuration register at 300000h +
-/// `offset`: the loader keeps pairs, odd address first, and no pair for
-/// 30000Ch/30000Dh, whose registers the image therefore never sets.
+/// The image's byte for the 18F configuration register at 300000h + `offset`.
 std::optional<uint8_t> Config18ImageByte(const MemoryImage& image, int offset);
 
 /// Blank program word of a family: 0xFF for serial EEPROMs, 0xFFF for the

@@ -103,10 +103,10 @@ bool Writer::ReloadChangedImage() {
   if (!state_.imagePath.empty() && state_.imageTimeStamp) {
     const auto stamp = FileTimeStamp(state_.imagePath);
     if (stamp != state_.imageTimeStamp) {
-      LoadOptions options;
-      options.quiet = state_.quiet();
-      const LoadReport report = LoadImageFile(state_.imagePath, false, device_, state_.image, options);
+      const LoadReport report =
+          LoadImageFile(state_.imagePath, false, device_, state_.image, ImageLoadOptions(state_));
       for (const UserMessage& message : report.messages) frame_.ui().ShowMessage(message);
+      for (const std::string& note : report.notes) frame_.ui().SetStatusBar(note);
       if (report.quietEnd) {
         (void)WriteErrorLog(state_, *report.quietEnd);
         state_.operationFailed = kTrue;

@@ -45,7 +45,7 @@ const char* const kEntries[] = {"lpt1", "lpt2", "custom"};
 std::string Fields(const Settings& s) {
   char ports[48];
   std::snprintf(ports, sizeof ports, "%lX %lX %s ", s.port, s.customPort, kEntries[static_cast<int>(s.portEntry)]);
-  return ports + s.mode + " " + s.deviceName + " " + s.workingDirectory;
+  return ports + s.mode + " " + s.deviceName + " " + s.workingDirectory + (s.legacyFiles ? " legacy-files" : "");
 }
 
 std::string Loaded(const std::string& text) {

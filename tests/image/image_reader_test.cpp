@@ -21,7 +21,7 @@ using test::HexRecord;
 // What loading `path` leaves for each device of `entries` (":keep" keeps the
 // buffer, ":quiet" loads in quiet mode), from an image whose every program
 // slot holds a mark, so that a stray write or clear shows.
-std::string LoadResults(const std::string& path, const std::vector<std::string>& entries) {
+std::string LoadResults(const std::string& path, const std::vector<std::string>& entries, FileFormat format) {
   std::string out;
   for (const std::string& entry : entries) {
     const bool keep = entry.ends_with(":keep"), quiet = entry.ends_with(":quiet");
@@ -32,20 +32,30 @@ std::string LoadResults(const std::string& path, const std::vector<std::string>&
     const MemoryImage before = image;
     LoadOptions options;
     options.quiet = quiet;
+    options.format = format;
     const LoadReport report = LoadImageFile(path, keep, device, image, options);
     out += "== " + entry + (report.loaded ? "" : " refused") + (report.progressLeftShown ? ", progress shown" : "") +
            (report.quietEnd ? ", quiet end \"" + *report.quietEnd + "\"" : "") + "\n";
     for (const UserMessage& message : report.messages) out += test::Shown(message) + "\n";
+    for (const std::string& note : report.notes) out += "note: " + note + "\n";
     out += report.loaded ? test::Dump(image) : image == before ? "" : "but the image changed\n";
   }
   return test::Replaced(out, path, "FILE");
 }
 
-// Each NAME.txt in tests/data/load and tests/data/examples names the devices
-// to load the file NAME for after its "load", then has what each load leaves.
+// Each NAME.txt in tests/data/load (legacy files), tests/data/load_standard
+// and tests/data/examples names the devices to load the file NAME for after
+// its "load", then has what each load leaves.
 TEST(LoadImageFile, EachFileLoadsAsItsCaseSays) {
-  const std::string examples = QUORVI_EXAMPLES_DIR;
-  for (const auto& [folder, inputs] : {std::pair{"load", test::DataPath("load")}, {"examples", examples}}) {
+  struct Folder {
+    const char* name;
+    std::string inputs;
+    FileFormat format;
+  };
+  for (const auto& [folder, inputs, format] :
+       {Folder{"load", test::DataPath("load"), FileFormat::kLegacy},
+        Folder{"load_standard", test::DataPath("load_standard"), FileFormat::kStandard},
+        Folder{"examples", QUORVI_EXAMPLES_DIR, FileFormat::kStandard}}) {
     for (const std::string& name : test::DataFiles(folder, ".txt")) {
       const std::string expected = test::Golden(std::string(folder) + "/" + name);
       const size_t load = expected.find("\nload ") + 1;  // after the comment that says what the case shows
@@ -53,7 +63,7 @@ TEST(LoadImageFile, EachFileLoadsAsItsCaseSays) {
       const size_t end = expected.find('\n', load) + 1;
       const std::vector<std::string> words = test::Words(expected.substr(load, end - load - 1));
       const std::string path = inputs + "/" + name.substr(0, name.size() - 4);
-      const std::string actual = LoadResults(path, std::vector(words.begin() + 1, words.end()));
+      const std::string actual = LoadResults(path, std::vector(words.begin() + 1, words.end()), format);
       EXPECT_EQ(test::GoldenMismatch(std::string(folder) + "/" + name, expected.substr(0, end) + actual), "");
     }
   }
@@ -75,7 +85,7 @@ TEST(LoadImageFile, MadeAndUnreadableFilesLoadAsTheirCasesSay) {
            {dir.path().string(), "16F84 16F84:quiet"},
            {"/dev/zero", "16F84 16F84:quiet"},
            {dir.path() / "huge.hex", "16F84 16F84:quiet"}}) {
-    out += "# " + path + "\n" + LoadResults(path, test::Words(entries));
+    out += "# " + path + "\n" + LoadResults(path, test::Words(entries), FileFormat::kLegacy);
   }
   EXPECT_EQ(test::GoldenMismatch("load_made.txt", test::Replaced(out, dir.path().string(), "$DIR")), "");
 }
@@ -83,6 +93,7 @@ TEST(LoadImageFile, MadeAndUnreadableFilesLoadAsTheirCasesSay) {
 TEST(LoadImageFile, BigDevicesReportProgressEvery128Words) {
   std::vector<int> percents;
   LoadOptions options;
+  options.format = FileFormat::kLegacy;
   options.progress = [&](int percent) { percents.push_back(percent); };
   test::TempDir dir;
   const std::string path = dir.Write("big.hex", HexRecord(0, 0, {1, 0}) + "\n" + HexRecord(2, 0, {2, 0}) + "\n" +
@@ -109,7 +120,8 @@ TEST(LoadImageFile, BinaryGarbageNeverCrashesOrHalfLoads) {
       test::TempDir dir;
       MemoryImage image = test::SelectedImage(device);
       const MemoryImage before = image;
-      const LoadReport report = LoadImageFile(dir.Write("junk.hex", bytes), false, device, image);
+      const FileFormat format = round % 2 == 0 ? FileFormat::kStandard : FileFormat::kLegacy;
+      const LoadReport report = LoadImageFile(dir.Write("junk.hex", bytes), false, device, image, test::LoadAs(format));
       if (!report.loaded) {
         EXPECT_EQ(image, before) << round;
         ASSERT_EQ(report.messages.size(), 1U);
@@ -137,16 +149,6 @@ TEST(MemoryImage, ClearAndSelectionBlankTheirAreasWithTheFamilysBlank) {
     }
   }
   EXPECT_EQ(test::GoldenMismatch("memory_image_reset.txt", out), "");
-}
-
-// The loader keeps the 18F bytes in pairs, odd address first, and none for 30000Ch/30000Dh.
-TEST(MemoryImage, Config18ImageByteFindsEachRegistersByte) {
-  MemoryImage image;
-  image.config18Bytes = {0x11, 0x10, 0x13, 0x12, 0x15, 0x14, 0x17, 0x16, 0x19, 0x18, 0x1B, 0x1A, 0x1F, 0x1E};
-  for (int offset = 0; offset < 16; ++offset) {
-    const bool none = offset == 12 || offset == 13;
-    EXPECT_EQ(Config18ImageByte(image, offset), none ? std::nullopt : std::optional<uint8_t>(0x10 + offset)) << offset;
-  }
 }
 
 // The examples, whose loads are the cases in tests/data/examples, are what

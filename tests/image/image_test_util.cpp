@@ -52,7 +52,8 @@ MemoryImage Sample16F84() {
 
 DeviceDescriptor TestDevice(const std::string& name) {
   static const std::map<std::string, DeviceDescriptor (*)()> kDevices = {
-      {"16F84", Pic16F84},   {"16F84A", Pic16F84A},   {"16F628A", Pic16F628A}, {"12C508A", Pic12C508A},
+      {"16F84", Pic16F84},     {"16F84A", Pic16F84A},   {"16F628A", Pic16F628A}, {"16F877A", Pic16F877A},
+      {"12C508A", Pic12C508A},
       {"16C505", Pic16C505}, {"14000", Pic14000},     {"16C622", Pic16C622},   {"18F452", Pic18F452},
       {"18F6720", Pic18F6720}, {"24C16", Eeprom24C16}, {"24LC512", Eeprom24LC512}};
   const size_t colon = name.find(':');
@@ -95,5 +96,11 @@ std::string Shown(const UserMessage& message) {
 }
 
 std::string ExamplePath(const std::string& name) { return std::string(QUORVI_EXAMPLES_DIR) + "/" + name; }
+
+LoadOptions LoadAs(FileFormat format) {
+  LoadOptions options;
+  options.format = format;
+  return options;
+}
 
 }  // namespace quorvi::test

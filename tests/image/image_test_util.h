@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "device/device_descriptor.h"
+#include "image/image_reader.h"
 #include "image/memory_image.h"
 #include "util/message.h"
 #include "support/golden.h"
@@ -33,6 +34,9 @@ std::string Dump(const MemoryImage& image);
 
 /// A message box as one line: title, icon and text.
 std::string Shown(const UserMessage& message);
+
+/// Load options that read files as `format` says.
+LoadOptions LoadAs(FileFormat format);
 
 /// Full path of a file in the source tree's examples/ folder.
 std::string ExamplePath(const std::string& name);

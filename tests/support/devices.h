@@ -24,6 +24,7 @@ DeviceDescriptor MakeDevice(const DeviceFields& fields);
 inline DeviceDescriptor Pic16F84() { return MakeDevice({"16F84", 0x3FF, 1, 64}); }      // flash, data EEPROM
 inline DeviceDescriptor Pic16F84A() { return MakeDevice({"16F84A", 0x3FF, 1, 64}); }
 inline DeviceDescriptor Pic16F628A() { return MakeDevice({"16F628A", 0x7FF, 8, 128}); }
+inline DeviceDescriptor Pic16F877A() { return MakeDevice({"16F877A", 0x1FFF, 8, 256}); }
 inline DeviceDescriptor Pic12C508A() { return MakeDevice({"12C508A", 0x1FF, 4}); }      // 12-bit core
 inline DeviceDescriptor Pic16C505() { return MakeDevice({"16C505", 0x3FF, 4}); }
 inline DeviceDescriptor Pic14000() { return MakeDevice({"14000", 0xFFF, 3}); }          // one-time programmable

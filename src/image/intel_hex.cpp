@@ -1,0 +1,234 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "image/intel_hex.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+
+#include "util/arith.h"
+
+namespace quorvi {
+
+namespace {
+
+constexpr int kData = 0x00;
+constexpr int kEnd = 0x01;
+constexpr int kSegmentAddress = 0x02;
+constexpr int kStartSegment = 0x03;
+constexpr int kLinearAddress = 0x04;
+constexpr int kStartLinear = 0x05;
+constexpr size_t kRecordBytes = 16;
+constexpr char kLineEnd[] = "\r\n";
+constexpr char kDigits[] = "0123456789ABCDEF";
+
+// Our earlier versions summed every ID and configuration record as if its
+// address were 400Eh; those four ID records are known and accepted.
+constexpr std::array<uint32_t, 4> kOldIdRecordAddresses = {0x4000, 0x4002, 0x4004, 0x4006};
+constexpr unsigned kOldIdPrefixSum = 0x50;
+
+int DigitValue(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  return -1;
+}
+
+std::string Hex2(int value) { return PadLeft(HexText(value), 2); }
+
+class Parser {
+ public:
+  Parser(std::string_view text, const std::string& path) : text_(text), path_(path) {}
+
+  Result<HexContent> Run();
+
+ private:
+  Status Fail(const std::string& problem) const {
+    return Status::Fail(path_ + ", line " + std::to_string(line_) + ": " + problem);
+  }
+  // The record on the current line, its bytes decoded and its sum checked.
+  Status Decode(std::string_view record, std::vector<uint8_t>& bytes);
+  Status Take(const std::vector<uint8_t>& bytes, bool& ended);
+  void AddData(uint32_t address, const uint8_t* data, size_t count);
+  Status CheckOverlaps() const;
+
+  std::string_view text_;
+  const std::string& path_;
+  int line_ = 0;
+  uint32_t base_ = 0;
+  HexContent content_;
+};
+
+Status Parser::Decode(std::string_view record, std::vector<uint8_t>& bytes) {
+  if (record.size() < 11 || record.size() % 2 == 0) {
+    return Fail("the record \"" + std::string(record) + "\" is not a whole Intel HEX record");
+  }
+  bytes.resize((record.size() - 1) / 2);
+  for (size_t i = 0; i < bytes.size(); ++i) {
+    const int high = DigitValue(record[1 + 2 * i]);
+    const int low = DigitValue(record[2 + 2 * i]);
+    if (high < 0 || low < 0) {
+      return Fail("\"" + std::string(record.substr(1 + 2 * i, 2)) + "\" at column " + std::to_string(2 + 2 * i) +
+                  " is not a hex byte");
+    }
+    bytes[i] = static_cast<uint8_t>(high * 16 + low);
+  }
+  if (bytes[0] + 5U != bytes.size()) {
+    return Fail("the record says it holds " + std::to_string(bytes[0]) + " bytes but holds " +
+                std::to_string(bytes.size() - 5));
+  }
+  unsigned sum = 0;
+  for (size_t i = 0; i + 1 < bytes.size(); ++i) sum += bytes[i];
+  const auto expected = static_cast<uint8_t>(0x100U - (sum & 0xFFU));
+  const uint8_t found = bytes.back();
+  if (found == expected) return Status::Ok();
+  const uint32_t address = (static_cast<uint32_t>(bytes[1]) << 8U) | bytes[2];
+  const bool oldIdRecord = base_ == 0 && bytes[0] == 2 && bytes[3] == kData &&
+                           std::find(kOldIdRecordAddresses.begin(), kOldIdRecordAddresses.end(), address) !=
+                               kOldIdRecordAddresses.end() &&
+                           found == static_cast<uint8_t>(0x100U - ((kOldIdPrefixSum + bytes[4] + bytes[5]) & 0xFFU));
+  if (oldIdRecord) {
+    content_.oldIdRecordLines.push_back(line_);
+    return Status::Ok();
+  }
+  return Fail("checksum " + Hex2(found) + "h, but the record's bytes need " + Hex2(expected) + "h");
+}
+
+Status Parser::Take(const std::vector<uint8_t>& bytes, bool& ended) {
+  const size_t count = bytes[0];
+  const uint32_t offset = (static_cast<uint32_t>(bytes[1]) << 8U) | bytes[2];
+  const int type = bytes[3];
+  const uint8_t* data = bytes.data() + 4;
+  const auto twoByteValue = [&] { return (static_cast<uint32_t>(data[0]) << 8U) | data[1]; };
+  switch (type) {
+    case kData:
+      AddData(base_ + offset, data, count);
+      return Status::Ok();
+    case kEnd:
+      ended = true;
+      return Status::Ok();
+    case kSegmentAddress:
+    case kLinearAddress:
+      if (count != 2) return Fail("an extended address record holds 2 bytes, not " + std::to_string(count));
+      base_ = type == kLinearAddress ? twoByteValue() << 16U : twoByteValue() << 4U;
+      return Status::Ok();
+    case kStartSegment:
+    case kStartLinear:
+      return Status::Ok();  // an entry point means nothing to a chip
+    default:
+      return Fail("record type " + Hex2(type) + " is not an Intel HEX record type");
+  }
+}
+
+void Parser::AddData(uint32_t address, const uint8_t* data, size_t count) {
+  if (count == 0) return;
+  if (content_.blocks.empty() || content_.blocks.back().end() != address) {
+    content_.blocks.push_back({address, {}, {}});
+  }
+  HexBlock& block = content_.blocks.back();
+  block.lines.emplace_back(static_cast<uint32_t>(block.bytes.size()), line_);
+  block.bytes.append(reinterpret_cast<const char*>(data), count);
+}
+
+Status Parser::CheckOverlaps() const {
+  std::vector<const HexBlock*> sorted;
+  sorted.reserve(content_.blocks.size());
+  for (const HexBlock& block : content_.blocks) sorted.push_back(&block);
+  std::sort(sorted.begin(), sorted.end(), [](const HexBlock* a, const HexBlock* b) { return a->address < b->address; });
+  for (size_t i = 1; i < sorted.size(); ++i) {
+    const HexBlock& later = *sorted[i];
+    for (size_t j = i; j-- > 0;) {
+      const HexBlock& earlier = *sorted[j];
+      if (earlier.end() <= later.address) continue;
+      const uint32_t last = std::min(earlier.end(), later.end());
+      for (uint32_t a = later.address; a < last; ++a) {
+        const char x = earlier.bytes[a - earlier.address];
+        const char y = later.bytes[a - later.address];
+        if (x == y) continue;
+        const int lineX = earlier.LineOf(a - earlier.address);
+        const int lineY = later.LineOf(a - later.address);
+        return Status::Fail(path_ + ": lines " + std::to_string(std::min(lineX, lineY)) + " and " +
+                            std::to_string(std::max(lineX, lineY)) + " give byte address " +
+                            HexText(static_cast<int32_t>(a)) + "h two values (" + Hex2(static_cast<uint8_t>(x)) +
+                            "h and " + Hex2(static_cast<uint8_t>(y)) + "h)");
+      }
+    }
+  }
+  return Status::Ok();
+}
+
+Result<HexContent> Parser::Run() {
+  std::vector<uint8_t> bytes;
+  size_t pos = 0;
+  bool ended = false;
+  while (pos < text_.size() && !ended) {
+    size_t next = text_.find('\n', pos);
+    if (next == std::string_view::npos) next = text_.size();
+    std::string_view record = text_.substr(pos, next - pos);
+    pos = next + 1;
+    ++line_;
+    while (!record.empty() && (record.back() == '\r' || record.back() == ' ' || record.back() == '\t')) {
+      record.remove_suffix(1);
+    }
+    if (record.empty()) continue;
+    if (record.front() != ':') return Fail("\"" + std::string(record.substr(0, 20)) + "\" is not an Intel HEX record");
+    if (Status decoded = Decode(record, bytes); !decoded) return decoded;
+    if (Status taken = Take(bytes, ended); !taken) return taken;
+  }
+  if (!ended) return Fail("the file ends without its end record (:00000001FF)");
+  if (Status unique = CheckOverlaps(); !unique) return unique;
+  return std::move(content_);
+}
+
+}  // namespace
+
+int HexBlock::LineOf(uint32_t offset) const {
+  const auto after = std::upper_bound(lines.begin(), lines.end(), offset,
+                                      [](uint32_t value, const auto& start) { return value < start.first; });
+  return after == lines.begin() ? 0 : std::prev(after)->second;
+}
+
+Result<HexContent> ParseIntelHex(std::string_view text, const std::string& path) {
+  return Parser(text, path).Run();
+}
+
+std::string FormatIntelHex(const std::vector<HexBlock>& blocks) {
+  std::string out;
+  size_t total = 0;
+  for (const HexBlock& block : blocks) total += block.bytes.size();
+  out.reserve(total * 2 + total / kRecordBytes * 13 + 64);
+  const auto appendByte = [&out](unsigned byte, unsigned& sum) {
+    out += kDigits[(byte >> 4U) & 0xFU];
+    out += kDigits[byte & 0xFU];
+    sum += byte;
+  };
+  uint32_t upper = 0;
+  for (const HexBlock& block : blocks) {
+    for (size_t at = 0; at < block.bytes.size();) {
+      const uint32_t address = block.address + static_cast<uint32_t>(at);
+      if (address >> 16U != upper) {
+        upper = address >> 16U;
+        unsigned sum = 0;
+        out += ':';
+        for (const unsigned byte : {2U, 0U, 0U, 4U, upper >> 8U, upper & 0xFFU}) appendByte(byte, sum);
+        appendByte((0x100U - (sum & 0xFFU)) & 0xFFU, sum);
+        out += kLineEnd;
+      }
+      const size_t room = kRecordBytes - address % kRecordBytes;
+      const size_t count = std::min(room, block.bytes.size() - at);
+      unsigned sum = 0;
+      out += ':';
+      for (const unsigned byte : {static_cast<unsigned>(count), (address >> 8U) & 0xFFU, address & 0xFFU, 0U}) {
+        appendByte(byte, sum);
+      }
+      for (size_t i = 0; i < count; ++i) appendByte(static_cast<uint8_t>(block.bytes[at + i]), sum);
+      appendByte((0x100U - (sum & 0xFFU)) & 0xFFU, sum);
+      out += kLineEnd;
+      at += count;
+    }
+  }
+  out += ":00000001FF";
+  out += kLineEnd;
+  return out;
+}
+
+}  // namespace quorvi
