@@ -11,22 +11,6 @@ int32_t BlankWordForFamily(int familyCode) {
   return 0x3FFF;
 }
 
-std::optional<uint8_t> Config18ImageByte(const MemoryImage& image, int offset) {
-  constexpr int kLastPairedOffset = 0x0B;
-  constexpr int kSeventhPairFirst = 0x0E;
-  constexpr int kSeventhPairLast = 0x0F;
-  int pair = 0;
-  if (offset >= 0 && offset <= kLastPairedOffset) {
-    pair = offset / 2;
-  } else if (offset == kSeventhPairFirst || offset == kSeventhPairLast) {
-    pair = 6;
-  } else {
-    return std::nullopt;
-  }
-  const bool odd = offset % 2 != 0;
-  return image.config18Bytes[static_cast<size_t>(2 * pair + (odd ? 0 : 1))];
-}
-
 void ClearImage(const DeviceDescriptor& device, MemoryImage& image) {
   const int32_t blank = BlankWordForFamily(device.family);
   std::fill_n(image.programBuffer.begin(), image_address::kClearBufferSlots, blank);

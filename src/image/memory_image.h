@@ -3,7 +3,6 @@
 
 #include <array>
 #include <cstdint>
-#include <optional>
 #include <vector>
 
 #include "device/device_descriptor.h"
@@ -24,7 +23,7 @@ struct MemoryImage {
   std::array<int16_t, kDataSlots> dataBuffer{};
   int32_t configWord = 0;
   std::array<int32_t, kIdSlots> idWords{};
-  /// 18F configuration bytes from a HEX file; blank is 0xFF.
+  /// 18F configuration registers: [i] is the byte at 300000h + i (CONFIG1L..CONFIG7H); blank is 0xFF.
   std::array<uint8_t, kConfig18Bytes> config18Bytes{};
 
   bool operator==(const MemoryImage&) const = default;
@@ -39,11 +38,6 @@ inline constexpr int kDataFirst = 0x2100;
 /// "Clear Buffer" blanks this many program slots whatever the device.
 inline constexpr int kClearBufferSlots = 32761;
 }  // namespace image_address
-
-/// The image's byte for the 18F configuration register at 300000h +
-/// `offset`: the loader keeps pairs, odd address first, and no pair for
-/// 30000Ch/30000Dh, whose registers the image therefore never sets.
-std::optional<uint8_t> Config18ImageByte(const MemoryImage& image, int offset);
 
 /// Blank program word of a family: 0xFF for serial EEPROMs, 0xFFF for the
 /// 12-bit core, 0x3FFF for every other family.

@@ -139,16 +139,6 @@ TEST(MemoryImage, ClearAndSelectionBlankTheirAreasWithTheFamilysBlank) {
   EXPECT_EQ(test::GoldenMismatch("memory_image_reset.txt", out), "");
 }
 
-// The loader keeps the 18F bytes in pairs, odd address first, and none for 30000Ch/30000Dh.
-TEST(MemoryImage, Config18ImageByteFindsEachRegistersByte) {
-  MemoryImage image;
-  image.config18Bytes = {0x11, 0x10, 0x13, 0x12, 0x15, 0x14, 0x17, 0x16, 0x19, 0x18, 0x1B, 0x1A, 0x1F, 0x1E};
-  for (int offset = 0; offset < 16; ++offset) {
-    const bool none = offset == 12 || offset == 13;
-    EXPECT_EQ(Config18ImageByte(image, offset), none ? std::nullopt : std::optional<uint8_t>(0x10 + offset)) << offset;
-  }
-}
-
 // The examples, whose loads are the cases in tests/data/examples, are what
 // gpasm makes of their sources.
 TEST(GpasmFile, ExamplesAreWhatGpasmMakesOfTheirSources) {

@@ -86,15 +86,14 @@ TEST(FuseWrite, BandGapPartGetsTheSavedBitsAndComparesBitsEightToZero) {
 
 // Register by register: CONFIG1H HS with OSCSEN set, CONFIG2L/H BOR off and
 // the watchdog on with 1:16, CONFIG3H CCP2 on RB3, CONFIG4L LVP off, nothing
-// protected. The image keeps pairs, odd address first. CONFIG7, which the
-// image does not carry, stays erased.
+// protected; CONFIG7 blank.
 TEST(FuseWrite18, EachRegisterTakesItsImageByteOrTheFailureIsReported) {
   for (const bool stuck : {false, true}) {
     sim::ChipState chip = test::BlankChip(stuck ? "18F252" : "18F452");
     if (stuck) chip.faults.neverProgram = {0x300006};
     test::SimApp sim(chip, chip.chip);
-    sim.state().image.config18Bytes = {0xE2, 0x00, 0x09, 0x02, 0x00, 0x00, 0x00,
-                                       0x81, 0xC0, 0x0F, 0xE0, 0x0F, 0xFF, 0xFF};
+    sim.state().image.config18Bytes = {0x00, 0xE2, 0x02, 0x09, 0x00, 0x00, 0x81,
+                                       0x00, 0x0F, 0xC0, 0x0F, 0xE0, 0xFF, 0xFF};
     test::ExpectSection(test::DataSections("fuse_write_transcripts.txt"), stuck ? "18F252, never programs" : "18F452",
                         sim.Transcript(cmdWriteFuse(sim.state(), sim.ui).outcome));
     if (!stuck) {

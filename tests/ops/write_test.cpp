@@ -62,6 +62,7 @@ TEST(WriteAndVerify, AFailureSaysWhereOrLogsItsLine) {
        [](sim::ChipState& c) { c.program.back() ^= 0x0001; }},
       {"an 18F ID word", "18F452", 0, none, [](sim::ChipState& c) { c.ids[1] ^= 0x0100; c.ids[2] ^= 0x0001; }},
       {"an 18F register: CPD programmed", "18F452", 0, none, [](sim::ChipState& c) { c.configBytes[9] = 0x40; }},
+      {"an 18F register: EBTR0 programmed", "18F452", 0, none, [](sim::ChipState& c) { c.configBytes[12] = 0x0E; }},
   };
   const auto golden = test::DataSections("write_transcripts.txt");
   for (const Case& c : cases) {
