@@ -26,7 +26,7 @@ uint8_t Config18ImplementedBits(const DeviceDescriptor& device, int offset) {
 
 std::optional<uint8_t> Config18ByteToWrite(const DeviceDescriptor& device, const MemoryImage& image, int offset) {
   if (Config18ImplementedBits(device, offset) == 0) return std::nullopt;
-  return Config18ImageByte(image, offset);
+  return image.config18Bytes[static_cast<size_t>(offset)];
 }
 
 std::string Config18RegisterName(int offset) {

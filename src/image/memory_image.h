@@ -3,7 +3,6 @@
 
 #include <array>
 #include <cstdint>
-#include <optional>
 #include <vector>
 
 #include "device/device_descriptor.h"
@@ -24,7 +23,7 @@ struct MemoryImage {
   std::array<int16_t, kDataSlots> dataBuffer{};
   int32_t configWord = 0;
   std::array<int32_t, kIdSlots> idWords{};
-  /// 18F configuration registers 300000h..30000Dh, in order; blank is 0xFF.
+  /// 18F configuration registers: [i] is the byte at 300000h + i (CONFIG1L..CONFIG7H); blank is 0xFF.
   std::array<uint8_t, kConfig18Bytes> config18Bytes{};
 
   bool operator==(const MemoryImage&) const = default;
@@ -40,11 +39,9 @@ inline constexpr int kDataFirst = 0x2100;
 inline constexpr int kClearBufferSlots = 32761;
 }  // namespace image_address
 
-/// The image's byte for the 18F configuration register at 300000h + `offset`.
-std::optional<uint8_t> Config18ImageByte(const MemoryImage& image, int offset);
-
 /// Blank program word of a family: 0xFF for serial EEPROMs, 0xFFF for the
-/// 12-bit core, 0x3FFF for every other family.
+/// 12-bit core, 0xFFFF for the 18F (what its erased flash reads), 0x3FFF for
+/// every other family.
 int32_t BlankWordForFamily(int familyCode);
 
 /// The main window's "Clear Buffer": blanks program slots 0..32760 and every
@@ -54,7 +51,9 @@ void ClearImage(const DeviceDescriptor& device, MemoryImage& image);
 /// The reset that selecting a device makes: program words 0..programSize
 /// (inclusive) and the ID words blank (0xF for the 12-bit core), every data
 /// byte 0xFF, the configuration word blank (masked to 0x1FF for fuse map 21).
-/// Selection knows no serial-EEPROM blank: family 5 gets 0x3FFF here.
+/// Selection knows no serial-EEPROM blank: family 5 gets 0x3FFF here. An 18F
+/// gets 0xFFFF words and IDs, as its erased flash reads, and every
+/// configuration byte 0xFF.
 void ResetImageOnSelection(const DeviceDescriptor& device, MemoryImage& image);
 
 }  // namespace quorvi

@@ -36,7 +36,6 @@ std::optional<int> LastDifferingIdWord18(Pic18Protocol& pic18, const MemoryImage
   return last;
 }
 
-// CONFIG7 stays as the erase left it: the image has no byte for it.
 bool WriteConfigBytes18(Pic18Protocol& pic18, const DeviceDescriptor& device, const MemoryImage& image) {
   for (int offset = 0; offset < kConfig18Registers; ++offset) {
     if (const auto byte = Config18ByteToWrite(device, image, offset)) pic18.WriteConfigByte(offset, *byte);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ops/read.h"
 
+#include <algorithm>
 #include <vector>
 
 #include "ops/chip_id.h"
@@ -21,6 +22,43 @@ constexpr int kIdWords = 4;
 
 bool ShowsCalibration(const DeviceDescriptor& device) {
   return device.oscList == 2 || device.oscList == 3 || device.fuseMap == kFuseMapBandgap;
+}
+
+// The program read leaves programming mode: the ID, configuration (table
+// reads) and data EEPROM (EECON1) reads need it entered again (DS39576,
+// "Reading the Device").
+OpResult Read18F(OperationFrame& frame, int16_t readMode, OpResult result) {
+  AppState& state = frame.state();
+  const DeviceDescriptor& device = state.device;
+  MemoryImage& image = state.image;
+  Pic18Protocol pic18(frame.protocol());
+  const bool everything = readMode != read_mode::kConfigurationOnly;
+  if (everything) {
+    const int32_t n = device.programSize;
+    const int32_t stride = ProgressStride(n);
+    const std::vector<int> words = pic18.ReadProgramMemory(n, [&](int address) {
+      if (address == n || address % stride == 0) frame.Progress(address, n);
+      return true;
+    });
+    for (size_t i = 0; i < words.size() && i < image.programBuffer.size(); ++i) image.programBuffer[i] = words[i];
+    frame.protocol().EnterProgrammingMode();
+  }
+  const std::vector<int> ids = pic18.ReadBytes(addr18::kIdLocations, 2 * kIdWords);
+  for (size_t k = 0; k < static_cast<size_t>(kIdWords); ++k) image.idWords[k] = ids[2 * k] | (ids[2 * k + 1] << 8);
+  const std::vector<int> config = pic18.ReadBytes(addr18::kConfigBytes, MemoryImage::kConfig18Bytes);
+  for (size_t i = 0; i < config.size(); ++i) image.config18Bytes[i] = static_cast<uint8_t>(config[i]);
+  const int32_t dataBytes = std::min<int32_t>(device.dataBytes, MemoryImage::kDataSlots);
+  if (everything && dataBytes >= 1) {
+    for (int32_t j = 0; j < dataBytes; ++j) {
+      image.dataBuffer[static_cast<size_t>(j)] = static_cast<int16_t>(pic18.ReadDataEeprom(j));
+    }
+    result.refreshDataListing = true;
+  }
+  state.link.SetDataLine(kFalse);
+  frame.PowerDown();
+  frame.End();
+  result.durationNs = frame.Finish(OpOutcome::kOk).durationNs;
+  return result;
 }
 
 }  // namespace
@@ -49,22 +87,9 @@ OpResult cmdRead(AppState& state, UiHost& ui, int16_t readMode) {
   OpResult result;
   result.refreshConfig = true;
   result.refreshProgramListing = true;
+  if (device.family == family::kPic18) return Read18F(frame, readMode, result);
 
   if (readMode != read_mode::kConfigurationOnly) {
-    if (device.family == family::kPic18) {
-      Pic18Protocol pic18(protocol);
-      const int32_t stride = ProgressStride(n);
-      const std::vector<int> words = pic18.ReadProgramMemory(n, [&](int address) {
-        if (address == n || address % stride == 0) frame.Progress(address, n);
-        return true;
-      });
-      for (size_t i = 0; i < words.size(); ++i) image.programBuffer[i] = words[i];
-      state.link.SetDataLine(kFalse);
-      frame.PowerDown();
-      frame.End();
-      result.durationNs = frame.Finish(OpOutcome::kOk).durationNs;
-      return result;
-    }
     if (frame.is12Bit()) {
       // The 12-bit counter starts on the configuration word, before address 0.
       image.configWord = protocol.ReadProgramWord();

@@ -132,8 +132,9 @@ TEST(LoadImageFile, BinaryGarbageNeverCrashesOrHalfLoads) {
 }
 
 // "Clear Buffer" blanks slots 0..32760 and keeps the configuration, IDs and
-// 18F bytes; selecting a device blanks its own words, IDs and configuration
-// (selection knows no serial-EEPROM blank). Both blank every data byte.
+// 18F bytes; selecting a device blanks its own words, IDs and configuration,
+// an 18F's configuration bytes too (selection knows no serial-EEPROM blank).
+// Both blank every data byte.
 TEST(MemoryImage, ClearAndSelectionBlankTheirAreasWithTheFamilysBlank) {
   std::string out;
   for (const bool select : {false, true}) {

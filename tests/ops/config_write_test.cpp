@@ -86,8 +86,7 @@ TEST(FuseWrite, BandGapPartGetsTheSavedBitsAndComparesBitsEightToZero) {
 
 // Register by register: CONFIG1H HS with OSCSEN set, CONFIG2L/H BOR off and
 // the watchdog on with 1:16, CONFIG3H CCP2 on RB3, CONFIG4L LVP off, nothing
-// protected. The image keeps pairs, odd address first. CONFIG7, which the
-// image does not carry, stays erased.
+// protected; CONFIG7 blank.
 TEST(FuseWrite18, EachRegisterTakesItsImageByteOrTheFailureIsReported) {
   for (const bool stuck : {false, true}) {
     sim::ChipState chip = test::BlankChip(stuck ? "18F252" : "18F452");

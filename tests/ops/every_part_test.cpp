@@ -86,24 +86,22 @@ std::string EveryStep(test::SimApp& sim) {
   const MemoryImage written = state.image;
   MemoryImage& read = state.image;
   std::fill(read.programBuffer.begin(), read.programBuffer.end(), 0);
-  if (d.family != family::kPic18) {
-    std::fill(read.dataBuffer.begin(), read.dataBuffer.end(), int16_t{0});
-    read.idWords = {};
-    read.configWord = 0;
-  }
+  std::fill(read.dataBuffer.begin(), read.dataBuffer.end(), int16_t{0});
+  read.idWords = {};
+  read.configWord = 0;
   if (!cmdRead(state, ui, read_mode::kFull).ok()) return said("read");
   const int32_t last = d.oscList == 2 || d.oscList == 3 || d.oscList == 7 ? d.programSize - 1 : WordBound(d);
   const int mask = d.family == family::kPic18 ? 0xFFFF : 0x3FFF;
   for (size_t i = 0; i <= static_cast<size_t>(last); ++i) {
     if ((read.programBuffer[i] & mask) != (written.programBuffer[i] & mask)) return "read at " + std::to_string(i);
   }
-  if (d.family != family::kPic18) {  // the 18F read takes program memory only
-    for (size_t j = 0; j < static_cast<size_t>(d.dataBytes); ++j) {
-      if ((read.dataBuffer[j] & 0xFF) != (written.dataBuffer[j] & 0xFF)) return "read data at " + std::to_string(j);
-    }
-    for (size_t k = 0; k < 4; ++k) {
-      if (read.idWords[k] != written.idWords[k]) return "read ID " + std::to_string(k);
-    }
+  for (size_t j = 0; j < static_cast<size_t>(d.dataBytes); ++j) {
+    if ((read.dataBuffer[j] & 0xFF) != (written.dataBuffer[j] & 0xFF)) return "read data at " + std::to_string(j);
+  }
+  for (size_t k = 0; k < 4; ++k) {
+    if (read.idWords[k] != written.idWords[k]) return "read ID " + std::to_string(k);
+  }
+  if (d.family != family::kPic18) {  // the 18F bytes have their own test
     const int config = ConfigCompareMask(d);
     if ((read.configWord & config) != (written.configWord & config)) return "read configuration";
   }

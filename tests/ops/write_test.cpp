@@ -4,15 +4,19 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <filesystem>
 #include <string>
 #include <tuple>
+#include <utility>
+#include <vector>
 
 #include "image/open_command.h"
 #include "image/serial_numbering.h"
 #include "ops/compare.h"
 #include "ops/op_texts.h"
+#include "ops/read.h"
 #include "ops/write.h"
 #include "sim/eprom_chip.h"
 #include "support/golden.h"
@@ -62,6 +66,7 @@ TEST(WriteAndVerify, AFailureSaysWhereOrLogsItsLine) {
        [](sim::ChipState& c) { c.program.back() ^= 0x0001; }},
       {"an 18F ID word", "18F452", 0, none, [](sim::ChipState& c) { c.ids[1] ^= 0x0100; c.ids[2] ^= 0x0001; }},
       {"an 18F register: CPD programmed", "18F452", 0, none, [](sim::ChipState& c) { c.configBytes[9] = 0x40; }},
+      {"an 18F register: EBTR0 programmed", "18F452", 0, none, [](sim::ChipState& c) { c.configBytes[12] = 0x0E; }},
   };
   const auto golden = test::DataSections("write_transcripts.txt");
   for (const Case& c : cases) {
@@ -235,6 +240,55 @@ TEST(Write, AnImageFileChangedSinceItWasOpenedIsReloaded) {
   EXPECT_TRUE(std::filesystem::exists(sim.home.path() / "quorvi2.err"));
   EXPECT_EQ(sim.home.Read("quorvi2.err"), "");
   EXPECT_TRUE(sim.TakeWrites().empty());
+}
+
+// An 18F452 written from a selected image holding three program blocks (one
+// the last), the ID bytes, the configuration bytes gpasm makes for
+// `config OSC = HS, OSCS = OFF, PWRT = ON, BOR = OFF, WDT = OFF, LVP = OFF,
+// CCP2MUX = ON` with every protection off (none for the unimplemented
+// 300000h, 300004h, 300007h), and two data EEPROM bytes; then read back.
+TEST(Write18, ProgramsOnlyTheImagesBlocksAndReadsBackTheSameFields) {
+  test::SimApp sim("18F452");
+  AppState& state = sim.state();
+  std::vector<int> program(0x4000, 0xFFFF);
+  for (const auto& [address, word] :
+       {std::pair{0, 0x6A93}, {1, 0x708A}, {2, 0xD7FE}, {0x1235, 0x0012}, {0x3FFF, 0xFF00}}) {
+    state.image.programBuffer[static_cast<size_t>(address)] = word;
+    program[static_cast<size_t>(address)] = word;
+  }
+  std::vector<int> data(256, 0xFF);
+  data[0] = 0x11;
+  data[0xFF] = 0x22;
+  state.image.dataBuffer[0] = 0x11;
+  state.image.dataBuffer[0xFF] = 0x22;
+  const std::array<int, 4> ids = {0x0201, 0x0403, 0x0605, 0x0807};
+  state.image.idWords = {0x0201, 0x0403, 0x0605, 0x0807, 0};
+  state.image.config18Bytes = {0xFF, 0x22, 0x0C, 0x0E, 0xFF, 0x01, 0x81, 0xFF, 0x0F, 0xC0, 0x0F, 0xE0, 0x0F, 0x40};
+  // Unimplemented registers and bits read 0.
+  const std::vector<int> config = {0x00, 0x22, 0x0C, 0x0E, 0x00, 0x01, 0x81, 0x00, 0x0F, 0xC0, 0x0F, 0xE0, 0x0F, 0x40};
+
+  ASSERT_TRUE(cmdWrite(state, sim.ui).ok()) << (sim.ui.messages.empty() ? "" : sim.ui.messages[0].text);
+  EXPECT_EQ(std::count_if(state.cycleTable.begin(), state.cycleTable.end(), [](int16_t c) { return c != 0; }), 3 * 4);
+  EXPECT_EQ(sim.chip().program, program);
+  EXPECT_EQ(sim.chip().data, data);
+  EXPECT_EQ(sim.chip().ids, ids);
+  EXPECT_EQ(sim.chip().configBytes, config);
+
+  for (const int16_t mode : {read_mode::kConfigurationOnly, read_mode::kFull}) {
+    SCOPED_TRACE(mode);
+    const bool full = mode == read_mode::kFull;
+    state.image = MemoryImage();
+    const OpResult read = cmdRead(state, sim.ui, mode);
+    ASSERT_TRUE(read.ok());
+    EXPECT_EQ(read.refreshDataListing, full);
+    const MemoryImage& image = state.image;
+    EXPECT_EQ(std::vector<int>(image.programBuffer.begin(), image.programBuffer.begin() + 0x4000),
+              full ? program : std::vector<int>(0x4000, 0));
+    EXPECT_EQ(std::vector<int>(image.dataBuffer.begin(), image.dataBuffer.begin() + 256),
+              full ? data : std::vector<int>(256, 0));
+    EXPECT_TRUE(std::equal(ids.begin(), ids.end(), image.idWords.begin()));
+    EXPECT_EQ(std::vector<int>(image.config18Bytes.begin(), image.config18Bytes.end()), config);
+  }
 }
 
 TEST(Production, WriteAndVerifyAtBothMarginsFindACellWeakOnlyAtVddMin) {
