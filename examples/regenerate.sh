@@ -5,7 +5,7 @@
 # format gpasm accepts for it).
 set -eu
 cd "$(dirname "$0")"
-for pair in blink_12c508a:12c508a eeprom_16f84a:16f84a eeprom_16f628a:16f628a; do
+for pair in blink_12c508a:12c508a eeprom_16f84a:16f84a eeprom_16f628a:16f628a eeprom_16f877a:16f877a; do
   name=${pair%%:*}
   part=${pair#*:}
   gpasm -q -p "$part" -a inhx8m "$name.asm" -o "$name.inhx8m.hex"
