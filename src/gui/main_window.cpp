@@ -39,14 +39,13 @@
 #include "ops/config_write.h"
 #include "ops/read.h"
 #include "ops/write.h"
+#include "app/version.h"
 #include "sim/sim_board.h"
 #include "util/atomic_file.h"
 
 namespace quorvi::gui {
 
 namespace {
-
-constexpr const char* kVersion = "0.1";
 
 QString Q(const std::string& text) { return QString::fromStdString(text); }
 
@@ -62,7 +61,7 @@ struct FrameSpec {
 MainWindow::MainWindow(Session& session, Prompts prompts)
     : session_(session), state_(session.state()), prompts_(std::move(prompts)) {
   setObjectName("frmMain");
-  setWindowTitle(Q(std::string("Quorvi XP      V") + kVersion));
+  setWindowTitle(Q(std::string("Quorvi XP      V") + kProgramVersion));
   BuildMenus();
 
   auto* central = new QWidget(this);
@@ -939,7 +938,7 @@ void MainWindow::ShowHelp() {
 }
 
 void MainWindow::ShowAbout() {
-  AboutDialog dialog(this, kVersion);
+  AboutDialog dialog(this, kProgramVersion);
   prompts_.runDialog(dialog);
 }
 
