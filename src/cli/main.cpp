@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "app/home.h"
+#include "app/version.h"
 #include "cli/cli_session.h"
 #include "cli/commands.h"
 #include "cli/interrupt_guard.h"
@@ -42,6 +43,7 @@ int main(int argc, char** argv) {
   CLI::App app{"Quorvi device programmer for PIC microcontrollers and 24Cxx serial EEPROMs.\n"
                "Legacy options, as another program passes them: /D:DEVICE /F:FILE /W /Q"};
   app.name("quorvi2-cli");
+  app.set_version_flag("--version", std::string("quorvi2-cli ") + kProgramVersion);
   GlobalOptions options;
   std::string clockChoice = "real";
   app.add_option("--home", options.home, "Folder of quorvi2.ini, device.ini and quorvi2.err");
