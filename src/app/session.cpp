@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/session.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 
@@ -17,16 +18,18 @@ namespace quorvi {
 
 namespace {
 
+// Follows whatever port the slot holds, so that a port replaced by the
+// menus keeps the trace and guard above it.
 class ForwardingPort final : public PortDriver {
  public:
-  explicit ForwardingPort(PortDriver& target) : target_(target) {}
-  void WriteData(uint8_t value) override { target_.WriteData(value); }
-  uint8_t ReadStatus() override { return target_.ReadStatus(); }
-  std::optional<bool> BusLevel() const override { return target_.BusLevel(); }
-  std::string Describe() const override { return target_.Describe(); }
+  explicit ForwardingPort(const std::unique_ptr<PortDriver>& slot) : slot_(slot) {}
+  void WriteData(uint8_t value) override { slot_->WriteData(value); }
+  uint8_t ReadStatus() override { return slot_->ReadStatus(); }
+  std::optional<bool> BusLevel() const override { return slot_->BusLevel(); }
+  std::string Describe() const override { return slot_->Describe(); }
 
  private:
-  PortDriver& target_;
+  const std::unique_ptr<PortDriver>& slot_;
 };
 
 }  // namespace
@@ -71,8 +74,12 @@ Result<std::unique_ptr<Session>> Session::Open(const SessionOptions& options, co
 
   PortEnvironment env;
   env.clock = state.clock.get();
-  Result<std::unique_ptr<PortDriver>> opened = OpenPort(port, env);
-  if (opened) {
+  Result<std::unique_ptr<PortDriver>> opened =
+      options.openPort ? OpenPort(port, env) : Status::Fail("not opened: this run does not touch the chip");
+  if (!options.openPort) {
+    session->port_ = std::make_unique<DisconnectedPort>(opened.message());
+    port = "none";
+  } else if (opened) {
     // Virtual time would cut every wait short on a real chip.
     if (options.virtualClock && port != "record" && port.rfind("sim", 0) != 0) {
       return Status::Fail("the virtual clock is only for the simulated board or the record port");
@@ -94,15 +101,39 @@ Result<std::unique_ptr<Session>> Session::Open(const SessionOptions& options, co
   if (options.chip) RemoveStaleTemporaries(*options.chip);
   session->board_ = dynamic_cast<sim::SimBoard*>(session->port_.get());
   session->portName_ = session->board_ ? port + " (simulated board)" : session->portFailure_ ? port + " (not open)" : port;
-  std::unique_ptr<PortDriver> driver = std::make_unique<ForwardingPort>(*session->port_);
-  if (options.decorate) {
-    Result<std::unique_ptr<PortDriver>> decorated = options.decorate(std::move(driver), *state.clock);
-    if (!decorated) return decorated.status();
-    driver = std::move(decorated).value();
-  }
-  state.link.SetDriver(std::move(driver));
+  if (Status lines = session->BuildLines(); !lines) return lines;
+  state.link.SetDriver(std::make_unique<ForwardingPort>(session->lines_));
   PutProgrammerAtRest(state);
   return session;
+}
+
+Status Session::BuildLines() {
+  std::unique_ptr<PortDriver> driver = std::make_unique<ForwardingPort>(port_);
+  if (!options_.trace.empty()) {
+    Result<std::unique_ptr<VcdTracePort>> traced = VcdTracePort::Open(std::move(driver), *state_->clock,
+                                                                        options_.trace);
+    if (!traced) return traced.status();
+    tracer_ = traced.value().get();
+    driver = std::move(traced).value();
+  }
+  if (options_.openPort) {
+    InstallInterruptHandlers();
+    auto guard = std::make_unique<InterruptGuardPort>(std::move(driver), [this] { EndInterrupted(); });
+    guard_ = guard.get();
+    driver = std::move(guard);
+  }
+  lines_ = std::move(driver);
+  return Status::Ok();
+}
+
+void Session::EndInterrupted() {
+  std::fprintf(stderr, "\n%s: interrupted; the target is powered down\n", options_.programName.c_str());
+  if (options_.onInterrupt) {
+    options_.onInterrupt();
+  } else if (Status ended = Finish(); !ended) {
+    std::fprintf(stderr, "%s: %s\n", options_.programName.c_str(), ended.message().c_str());
+  }
+  std::_Exit(InterruptedStatus());
 }
 
 void Session::InsertChipForDevice() {
@@ -129,19 +160,24 @@ PortOpener Session::Opener() {
       port_ = std::move(opened).value();
       portName_ = port;
     }
-    return std::unique_ptr<PortDriver>(std::make_unique<ForwardingPort>(*port_));
+    return std::unique_ptr<PortDriver>(std::make_unique<ForwardingPort>(lines_));
   };
 }
 
 Status Session::Finish() {
   if (finished_ || !state_) return Status::Ok();
   finished_ = true;
+  if (guard_) guard_->Disarm();
   EndSession(*state_);
+  Status result = Status::Ok();
+  if (tracer_) result = tracer_->Close();
   if (board_ && board_->chip() && options_.chip) {
     board_->Sync();
-    return sim::SaveChipState(board_->chip()->state(), *options_.chip);
+    if (Status saved = sim::SaveChipState(board_->chip()->state(), *options_.chip); !saved && result) {
+      result = saved;
+    }
   }
-  return Status::Ok();
+  return result;
 }
 
 Session::~Session() { (void)Finish(); }

@@ -10,7 +10,9 @@
 #include <string>
 
 #include "app/app_state.h"
+#include "app/interrupt_guard.h"
 #include "app/shell.h"
+#include "hw/vcd_trace.h"
 #include "util/result.h"
 
 namespace quorvi::sim {
@@ -19,16 +21,21 @@ class SimBoard;
 
 namespace quorvi {
 
-/// Wraps the port the lines are driven through (a tracer, a guard).
-using PortDecorator = std::function<Result<std::unique_ptr<PortDriver>>(std::unique_ptr<PortDriver>, Clock&)>;
-
 struct SessionOptions {
   std::optional<std::string> home;
   std::optional<std::string> port;  // else the settings file's port
   std::optional<std::string> chip;  // chip-state file of the simulated board
   std::string legacyLine;           // "/Q", "/D:", "/F:", "/W"
   bool virtualClock = false;        // no hardware only: waits take no real time
-  PortDecorator decorate;           // nothing: the link drives the port as it is
+  std::string trace;                // VCD file of every line change; empty: none
+  /// False for a run that never touches the chip: no port is opened and the
+  /// lines go nowhere.
+  bool openPort = true;
+  /// Names the program in the line a signal leaves on standard error.
+  std::string programName = "quorvi";
+  /// Runs instead of Finish once a signal has powered the target down,
+  /// before the program ends with 128 + the signal.
+  std::function<void()> onInterrupt;
 };
 
 class Session {
@@ -53,16 +60,25 @@ class Session {
   /// simulated board) stays for the whole run; otherwise the base address
   /// is opened.
   PortOpener Opener();
-  /// Powers down and saves the simulated chip; idempotent.
+  /// Powers down, closes the trace and saves the simulated chip; idempotent.
+  /// From here on a signal is only noted, so the end completes in order.
   Status Finish();
 
  private:
   Session() = default;
+  /// The trace and the guard over the port, as the options ask.
+  Status BuildLines();
+  /// A signal came: the guard has powered the target down.
+  [[noreturn]] void EndInterrupted();
   SessionOptions options_;
   std::unique_ptr<AppState> state_;
-  /// The port itself; the link drives it through a forwarder so that a
-  /// port kept for the run survives the port menus.
+  /// The port itself; the port menus may replace it.
   std::unique_ptr<PortDriver> port_;
+  /// What the link drives: the guard over the trace over `port_`, for the
+  /// whole run, whichever port the menus choose.
+  std::unique_ptr<PortDriver> lines_;
+  VcdTracePort* tracer_ = nullptr;
+  InterruptGuardPort* guard_ = nullptr;
   sim::SimBoard* board_ = nullptr;
   std::string portName_;
   std::optional<std::string> portFailure_;

@@ -29,9 +29,10 @@ class UiHost {
   virtual void PumpEvents() = 0;
   /// Plays the completion sound; a missing file or device is no error.
   virtual void PlaySound(const std::string& path) = 0;
-  /// Ends the program at once with `exitCode` (quiet mode after its log line).
+  /// Ends the program at once with `exitCode` (quiet mode after its log
+  /// line); `reason` is the failure in English, empty after a success.
   /// A host that cannot end (a test) returns, and the operation stops.
-  virtual void Terminate(int exitCode) = 0;
+  virtual void Terminate(int exitCode, const std::string& reason) = 0;
 };
 
 }  // namespace quorvi

@@ -5,16 +5,18 @@
 #include <cstdlib>
 
 #include "app/shell.h"
+#include "cli/commands.h"
 #include "ops/frame.h"
 #include "sim/sim_board.h"
 
 namespace quorvi::cli {
 
 Result<std::unique_ptr<CliSession>> CliSession::Open(const GlobalOptions& options, const char* argv0,
-                                                     const std::string& legacyLine) {
+                                                     const std::string& legacyLine, bool touchesChip) {
   std::unique_ptr<CliSession> cli(new CliSession());
   CliSession* self = cli.get();
-  cli->ui_ = std::make_unique<TerminalUi>(options.answer, [self] { self->Finish(); });
+  const Verbosity verbosity = options.quiet ? Verbosity::kQuiet : options.verbosity;
+  cli->ui_ = std::make_unique<TerminalUi>(options.answer, verbosity, [self] { self->Finish(); });
 
   SessionOptions sessionOptions;
   sessionOptions.home = options.home;
@@ -22,23 +24,10 @@ Result<std::unique_ptr<CliSession>> CliSession::Open(const GlobalOptions& option
   sessionOptions.chip = options.chip;
   sessionOptions.legacyLine = legacyLine;
   sessionOptions.virtualClock = options.clock == "virtual";
-  sessionOptions.decorate = [self, trace = options.trace](std::unique_ptr<PortDriver> driver,
-                                                          Clock& clock) -> Result<std::unique_ptr<PortDriver>> {
-    if (!trace.empty()) {
-      Result<std::unique_ptr<VcdTracePort>> traced = VcdTracePort::Open(std::move(driver), clock, trace);
-      if (!traced) return traced.status();
-      self->tracer_ = traced.value().get();
-      driver = std::move(traced).value();
-    }
-    InstallInterruptHandlers();
-    auto guard = std::make_unique<InterruptGuardPort>(std::move(driver), [self] {
-      std::fputs("\nquorvi2-cli: interrupted; the target is powered down\n", stderr);
-      self->Finish();
-      std::_Exit(InterruptedStatus());
-    });
-    self->guard_ = guard.get();
-    return std::unique_ptr<PortDriver>(std::move(guard));
-  };
+  sessionOptions.trace = options.trace;
+  sessionOptions.openPort = touchesChip;
+  sessionOptions.programName = "quorvi2-cli";
+  sessionOptions.onInterrupt = [self] { self->Finish(); };
   Result<std::unique_ptr<Session>> opened = Session::Open(sessionOptions, argv0);
   if (!opened) return opened.status();
   cli->session_ = std::move(opened).value();
@@ -53,7 +42,12 @@ Result<std::unique_ptr<CliSession>> CliSession::Open(const GlobalOptions& option
   state.legacyFilesForRun = options.legacyFiles;
   state.clock->SetEventPump([self] { self->ui_->PumpEvents(); });
 
-  const std::string device = options.device.value_or(state.settings.deviceName);
+  std::string device = state.settings.deviceName;
+  if (options.device) {
+    Result<std::string> exact = CatalogueName(state.paths.Catalogue(), *options.device);
+    if (!exact) return cli->QuietFailure(exact.message());
+    device = exact.value();
+  }
   Result<SelectionView> selected = SelectAndRemember(state, device, false);
   if (!selected) return cli->QuietFailure(selected.message());
   if (selected.value().message) cli->ui_->ShowMessage(*selected.value().message);
@@ -66,20 +60,17 @@ Status CliSession::QuietFailure(const std::string& text) {
   return Status::Fail(text);
 }
 
+std::string CliSession::Target() {
+  const AppState& s = state();
+  return s.device.name + " on " + session_->portName() + ", " + (s.productionMode() ? "PROD" : "PROT") + " mode";
+}
+
 void CliSession::Finish() {
   if (finished_ || !session_) return;
   finished_ = true;
-  // A signal from here on must not cut the end short: it is only noted.
-  if (guard_) guard_->Disarm();
-  if (Status saved = session_->Finish(); !saved) {
-    std::fprintf(stderr, "quorvi2-cli: %s\n", saved.message().c_str());
+  if (Status ended = session_->Finish(); !ended) {
+    ui_->Complain(ended.message());
     saveFailed_ = true;
-  }
-  if (tracer_) {
-    if (Status closed = tracer_->Close(); !closed) {
-      std::fprintf(stderr, "quorvi2-cli: %s\n", closed.message().c_str());
-      saveFailed_ = true;
-    }
   }
   if (const sim::SimBoard* board = session_->board()) {
     // A dry run must say what would have harmed a real chip.

@@ -8,8 +8,6 @@
 #include "app/app_state.h"
 #include "app/session.h"
 #include "cli/terminal_ui.h"
-#include "cli/interrupt_guard.h"
-#include "hw/vcd_trace.h"
 #include "util/result.h"
 
 namespace quorvi::cli {
@@ -22,8 +20,9 @@ struct GlobalOptions {
   std::string trace;
   std::optional<std::string> mode;  // prot | prod, for this run only
   bool legacyFiles = false;         // for this run only
-  std::optional<std::string> device;
-  bool quiet = false;
+  std::optional<std::string> device;  // the catalogue's name, any case
+  bool quiet = false;                 // unattended: a failure writes quorvi2.err and ends the run
+  Verbosity verbosity = Verbosity::kNormal;
   std::optional<bool> answer;  // --yes / --no
   bool force = false;          // write a chip whose device ID is another part's
 };
@@ -32,10 +31,11 @@ struct GlobalOptions {
 /// end, and the simulated board and trace it must save or close at the end.
 class CliSession {
  public:
-  /// Loads the settings, opens the port, puts the programmer at rest and
-  /// selects the device (the option's, else the remembered one).
+  /// Loads the settings, opens the port (unless the run never touches the
+  /// chip), puts the programmer at rest and selects the device (the
+  /// option's, else the remembered one).
   static Result<std::unique_ptr<CliSession>> Open(const GlobalOptions& options, const char* argv0,
-                                                  const std::string& legacyLine);
+                                                  const std::string& legacyLine, bool touchesChip);
   ~CliSession();
   CliSession(const CliSession&) = delete;
   CliSession& operator=(const CliSession&) = delete;
@@ -44,6 +44,8 @@ class CliSession {
   TerminalUi& ui() { return *ui_; }
   /// Powers down, saves the simulated chip and closes the trace; idempotent.
   void Finish();
+  /// What an operation runs on: "16F84A on sim (simulated board), PROT mode".
+  std::string Target();
   /// What the simulated board and chip saw that would harm a real chip
   /// (printed by Finish); none on a real port.
   size_t simulationProblems() const { return simulationProblems_; }
@@ -58,8 +60,6 @@ class CliSession {
 
   std::unique_ptr<Session> session_;
   std::unique_ptr<TerminalUi> ui_;
-  VcdTracePort* tracer_ = nullptr;
-  InterruptGuardPort* guard_ = nullptr;
   bool finished_ = false;
   size_t simulationProblems_ = 0;
   bool saveFailed_ = false;

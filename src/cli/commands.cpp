@@ -4,9 +4,10 @@
 #include <cstdio>
 #include <string>
 
+#include "app/interrupt_guard.h"
 #include "app/port_registry.h"
-#include "cli/interrupt_guard.h"
 #include "device/catalogue.h"
+#include "device/device_names.h"
 #include "device/fuses.h"
 #include "hw/delay.h"
 #include "image/image_writer.h"
@@ -55,16 +56,22 @@ void PrintOptionList(const std::string& cataloguePath, const std::string& key, c
   }
 }
 
+// An operation's first line says what it runs on, so that a log of a
+// production run shows which part and port each chip got.
+void Announce(CliSession& session, const char* what) { session.ui().Say(std::string(what) + ": " + session.Target()); }
+
 // An operation's exit status, with the time it took (on the virtual clock,
 // an estimate of the time on real hardware).
 int Finished(CliSession& session, const OpResult& result, const char* what) {
   const bool simulated = dynamic_cast<VirtualClock*>(session.state().clock.get()) != nullptr;
-  std::fprintf(stderr, "%s %s in %.1f ms%s\n", what, result.ok() ? "done" : "failed", result.durationMs(),
-               simulated ? " (estimated time on a real port)" : "");
+  char line[160];
+  std::snprintf(line, sizeof line, "%s %s in %.1f ms%s", what, result.ok() ? "done" : "failed", result.durationMs(),
+                simulated ? " (estimated time on a real port)" : "");
+  session.ui().Say(line);
   if (result.wrongChip && !result.ok()) {
-    std::fputs("quorvi2-cli: nothing was written; --force goes on with this chip all the same\n", stderr);
+    session.ui().Complain("nothing was written; --force goes on with this chip all the same");
   }
-  return result.ok() ? 0 : 1;
+  return result.ok() ? 0 : kOperationFailed;
 }
 
 // The fuse buttons each name turns on and off; protection fuses are on at 0.
@@ -99,6 +106,7 @@ int SaveWholeImage(const AppState& state, const std::string& out, SaveIdAnswer a
 
 int ReadChip(CliSession& session, const std::string& out) {
   AppState& state = session.state();
+  Announce(session, "Read");
   const OpResult result = cmdRead(state, session.ui(), read_mode::kFull);
   const int status = Finished(session, result, "Read");
   if (status != 0 || out.empty()) return status;
@@ -106,15 +114,18 @@ int ReadChip(CliSession& session, const std::string& out) {
 }
 
 int BlankCheck(CliSession& session) {
+  Announce(session, "Blank check");
   return Finished(session, cmdBlank(session.state(), session.ui()), "Blank check");
 }
 
 int WriteChip(CliSession& session, const std::string& file) {
+  Announce(session, "Write");
   if (!OpenImage(session, file)) return 1;
   return Finished(session, cmdWrite(session.state(), session.ui()), "Write");
 }
 
 int VerifyChip(CliSession& session, const std::string& file) {
+  Announce(session, "Verify");
   if (!OpenImage(session, file)) return 1;
   return Finished(session, cmdCompare(session.state(), session.ui()), "Verify");
 }
@@ -125,22 +136,65 @@ int EraseChip(CliSession& session, bool blankCalibration) {
   if (!IsFlash14(code) && code != family::kPic18 && code != family::kSerialEeprom) {
     return Fail("the " + state.device.name + " cannot be erased electrically (a windowed part needs UV light)");
   }
+  Announce(session, "Erase");
   const int erased = Finished(session, cmdFill(state, session.ui(), blankCalibration), "Erase");
   if (erased != 0) return erased;
   // The erase reads nothing back: only a blank check can say it worked.
   return Finished(session, cmdBlank(state, session.ui()), "Blank check");
 }
 
-int WriteFuses(CliSession& session, const std::vector<std::string>& settings, std::optional<int> oscillator,
-               std::optional<std::string> word, std::optional<std::string> brownOut) {
+namespace {
+
+// The chip's configuration by the names the fuses command takes.
+int ShowConfiguration(CliSession& session) {
   AppState& state = session.state();
+  const DeviceDescriptor& device = state.device;
+  const int status = Finished(session, cmdRead(state, session.ui(), read_mode::kConfigurationOnly), "Read");
+  if (status != 0) return status;
+  if (device.family == family::kPic18) {
+    std::printf("Configuration  %s\n", Config18Line(device, state.image).c_str());
+    return 0;
+  }
+  Result<OptionList> oscillators = FillOptionList(state.paths.Catalogue(), std::to_string(device.oscList) + "OSC");
+  const std::vector<std::string> entries = oscillators ? oscillators.value().entries : std::vector<std::string>{};
+  const ConfigDisplay shown =
+      ShowConfigWord(device, state.image.configWord, state.image.idWords, static_cast<int>(entries.size()));
+  std::printf("Configuration  %s\n", PadLeft(HexText(state.image.configWord), 4).c_str());
+  if (shown.oscIndex) {
+    std::printf("--osc          %d  %s\n", *shown.oscIndex,
+                Trimmed(entries[static_cast<size_t>(*shown.oscIndex)]).c_str());
+  }
+  for (const FuseChoice& choice : shown.choices) {
+    for (const FuseButtons& buttons : kFuseButtons) {
+      if (choice.fuse == buttons.fuse) {
+        std::printf("%-14s %s\n", choice.fuse.c_str(), choice.button == buttons.on ? "on" : "off");
+      }
+    }
+  }
+  if (shown.wrtText) std::printf("%-14s %s\n", "WRT", *shown.wrtText == "ON" ? "on" : "off");
+  if (shown.borvButton) std::printf("--brown-out    %s\n", shown.borvButton->substr(2).c_str());
+  std::printf("IDs           ");
+  for (size_t i = 0; i < 4; ++i) std::printf(" %s", PadLeft(shown.idTexts[i], 4).c_str());
+  std::printf("\n");
+  return 0;
+}
+
+}  // namespace
+
+int Fuses(CliSession& session, const FuseEdit& edit) {
+  AppState& state = session.state();
+  if (state.device.family == family::kSerialEeprom) return Fail("the " + state.device.name + " has no configuration");
+  if (!edit.any()) {
+    Announce(session, "Configuration");
+    return ShowConfiguration(session);
+  }
   int32_t config = state.image.configWord;
-  if (word) config = HexVal(*word);
-  for (const std::string& setting : settings) {
+  if (edit.word) config = HexVal(*edit.word);
+  for (const std::string& setting : edit.settings) {
     const size_t equals = setting.find('=');
     const std::string fuse = setting.substr(0, equals);
     const std::string value = equals == std::string::npos ? "" : setting.substr(equals + 1);
-    if (value != "on" && value != "off") return Fail("--set " + setting + ": give NAME=on or NAME=off");
+    if (value != "on" && value != "off") return UsageError("--set " + setting + ": give NAME=on or NAME=off");
     const FuseButtons* buttons = nullptr;
     for (const FuseButtons& candidate : kFuseButtons) {
       if (fuse == candidate.fuse) buttons = &candidate;
@@ -151,29 +205,38 @@ int WriteFuses(CliSession& session, const std::vector<std::string>& settings, st
     }
     config = *ApplyFuseButton(state.device, config, state.blankWord, value == "on" ? buttons->on : buttons->off);
   }
-  if (brownOut) {
-    const std::optional<int32_t> changed = ApplyFuseButton(state.device, config, state.blankWord, "op" + *brownOut);
-    if (!changed || FuseMask(state.device, "BORV0") == 0) return Fail("--brown-out " + *brownOut + ": not for this device");
+  if (edit.brownOut) {
+    const std::optional<int32_t> changed =
+        ApplyFuseButton(state.device, config, state.blankWord, "op" + *edit.brownOut);
+    if (!changed || FuseMask(state.device, "BORV0") == 0) {
+      return Fail("--brown-out " + *edit.brownOut + ": not for this device");
+    }
     config = *changed;
   }
-  if (oscillator) {
+  if (edit.oscillator) {
+    const int choice = *edit.oscillator;
     Result<OptionList> list = FillOptionList(state.paths.Catalogue(), std::to_string(state.device.oscList) + "OSC");
     const int entries = list ? static_cast<int>(list.value().entries.size()) : 0;
-    if (*oscillator < 0 || *oscillator >= entries) return Fail("--osc: choose an entry of the oscillator list");
-    if (!OscillatorEntryUsable(list.value().entries[static_cast<size_t>(*oscillator)])) {
-      return Fail("--osc " + std::to_string(*oscillator) + ": the " + state.device.name +
-                  " has no oscillator with that value");
+    if (choice < 0 || choice >= entries) return Fail("--osc: choose an entry of the oscillator list");
+    if (!OscillatorEntryUsable(list.value().entries[static_cast<size_t>(choice)])) {
+      return Fail("--osc " + std::to_string(choice) + ": the " + state.device.name + " has no oscillator with that value");
     }
-    config = ApplyOscillator(config, state.blankWord, state.device.oscList, *oscillator, entries);
+    config = ApplyOscillator(config, state.blankWord, state.device.oscList, choice, entries);
   }
   state.image.configWord = config;
-  std::fprintf(stderr, "%s\n", FuseText(config).c_str());
+  Announce(session, "Write fuses");
+  session.ui().Say(FuseText(config));
   return Finished(session, cmdWriteFuse(state, session.ui()), "Write fuses");
 }
 
 int Fail(const std::string& message) {
   std::fprintf(stderr, "quorvi2-cli: %s\n", message.c_str());
-  return 1;
+  return kOperationFailed;
+}
+
+int UsageError(const std::string& message) {
+  std::fprintf(stderr, "quorvi2-cli: %s\nRun with --help for more information.\n", message.c_str());
+  return kUsageError;
 }
 
 int ListDevices(const std::string& cataloguePath) {
@@ -193,9 +256,23 @@ int ListDevices(const std::string& cataloguePath) {
   return 0;
 }
 
-int ShowDeviceInfo(const std::string& cataloguePath, const std::string& name) {
+Result<std::string> CatalogueName(const std::string& cataloguePath, const std::string& typed) {
+  DeviceDescriptor scratch;
+  std::vector<std::string> problems;
+  Result<std::vector<std::string>> names = FillDeviceList(cataloguePath, scratch, &problems);
+  if (!names) return names.status();
+  Result<std::string> name = ExactDeviceName(names.value(), typed);
+  if (name) return name;
+  // The part may be on a line that could not be used.
+  for (const std::string& problem : problems) std::fprintf(stderr, "quorvi2-cli: left out: %s\n", problem.c_str());
+  return Status::Fail(name.message() + " (the catalogue: quorvi2-cli devices)");
+}
+
+int ShowDeviceInfo(const std::string& cataloguePath, const std::string& typed) {
+  Result<std::string> name = CatalogueName(cataloguePath, typed);
+  if (!name) return Fail(name.message());
   DeviceDescriptor d;
-  Result<std::optional<VddCaptions>> record = LoadDeviceRecord(cataloguePath, name, d);
+  Result<std::optional<VddCaptions>> record = LoadDeviceRecord(cataloguePath, name.value(), d);
   if (!record) return Fail(record.message());
   if (Status map = LoadFuseMap(cataloguePath, d.fuseMap, d); !map) return Fail(map.message());
   std::printf("Device        %s\n", d.name.c_str());
@@ -232,13 +309,7 @@ bool OpenImage(CliSession& session, const std::string& path) {
   options.stop = [] { return Interrupted(); };
   OpenedImage opened = OpenImageCommand(path, state.device, state.image, state.serial, options);
   session.ui().HideProgress();
-  for (const UserMessage& message : opened.load.messages) session.ui().ShowMessage(message);
-  for (const std::string& note : opened.load.notes) session.ui().SetStatusBar(note);
-  if (opened.load.quietEnd) {
-    (void)WriteErrorLog(state, *opened.load.quietEnd);
-    session.ui().Terminate(1);
-  }
-  if (!opened.load.loaded) return false;
+  if (!ShowLoadReport(state, session.ui(), opened.load) || !opened.load.loaded) return false;
   state.imagePath = opened.path;
   state.imageTimeStamp = opened.timeStamp;
   return true;
@@ -280,8 +351,7 @@ int PowerCycle(CliSession& session) {
                 static_cast<double>(state.clock->Nanoseconds()) / 1e6, what, supply(line::kVdd),
                 supply(line::kVpp1), supply(line::kVpp2), supply(line::kVpp3));
   };
-  std::printf("Power cycle of %s (%d pins) on %s\n", state.device.name.c_str(), state.device.pinCount,
-              link.driver().Describe().c_str());
+  std::printf("Power cycle of %s (%d pins)\n", session.Target().c_str(), state.device.pinCount);
   step("supplies off");
   link.SetDataLine(kFalse);
   link.SetVdd("on");

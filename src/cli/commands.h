@@ -9,8 +9,15 @@
 
 namespace quorvi::cli {
 
+/// The exit statuses besides 0 and 128 + a signal.
+inline constexpr int kOperationFailed = 1;
+inline constexpr int kUsageError = 2;
+
 /// Each command returns the process exit status: 0 on success.
 int ListDevices(const std::string& cataloguePath);
+/// The catalogue's name for a typed one: the same but for case, else a
+/// failure naming the nearest (and any catalogue line left out).
+Result<std::string> CatalogueName(const std::string& cataloguePath, const std::string& typed);
 int ShowDeviceInfo(const std::string& cataloguePath, const std::string& name);
 int ShowListing(CliSession& session, const std::string& file);
 int ConvertImage(CliSession& session, const std::string& in, const std::string& out);
@@ -32,17 +39,21 @@ int WriteChip(CliSession& session, const std::string& file);
 int VerifyChip(CliSession& session, const std::string& file);
 int EraseChip(CliSession& session, bool blankCalibration);
 
-/// A fuse edit: a fuse name with on or off, as NAME=on.
-struct FuseSetting {
-  std::string fuse;
-  bool on = false;
+/// The fuses command's options; none given: only show.
+struct FuseEdit {
+  std::vector<std::string> settings;  // NAME=on|off
+  std::optional<int> oscillator;      // entry of the device's list
+  std::optional<std::string> word;    // hex: start from it instead of the blank word
+  std::optional<std::string> brownOut;  // 25, 27, 42 or 45
+  bool any() const { return !settings.empty() || oscillator || word || brownOut; }
 };
-/// Edits the configuration word by fuse name (and oscillator entry, and
-/// brown-out level 25/27/42/45), then writes it with "Write fuses".
-int WriteFuses(CliSession& session, const std::vector<std::string>& settings, std::optional<int> oscillator,
-               std::optional<std::string> word, std::optional<std::string> brownOut);
+/// Without an edit, reads the chip's configuration and shows it by name;
+/// with one, edits the word by fuse name and writes it with "Write fuses".
+int Fuses(CliSession& session, const FuseEdit& edit);
 
-/// Prints the failure and returns 1.
+/// Prints the failure and returns kOperationFailed.
 int Fail(const std::string& message);
+/// Prints the mistake and returns kUsageError.
+int UsageError(const std::string& message);
 
 }  // namespace quorvi::cli

@@ -1,19 +1,27 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // quorvi2-cli: the programmer without a window, for servers and production
-// scripts. Takes the legacy options (/D: /F: /W /Q) and modern commands.
+// scripts. Takes the legacy options (/D: /F: /W /Q) and commands, which run
+// in the order they are typed.
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cstdio>
+#include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
+#include "app/command_line.h"
 #include "app/home.h"
+#include "app/interrupt_guard.h"
 #include "app/version.h"
 #include "cli/cli_session.h"
 #include "cli/commands.h"
-#include "cli/interrupt_guard.h"
 
 namespace {
+
+using namespace quorvi;
+using namespace quorvi::cli;
 
 bool IsLegacyOption(const std::string& arg) {
   if (arg.size() < 2 || arg[0] != '/') return false;
@@ -22,12 +30,23 @@ bool IsLegacyOption(const std::string& arg) {
          ((kind == 'D' || kind == 'F') && arg.size() >= 3 && arg[2] == ':');
 }
 
+constexpr const char* kExitStatuses =
+    "Commands run in the order given, each only after the one before it succeeded.\n"
+    "Exit status: 0 success; 1 an operation failed; 2 usage error; 130 interrupted by Ctrl-C\n"
+    "(143 by SIGTERM): the target is powered down first.";
+
+// What a command needs before it runs.
+enum class Needs { kNothing, kSession, kChip };
+
+struct Command {
+  CLI::App* app;
+  Needs needs;
+  std::function<int(CliSession*)> run;
+};
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  using namespace quorvi;
-  using namespace quorvi::cli;
-
   // The legacy options are one command line, as another program passes it.
   std::string legacyLine;
   std::vector<std::string> modern;
@@ -44,12 +63,14 @@ int main(int argc, char** argv) {
                "Legacy options, as another program passes them: /D:DEVICE /F:FILE /W /Q"};
   app.name("quorvi2-cli");
   app.set_version_flag("--version", std::string("quorvi2-cli ") + kProgramVersion);
+  app.footer(kExitStatuses);
+  // Options may come before or after the commands.
+  app.fallthrough();
   GlobalOptions options;
-  std::string clockChoice = "real";
   app.add_option("--home", options.home, "Folder of quorvi2.ini, device.ini and quorvi2.err");
   app.add_option("--port", options.port,
                  "lpt1, lpt2, 0xADDR, /dev/parportN, raw:ADDR, sim, sim:CHIP, sim:FILE.json or record "
-                 "(default: the settings file's port)");
+                 "(default: the settings file's port; see the ports command)");
   app.add_option("--chip", options.chip,
                  "Chip-state file of the simulated board: created for the device when missing, saved at the end");
   app.add_option("--clock", options.clock, "real, or virtual (simulated board and record port only)")
@@ -58,10 +79,16 @@ int main(int argc, char** argv) {
   app.add_option("--trace", options.trace, "Write every line change to this VCD file");
   app.add_option("--mode", options.mode, "prot or prod, for this run only (default: the settings file's)")
       ->check(CLI::IsMember({"prot", "prod"}));
-  app.add_option("--device", options.device, "Device to select (default: the remembered one)");
+  app.add_option("--device", options.device,
+                 "Device to select, as the catalogue names it (any case); remembered for later runs");
   app.add_flag("--legacy-files", options.legacyFiles,
                "Read and write image files as our earlier versions did (word-paired HEX, their checksums)");
-  app.add_flag("--quiet", options.quiet, "Quiet mode: a failure writes quorvi2.err and ends the run");
+  app.add_flag("--quiet", options.quiet,
+               "Unattended (as /Q): a failure writes quorvi2.err, says why on standard error and ends the run");
+  bool quietProgress = false;
+  int verbose = 0;
+  app.add_flag("-q,--quiet-progress", quietProgress, "Print only failures and what was asked for");
+  app.add_flag("-v,--verbose", verbose, "Also print every step of an operation");
   app.add_flag("--force", options.force,
                "Erase or write a chip whose device ID is another part's (or reads as no chip at all)");
   bool yes = false;
@@ -69,80 +96,121 @@ int main(int argc, char** argv) {
   auto* yesFlag = app.add_flag("--yes", yes, "Answer every question Yes");
   app.add_flag("--no", no, "Answer every question No")->excludes(yesFlag);
 
-  app.add_subcommand("ports", "List the kinds of port");
-  app.add_subcommand("devices", "List the devices of the catalogue with family and sizes");
+  std::vector<Command> commands;
+  auto add = [&](const char* name, const char* help, Needs needs, std::function<int(CliSession*)> run) {
+    CLI::App* sub = app.add_subcommand(name, help);
+    commands.push_back({sub, needs, std::move(run)});
+    return sub;
+  };
+  auto catalogue = [&] { return ResolveAppPaths(ProcessHomeSources(argv[0], options.home)).Catalogue(); };
+
+  add("ports", "List the kinds of port", Needs::kNothing, [](CliSession*) { return ListPorts(); });
+  add("devices", "List the devices of the catalogue with family and sizes", Needs::kNothing,
+      [&](CliSession*) { return ListDevices(catalogue()); });
   std::string infoName;
-  CLI::App* info = app.add_subcommand("info", "Show a device's record, fuse names and masks, option lists");
-  info->add_option("DEVICE", infoName, "Device name")->required();
+  add("info", "Show a device's record, fuse names and masks, option lists", Needs::kNothing,
+      [&](CliSession*) { return ShowDeviceInfo(catalogue(), infoName); })
+      ->add_option("DEVICE", infoName, "Device name")
+      ->required();
   std::string listingFile;
-  CLI::App* listing = app.add_subcommand("listing", "Load an image file and print the program and data listings");
-  listing->add_option("FILE", listingFile, "Image file (HEX, OBJ, BIN, TIF)")->required();
+  add("listing", "Load an image file and print the program and data listings", Needs::kSession,
+      [&](CliSession* s) { return ShowListing(*s, listingFile); })
+      ->add_option("FILE", listingFile, "Image file (HEX, OBJ, BIN, TIF)")
+      ->required();
   std::string convertIn, convertOut;
-  CLI::App* convert = app.add_subcommand("convert", "Load an image file for the device and save it as Intel HEX");
+  CLI::App* convert = add("convert", "Load an image file for the device and save it as Intel HEX", Needs::kSession,
+                          [&](CliSession* s) { return ConvertImage(*s, convertIn, convertOut); });
   convert->add_option("IN", convertIn, "Image file to read")->required();
   convert->add_option("OUT", convertOut, "File to write: .bin raw, - standard output, any other Intel HEX")
       ->required();
-  app.add_subcommand("power-cycle", "Power the target up (Vdd, then Vpp) and down again");
+  add("power-cycle", "Power the target up (Vdd, then Vpp) and down again", Needs::kChip,
+      [](CliSession* s) { return PowerCycle(*s); });
   std::string readOut;
-  CLI::App* read = app.add_subcommand("read", "Read the chip into the image (and save it as HEX)");
-  read->add_option("-o,--output", readOut, "File to save what was read: .bin raw, - standard output, any other HEX");
+  add("read", "Read the chip into the image (and save it)", Needs::kChip,
+      [&](CliSession* s) { return ReadChip(*s, readOut); })
+      ->add_option("-o,--output", readOut, "File to save what was read: .bin raw, - standard output, any other HEX");
   std::string writeFile, verifyFile;
-  CLI::App* write = app.add_subcommand("write", "Load an image file and write it into the chip, then verify it");
-  write->add_option("FILE", writeFile, "Image file (HEX, OBJ, BIN, TIF)")->required();
-  CLI::App* verify = app.add_subcommand("verify", "Load an image file and compare the chip with it");
-  verify->add_option("FILE", verifyFile, "Image file (HEX, OBJ, BIN, TIF)")->required();
-  app.add_subcommand("blank", "Check that the chip is erased");
+  add("write", "Load an image file and write it into the chip, then verify it", Needs::kChip,
+      [&](CliSession* s) { return WriteChip(*s, writeFile); })
+      ->add_option("FILE", writeFile, "Image file (HEX, OBJ, BIN, TIF)")
+      ->required();
+  add("verify", "Load an image file and compare the chip with it", Needs::kChip,
+      [&](CliSession* s) { return VerifyChip(*s, verifyFile); })
+      ->add_option("FILE", verifyFile, "Image file (HEX, OBJ, BIN, TIF)")
+      ->required();
+  add("blank", "Check that the chip is erased", Needs::kChip, [](CliSession* s) { return BlankCheck(*s); });
   bool blankCalibration = false;
-  CLI::App* erase = app.add_subcommand("erase", "Erase the chip (electrically erasable parts)");
-  erase->add_flag("--blank-calibration", blankCalibration,
-                  "Leave the factory calibration word erased too (12F629 class)");
-  std::vector<std::string> fuseSettings;
-  std::optional<int> oscillator;
-  std::optional<std::string> fuseWord, brownOut;
-  CLI::App* fuses = app.add_subcommand("fuses", "Edit the configuration word by fuse name and write it");
-  fuses->add_option("--set", fuseSettings, "NAME=on|off, for example WDTE=off CP0=on (see the info command)");
-  fuses->add_option("--osc", oscillator, "Oscillator entry (index in the device's list)");
-  fuses->add_option("--brown-out", brownOut, "Brown-out level: 25, 27, 42 or 45")
+  add("erase", "Erase the chip (electrically erasable parts), then check it is blank", Needs::kChip,
+      [&](CliSession* s) { return EraseChip(*s, blankCalibration); })
+      ->add_flag("--blank-calibration", blankCalibration, "Leave the factory calibration word erased too (12F629 class)");
+  FuseEdit fuseEdit;
+  CLI::App* fuses = add("fuses", "Show the chip's configuration; with an option, edit it by fuse name and write it",
+                        Needs::kChip, [&](CliSession* s) { return Fuses(*s, fuseEdit); });
+  fuses->add_option("--set", fuseEdit.settings, "NAME=on|off, for example WDTE=off CP0=on (see the info command)");
+  fuses->add_option("--osc", fuseEdit.oscillator, "Oscillator entry (index in the device's list)");
+  fuses->add_option("--brown-out", fuseEdit.brownOut, "Brown-out level: 25, 27, 42 or 45")
       ->check(CLI::IsMember({"25", "27", "42", "45"}));
-  fuses->add_option("--word", fuseWord, "Start from this configuration word (hex) instead of the blank one");
+  fuses->add_option("--word", fuseEdit.word, "Start from this configuration word (hex) instead of the blank one");
 
+  // CLI11 takes a vector in reverse order.
   std::vector<std::string> reversed(modern.rbegin(), modern.rend());
   try {
     app.parse(reversed);
+  } catch (const CLI::Success& done) {
+    return app.exit(done);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error);
+    // A command given twice fails on its second argument; say what is wrong.
+    for (const Command& command : commands) {
+      if (std::count(modern.begin(), modern.end(), command.app->get_name()) > 1) {
+        return UsageError("the command " + command.app->get_name() + " is given twice; run the tool once for each");
+      }
+    }
+    (void)app.exit(error);
+    return kUsageError;
+  }
+  for (const Command& command : commands) {
+    if (command.app->count() > 1) {
+      return UsageError("the command " + command.app->get_name() + " is given twice; run the tool once for each");
+    }
+  }
+  if (app.get_subcommands().empty() && legacyLine.empty()) {
+    std::fputs(app.help().c_str(), stderr);
+    return kUsageError;
   }
   if (yes) options.answer = true;
   if (no) options.answer = false;
+  options.verbosity = quietProgress ? Verbosity::kQuiet : verbose > 0 ? Verbosity::kVerbose : Verbosity::kNormal;
+  const LegacyOptions legacy = ParseLegacyOptions(legacyLine);
+  if (legacy.quiet) options.quiet = true;
 
-  if (app.got_subcommand("ports")) return ListPorts();
-  if (app.got_subcommand("devices") || app.got_subcommand("info")) {
-    const AppPaths paths = ResolveAppPaths(ProcessHomeSources(argv[0], options.home));
-    return app.got_subcommand("devices") ? ListDevices(paths.Catalogue()) : ShowDeviceInfo(paths.Catalogue(), infoName);
-  }
-  if (app.get_subcommands().empty() && legacyLine.empty()) {
-    std::fputs(app.help().c_str(), stdout);
-    return 1;
+  // In the order typed: CLI11 keeps the commands in the order it met them.
+  std::vector<const Command*> sequence;
+  Needs needs = legacyLine.empty() ? Needs::kNothing : Needs::kSession;
+  if (legacy.write) needs = Needs::kChip;
+  for (const CLI::App* sub : app.get_subcommands()) {
+    for (const Command& command : commands) {
+      if (command.app == sub) {
+        sequence.push_back(&command);
+        needs = std::max(needs, command.needs);
+      }
+    }
   }
 
-  Result<std::unique_ptr<CliSession>> opened = CliSession::Open(options, argv[0], legacyLine);
-  if (!opened) return Fail(opened.message());
-  CliSession& session = *opened.value();
-  int status = 0;
-  if (!legacyLine.empty()) status = RunLegacyOptions(session);
-  if (status == 0 && app.got_subcommand("listing")) status = ShowListing(session, listingFile);
-  if (status == 0 && app.got_subcommand("convert")) status = ConvertImage(session, convertIn, convertOut);
-  if (status == 0 && app.got_subcommand("power-cycle")) status = PowerCycle(session);
-  if (status == 0 && app.got_subcommand("write")) status = WriteChip(session, writeFile);
-  if (status == 0 && app.got_subcommand("verify")) status = VerifyChip(session, verifyFile);
-  if (status == 0 && app.got_subcommand("read")) status = ReadChip(session, readOut);
-  if (status == 0 && app.got_subcommand("blank")) status = BlankCheck(session);
-  if (status == 0 && app.got_subcommand("erase")) status = EraseChip(session, blankCalibration);
-  if (status == 0 && app.got_subcommand("fuses")) status = WriteFuses(session, fuseSettings, oscillator, fuseWord, brownOut);
-  session.Finish();
+  std::unique_ptr<CliSession> session;
+  if (needs != Needs::kNothing) {
+    Result<std::unique_ptr<CliSession>> opened =
+        CliSession::Open(options, argv[0], legacyLine, needs == Needs::kChip);
+    if (!opened) return Fail(opened.message());
+    session = std::move(opened).value();
+  }
+  int status = legacyLine.empty() ? 0 : RunLegacyOptions(*session);
+  for (size_t i = 0; i < sequence.size() && status == 0; ++i) status = sequence[i]->run(session.get());
+  if (session) {
+    session->Finish();
+    if (status == 0 && (session->ui().failures() > 0 || session->simulationProblems() > 0 || session->saveFailed())) {
+      status = kOperationFailed;
+    }
+  }
   if (Interrupted()) return InterruptedStatus();
-  if (status == 0 && (session.ui().failures() > 0 || session.simulationProblems() > 0 || session.saveFailed())) {
-    status = 1;
-  }
   return status;
 }

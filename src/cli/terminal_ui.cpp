@@ -12,6 +12,8 @@ namespace quorvi::cli {
 namespace {
 
 constexpr int kBarWidth = 30;
+// Carriage return, the line, then erase what a longer earlier line left.
+constexpr const char* kEraseToEnd = "\033[K";
 
 // Saving ID and fuse records adds to the new file and loses nothing.
 constexpr const char* kYesByDefault[] = {"Save ID and FUSES informations?"};
@@ -25,61 +27,79 @@ bool DefaultAnswer(const std::string& question) {
   return false;
 }
 
-TerminalUi::TerminalUi(std::optional<bool> forcedAnswer, std::function<void()> onTerminate)
-    : forcedAnswer_(forcedAnswer), onTerminate_(std::move(onTerminate)), tty_(isatty(STDERR_FILENO) != 0) {}
+TerminalUi::TerminalUi(std::optional<bool> forcedAnswer, Verbosity verbosity, std::function<void()> onTerminate)
+    : forcedAnswer_(forcedAnswer),
+      verbosity_(verbosity),
+      onTerminate_(std::move(onTerminate)),
+      // A log file gets no bar: redrawn lines are noise there.
+      barWanted_(verbosity != Verbosity::kQuiet && isatty(STDERR_FILENO) != 0) {}
 
-void TerminalUi::ShowProgress(double percent) {
-  const int whole = percent < 0 ? 0 : percent > 100 ? 100 : static_cast<int>(percent + 0.5);
-  if (tty_) {
-    const int filled = whole * kBarWidth / 100;
-    std::fprintf(stderr, "\r[%.*s%*s] %3d%% %s", filled, "##############################", kBarWidth - filled, "",
-                 whole, status_.c_str());
-    std::fflush(stderr);
-    barShown_ = true;
-    lastPercent_ = whole;
-  } else if (whole > lastPercent_ && (whole == 100 || whole / 10 != lastPercent_ / 10)) {
-    // Plain lines only move forward: the bar's reset to 0 at the end says nothing.
-    std::fprintf(stderr, "%d%%\n", whole);
-    lastPercent_ = whole;
-  }
+void TerminalUi::DrawBar() {
+  const int filled = percent_ * kBarWidth / 100;
+  std::fprintf(stderr, "\r[%.*s%*s] %3d%% %s%s", filled, "##############################", kBarWidth - filled, "",
+               percent_, status_.c_str(), kEraseToEnd);
+  std::fflush(stderr);
+  barShown_ = true;
 }
 
-void TerminalUi::EndBarLine() {
-  if (barShown_) std::fputc('\n', stderr);
+void TerminalUi::ClearBar() {
+  if (!barShown_) return;
+  std::fprintf(stderr, "\r%s", kEraseToEnd);
   barShown_ = false;
 }
 
+void TerminalUi::ShowProgress(double percent) {
+  if (!barWanted_) return;
+  const int whole = percent < 0 ? 0 : percent > 100 ? 100 : static_cast<int>(percent + 0.5);
+  // Operations start and end with the bar at 0: only movement is drawn.
+  if (whole == percent_ || (whole == 0 && !barShown_)) return;
+  percent_ = whole;
+  DrawBar();
+}
+
 void TerminalUi::HideProgress() {
-  EndBarLine();
-  lastPercent_ = -1;
+  ClearBar();
+  percent_ = -1;
 }
 
 void TerminalUi::ShowStatus(const std::string& text) {
   status_ = text;
-  if (!tty_) std::fprintf(stderr, "%s\n", text.c_str());
+  if (verbosity_ == Verbosity::kVerbose) {
+    ClearBar();
+    std::fprintf(stderr, "%s\n", text.c_str());
+  }
+  if (barShown_) DrawBar();
 }
 
 void TerminalUi::HideStatus() { status_.clear(); }
 
 void TerminalUi::SetStatusBar(const std::string& text) {
-  if (text.empty()) return;
-  EndBarLine();
+  if (!text.empty()) Say(text);
+}
+
+void TerminalUi::Say(const std::string& text) {
+  if (verbosity_ == Verbosity::kQuiet) return;
+  ClearBar();
   std::fprintf(stderr, "%s\n", text.c_str());
 }
 
+void TerminalUi::Complain(const std::string& text) {
+  ClearBar();
+  std::fprintf(stderr, "quorvi2-cli: %s\n", text.c_str());
+}
+
 void TerminalUi::ShowMessage(const UserMessage& message) {
-  EndBarLine();
+  ClearBar();
   const std::string title = message.title.empty() ? "Quorvi 2" : message.title;
   std::fprintf(stderr, "%s: %s\n", title.c_str(), message.text.c_str());
   if (message.icon == MessageIcon::kCritical || message.icon == MessageIcon::kExclamation ||
       title.find("error") != std::string::npos) {
     ++failures_;
-    lastFailure_ = message.text;
   }
 }
 
 bool TerminalUi::AskYesNo(const UserMessage& question) {
-  EndBarLine();
+  ClearBar();
   const std::string title = question.title.empty() ? "Quorvi 2" : question.title;
   if (forcedAnswer_) {
     std::fprintf(stderr, "%s: %s %s\n", title.c_str(), question.text.c_str(), *forcedAnswer_ ? "yes" : "no");
@@ -98,11 +118,12 @@ bool TerminalUi::AskYesNo(const UserMessage& question) {
 }
 
 void TerminalUi::PlaySound(const std::string&) {
-  if (tty_) std::fputc('\a', stderr);
+  if (barWanted_) std::fputc('\a', stderr);
 }
 
-void TerminalUi::Terminate(int exitCode) {
-  EndBarLine();
+void TerminalUi::Terminate(int exitCode, const std::string& reason) {
+  if (!reason.empty()) Complain(reason);
+  ClearBar();
   if (onTerminate_) onTerminate_();
   std::exit(exitCode);
 }

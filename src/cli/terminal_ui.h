@@ -9,13 +9,20 @@
 
 namespace quorvi::cli {
 
+/// How much the tool tells on standard error besides failures and questions.
+enum class Verbosity {
+  kQuiet,    // failures, questions and what was asked for only
+  kNormal,   // also each operation's first and last line, notes, a progress bar on a terminal
+  kVerbose,  // also every step of an operation, one line each
+};
+
 /// The front end on a terminal: a progress bar on stderr when it is a
-/// terminal (plain percentage lines otherwise), messages as "TITLE: text" on
-/// stderr, questions from the keyboard or by their documented default.
+/// terminal (nothing otherwise), messages as "TITLE: text" on stderr,
+/// questions from the keyboard or by their documented default.
 class TerminalUi final : public UiHost {
  public:
   /// `forcedAnswer`: --yes or --no; `onTerminate` runs before the program ends.
-  TerminalUi(std::optional<bool> forcedAnswer, std::function<void()> onTerminate);
+  TerminalUi(std::optional<bool> forcedAnswer, Verbosity verbosity, std::function<void()> onTerminate);
 
   void ShowProgress(double percent) override;
   void HideProgress() override;
@@ -26,23 +33,29 @@ class TerminalUi final : public UiHost {
   bool AskYesNo(const UserMessage& question) override;
   void PumpEvents() override {}
   void PlaySound(const std::string& path) override;
-  [[noreturn]] void Terminate(int exitCode) override;
+  /// Says `reason` (the failure of a quiet run) in English, then ends.
+  [[noreturn]] void Terminate(int exitCode, const std::string& reason) override;
+
+  /// One line of the tool's own, such as an operation's first and last.
+  void Say(const std::string& text);
+  /// A failure of the tool's own: always shown, as "quorvi2-cli: text".
+  void Complain(const std::string& text);
 
   /// Messages with a critical or exclamation icon make the command fail.
   int failures() const { return failures_; }
-  const std::string& lastFailure() const { return lastFailure_; }
 
  private:
-  void EndBarLine();
+  void DrawBar();
+  void ClearBar();
 
   std::optional<bool> forcedAnswer_;
+  Verbosity verbosity_;
   std::function<void()> onTerminate_;
-  bool tty_;
+  bool barWanted_;
   bool barShown_ = false;
-  int lastPercent_ = -1;
+  int percent_ = -1;
   std::string status_;
   int failures_ = 0;
-  std::string lastFailure_;
 };
 
 /// The answer a question gets when no one is at the keyboard: never the one

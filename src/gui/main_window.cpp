@@ -24,6 +24,7 @@
 #include <QStatusBar>
 #include <QStyle>
 #include <QVBoxLayout>
+#include <cstdio>
 
 #include "app/shell.h"
 #include "device/catalogue.h"
@@ -474,7 +475,11 @@ void MainWindow::ShowMessage(const UserMessage& message) { prompts_.message(mess
 bool MainWindow::AskYesNo(const UserMessage& question) { return prompts_.yesNo(question); }
 void MainWindow::PumpEvents() { QApplication::processEvents(QEventLoop::AllEvents, 10); }
 void MainWindow::PlaySound(const std::string& path) { prompts_.sound(path); }
-void MainWindow::Terminate(int exitCode) { prompts_.terminate(exitCode); }
+void MainWindow::Terminate(int exitCode, const std::string& reason) {
+  // Unattended, the log holds the old one-line text; a person at the line reads this.
+  if (!reason.empty()) std::fprintf(stderr, "quorvi2: %s\n", reason.c_str());
+  prompts_.terminate(exitCode);
+}
 
 void MainWindow::keyPressEvent(QKeyEvent* event) {
   if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
@@ -581,18 +586,13 @@ void MainWindow::Activate() {
   }
   if (legacy.quiet) {
     (void)session_.Finish();
-    Terminate(0);
+    Terminate(0, "");
   }
 }
 
 void MainWindow::ReportLoad(const LoadReport& report) {
   HideProgress();
-  for (const UserMessage& message : report.messages) ShowMessage(message);
-  for (const std::string& note : report.notes) SetStatusBar(note);
-  if (report.quietEnd) {
-    (void)WriteErrorLog(state_, *report.quietEnd);
-    Terminate(1);
-  }
+  (void)ShowLoadReport(state_, *this, report);
 }
 
 void MainWindow::SelectDeviceNamed(const std::string& name) {

@@ -60,7 +60,7 @@ class MainWindow final : public QMainWindow, public UiHost {
   bool AskYesNo(const UserMessage& question) override;
   void PumpEvents() override;
   void PlaySound(const std::string& path) override;
-  void Terminate(int exitCode) override;
+  void Terminate(int exitCode, const std::string& reason) override;
 
  protected:
   void keyPressEvent(class QKeyEvent* event) override;

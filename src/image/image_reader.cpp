@@ -290,6 +290,7 @@ LoadReport LoadImageFile(const std::string& path, bool keepBuffer, const DeviceD
   const FileContent file = ReadWholeFile(path);
   if (!file.bytes) {
     report.progressLeftShown = true;
+    report.failure = file.missing ? std::string(image_text::kFileNotFound) + ": " + path : file.problem;
     if (options.quiet) {
       report.quietEnd = file.missing ? "" : file.problem;
     } else if (file.missing) {
@@ -324,7 +325,8 @@ LoadReport LoadImageFile(const std::string& path, bool keepBuffer, const DeviceD
     error = ReadStandard(*content, kind, path, device, next, report);
   }
   if (error) {
-    if (options.quiet) report.quietEnd = error->text();
+    report.failure = error->text();
+    if (options.quiet) report.quietEnd = report.failure;
     report.messages.push_back({error->text(), image_text::kErrorTitle, MessageIcon::kCritical});
     return report;
   }

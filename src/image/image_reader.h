@@ -40,6 +40,8 @@ struct LoadReport {
   /// log's one line and ends the program. A missing file leaves the log
   /// empty (its line went to a channel that was never open).
   std::optional<std::string> quietEnd;
+  /// Why the load failed, in English (also when the log line is empty).
+  std::string failure;
 };
 
 /// Reads an Intel HEX (.HEX, .OBJ, any other extension), .BIN or .TIF file

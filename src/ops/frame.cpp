@@ -115,12 +115,26 @@ Status WriteErrorLog(const AppState& state, std::string_view line) {
   return WriteFileAtomically(state.paths.ErrorLog(), content);
 }
 
-bool EndQuietRun(const AppState& state, UiHost& ui, std::string_view text) {
+bool EndQuietRun(const AppState& state, UiHost& ui, std::string_view logLine, const std::string& reason) {
   if (!state.quiet()) return false;
   // A log that cannot be written cannot be reported either; the exit code still says it.
-  (void)WriteErrorLog(state, text);
-  ui.Terminate(kQuietExitCode);
+  (void)WriteErrorLog(state, logLine);
+  ui.Terminate(kQuietExitCode, reason);
   return true;
+}
+
+bool EndQuietRun(const AppState& state, UiHost& ui, std::string_view text) {
+  return EndQuietRun(state, ui, text, std::string(text));
+}
+
+bool ShowLoadReport(AppState& state, UiHost& ui, const LoadReport& report) {
+  for (const UserMessage& message : report.messages) ui.ShowMessage(message);
+  for (const std::string& note : report.notes) ui.SetStatusBar(note);
+  if (!report.quietEnd) return true;
+  state.operationFailed = kTrue;
+  (void)WriteErrorLog(state, *report.quietEnd);
+  ui.Terminate(kQuietExitCode, report.failure);
+  return false;
 }
 
 OperationFrame::OperationFrame(AppState& state, UiHost& ui)
@@ -202,7 +216,7 @@ void OperationFrame::Progress(int32_t i, int32_t n) {
 
 OpOutcome OperationFrame::ReportFailure(const UserMessage& message, const char* quietLine) {
   state_.operationFailed = kTrue;
-  if (EndQuietRun(state_, ui_, quietLine != nullptr ? std::string_view(quietLine) : message.text)) {
+  if (EndQuietRun(state_, ui_, quietLine != nullptr ? std::string_view(quietLine) : message.text, message.text)) {
     return OpOutcome::kTerminated;
   }
   ui_.ShowMessage(message);

@@ -10,6 +10,7 @@
 
 #include "app/app_state.h"
 #include "app/ui_host.h"
+#include "image/image_reader.h"
 #include "protocol/serial_protocol.h"
 #include "util/message.h"
 
@@ -135,9 +136,16 @@ class OperationFrame {
 /// the file.
 Status WriteErrorLog(const AppState& state, std::string_view line);
 
-/// In quiet mode a failure has no one to show it to: writes `text`, on one
-/// line, as the log and ends the program through `ui`. Returns false (and
-/// does nothing) outside quiet mode.
+/// In quiet mode a failure has no one to show it to: writes `logLine`, on
+/// one line, as the log and ends the program through `ui`, which is told the
+/// failure in English (`reason`). Returns false (and does nothing) outside
+/// quiet mode.
+bool EndQuietRun(const AppState& state, UiHost& ui, std::string_view logLine, const std::string& reason);
+/// The same for a failure whose log line is its English text.
 bool EndQuietRun(const AppState& state, UiHost& ui, std::string_view text);
+
+/// Shows the messages and notes of a load; a quiet load that failed writes
+/// the log and ends the run (false then).
+bool ShowLoadReport(AppState& state, UiHost& ui, const LoadReport& report);
 
 }  // namespace quorvi

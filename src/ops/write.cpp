@@ -105,14 +105,7 @@ bool Writer::ReloadChangedImage() {
     if (stamp != state_.imageTimeStamp) {
       const LoadReport report =
           LoadImageFile(state_.imagePath, false, device_, state_.image, ImageLoadOptions(state_));
-      for (const UserMessage& message : report.messages) frame_.ui().ShowMessage(message);
-      for (const std::string& note : report.notes) frame_.ui().SetStatusBar(note);
-      if (report.quietEnd) {
-        (void)WriteErrorLog(state_, *report.quietEnd);
-        state_.operationFailed = kTrue;
-        frame_.ui().Terminate(1);
-        return false;
-      }
+      if (!ShowLoadReport(state_, frame_.ui(), report)) return false;
       if (report.loaded) state_.imageTimeStamp = stamp;
     }
   }

@@ -158,7 +158,7 @@ TEST(Faults, RunOnlyOptionsChangeNothingOnDiskAndProductionVerifiesWithinTheSupp
   const std::string settings = home.Read("quorvi2.ini");
   const test::CommandOutput verify = home.Run("--mode prod --device 16F84A verify " + kExample);
   EXPECT_EQ(verify.exitCode, 0) << home.Stderr();
-  EXPECT_FALSE(Contains(home.Stderr(), "simulated board")) << home.Stderr();
+  EXPECT_FALSE(Contains(home.Stderr(), "simulated board:")) << home.Stderr();
   EXPECT_EQ(home.Read("quorvi2.ini"), settings);
 }
 

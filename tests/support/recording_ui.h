@@ -27,7 +27,7 @@ class RecordingUi final : public UiHost {
   }
   void PumpEvents() override { ++pumps; }
   void PlaySound(const std::string& path) override { sounds.push_back(path); }
-  void Terminate(int exitCode) override { terminated.push_back(exitCode); }
+  void Terminate(int exitCode, const std::string&) override { terminated.push_back(exitCode); }
 
   std::vector<double> progress;
   bool progressVisible = false;

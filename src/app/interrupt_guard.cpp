@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "cli/interrupt_guard.h"
+#include "app/interrupt_guard.h"
 
 #include <csignal>
 
 #include "hw/port_link.h"
 
-namespace quorvi::cli {
+namespace quorvi {
 
 namespace {
 
@@ -57,4 +57,4 @@ uint8_t InterruptGuardPort::ReadStatus() {
   return inner_->ReadStatus();
 }
 
-}  // namespace quorvi::cli
+}  // namespace quorvi

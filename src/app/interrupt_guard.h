@@ -6,7 +6,7 @@
 
 #include "hw/port_driver.h"
 
-namespace quorvi::cli {
+namespace quorvi {
 
 /// Catches Ctrl-C and SIGTERM. The handler only notes the signal; the next
 /// port access (there is one every few microseconds while an operation runs)
@@ -41,4 +41,4 @@ class InterruptGuardPort final : public PortDriver {
   bool stopping_ = false;
 };
 
-}  // namespace quorvi::cli
+}  // namespace quorvi
