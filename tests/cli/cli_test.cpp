@@ -81,5 +81,26 @@ TEST(Cli, EachScriptGivesWhatItSays) {
   }
 }
 
+// On a terminal the bar redraws one line and is wiped before anything else
+// is said; without one nothing of it appears. What is left on screen is the
+// text after each line's last carriage return.
+TEST(Cli, ProgressIsOneRedrawnLineOnATerminalAndAbsentOtherwise) {
+  test::TempDir home;
+  const std::string tool = std::string(QUORVI_CLI_PATH) + " --home " + home.path().string() +
+                           " --port sim --clock virtual --device 16F84A write " + QUORVI_SOURCE_DIR +
+                           "/examples/eeprom_16f84a.inhx32.hex";
+  ASSERT_TRUE(test::HaveProgram("script"));
+  const test::CommandOutput onTerminal = test::RunCommand("script -qefc '" + tool + "' /dev/null");
+  ASSERT_EQ(onTerminal.exitCode, 0) << onTerminal.out;
+  EXPECT_NE(onTerminal.out.find("\r["), std::string::npos) << "no bar drawn";
+  for (const std::string& line : test::SplitLines(onTerminal.out)) {
+    const std::string shown = line.substr(line.rfind('\r') == std::string::npos ? 0 : line.rfind('\r') + 1);
+    EXPECT_EQ(shown.find('%'), std::string::npos) << "a bar left on screen: " << test::Escaped(line);
+  }
+  const test::CommandOutput toFile = test::RunCommand(tool + " 2>&1");
+  ASSERT_EQ(toFile.exitCode, 0) << toFile.out;
+  EXPECT_EQ(toFile.out.find('%'), std::string::npos) << toFile.out;
+}
+
 }  // namespace
 }  // namespace quorvi
