@@ -70,7 +70,8 @@ void TerminalUi::SetStatusBar(const std::string& text) {
 void TerminalUi::ShowMessage(const UserMessage& message) {
   EndBarLine();
   const std::string title = message.title.empty() ? "Quorvi 2" : message.title;
-  std::fprintf(stderr, "%s: %s\n", title.c_str(), message.text.c_str());
+  const std::string detail = message.detail.empty() ? "" : " (" + message.detail + ")";
+  std::fprintf(stderr, "%s: %s%s\n", title.c_str(), message.text.c_str(), detail.c_str());
   if (message.icon == MessageIcon::kCritical || message.icon == MessageIcon::kExclamation ||
       title.find("error") != std::string::npos) {
     ++failures_;

@@ -117,7 +117,9 @@ class Runner {
     if (!opened) qFatal("session: %s", opened.message().c_str());
     session_ = std::move(opened).value();
     Prompts prompts;
-    prompts.message = [this](const UserMessage& m) { Note("message \"" + m.title + "\": " + m.text); };
+    prompts.message = [this](const UserMessage& m) {
+      Note("message \"" + m.title + "\": " + m.text + (m.detail.empty() ? "" : " (" + m.detail + ")"));
+    };
     prompts.yesNo = [this](const UserMessage& q) { return Note("question \"" + q.title + "\": " + q.text), true; };
     prompts.input = [this](const std::string& prompt) -> std::optional<std::string> {
       Note("input " + prompt + ": " + (inputs_.empty() ? "(cancel)" : inputs_.front()));
