@@ -49,6 +49,9 @@ namespace {
 
 QString Q(const std::string& text) { return QString::fromStdString(text); }
 
+// The core's compare says nothing when the chip matches; the window does.
+constexpr const char* kCompareOk = "Compare OK";
+
 /// The fuse frames in the order selection lays them out.
 struct FrameSpec {
   const char* name;
@@ -180,7 +183,13 @@ void MainWindow::BuildCommands(QWidget* column) {
   button("cmdSave", "Save HEX file", [this] { mnuSaveClick(); });
   button("cmdRead", "Read PIC", [this] { RunOperation([this] { return cmdRead(state_, *this, read_mode::kFull); }); });
   button("cmdWrite", "Write PIC", [this] { RunOperation([this] { return cmdWrite(state_, *this); }); });
-  button("cmdCompare", "Compare", [this] { RunOperation([this] { return cmdCompare(state_, *this); }); });
+  button("cmdCompare", "Compare", [this] {
+    RunOperation([this] {
+      const OpResult result = cmdCompare(state_, *this);
+      if (result.ok()) SetStatusBar(kCompareOk);
+      return result;
+    });
+  });
   button("cmdBlank", "Blank Test", [this] { RunOperation([this] { return cmdBlank(state_, *this); }); });
   button("cmdWriteFuse", "Write Fuses Only", [this] { RunOperation([this] { return cmdWriteFuse(state_, *this); }); });
   button("cmdBuff", "Clear Buffer", [this] { cmdBuffClick(); });
@@ -682,7 +691,9 @@ void MainWindow::ShowConfig(const ConfigDisplay& config) {
   txtFuses_->setText(Q(config.txtFuses));
   if (config.oscIndex && *config.oscIndex < cmbOSC_->count()) cmbOSC_->setCurrentIndex(*config.oscIndex);
   for (const FuseChoice& choice : config.choices) {
-    if (auto it = named_.find(choice.button); it != named_.end()) static_cast<QRadioButton*>(it->second)->setChecked(true);
+    if (auto it = named_.find(choice.button); it != named_.end()) {
+      static_cast<QRadioButton*>(it->second)->setChecked(true);
+    }
   }
   if (config.wrtText) cmbWRT_->setCurrentText(Q(*config.wrtText));
   if (config.borvButton) static_cast<QRadioButton*>(named_.at(*config.borvButton))->setChecked(true);

@@ -65,6 +65,7 @@ std::string Text(QObject* object) {
   if (auto* button = qobject_cast<QAbstractButton*>(object)) return button->text().toStdString();
   if (auto* edit = qobject_cast<QLineEdit*>(object)) return edit->text().toStdString();
   if (auto* action = qobject_cast<QAction*>(object)) return action->text().toStdString();
+  if (auto* bar = qobject_cast<QStatusBar*>(object)) return bar->currentMessage().toStdString();
   return "";
 }
 
