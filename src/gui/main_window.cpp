@@ -441,7 +441,15 @@ void MainWindow::Command(const std::function<void()>& body) {
   busy_ = false;
 }
 
+bool MainWindow::PortReady() {
+  const std::optional<UserMessage> noPort = NoPortMessage(state_);
+  if (!noPort) return true;
+  if (!EndQuietRun(state_, *this, noPort->text)) ShowMessage(*noPort);
+  return false;
+}
+
 void MainWindow::RunOperation(const std::function<OpResult()>& operation) {
+  if (!PortReady()) return;
   const OpResult result = operation();
   if (result.refreshConfig) {
     ShowConfig(ShowConfigWord(state_.device, state_.image.configWord, state_.image.idWords, cmbOSC_->count()));
@@ -939,6 +947,7 @@ void MainWindow::OpenSerialDialog() {
 }
 
 void MainWindow::OpenAdjustDialog() {
+  if (!PortReady()) return;
   AdjustDialog dialog(this, state_, prompts_, delaySetting_);
   prompts_.runDialog(dialog);
 }
