@@ -24,9 +24,11 @@
 #include <memory>
 
 #include "app/session.h"
+#include "app/version.h"
 #include "gui/main_window.h"
 #include "gui/socket_picture.h"
 #include "support/golden.h"
+#include "support/run_command.h"
 #include "support/temp_dir.h"
 
 using namespace quorvi;
@@ -318,6 +320,36 @@ class GuiTest : public QObject {
     QFETCH(std::string, name);
     const std::string mismatch = test::GoldenMismatch("gui/" + name, Runner(test::Golden("gui/" + name)).Run());
     QVERIFY2(mismatch.empty(), mismatch.c_str());
+  }
+
+  // The options are read before the window needs a display: run with none.
+  void commandLine_data() {
+    QTest::addColumn<std::string>("arguments");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<std::string>("output");  // standard output, then errors; "@NAME" is tests/data/NAME
+    const std::string usage =
+        "usage: quorvi2 [--port PORT] [--home DIR] [--chip FILE] [/D:DEVICE] [/F:FILE] [/W] [/Q]\n";
+    QTest::newRow("help") << std::string("--help") << 0 << std::string("@quorvi2_help.txt");
+    QTest::newRow("-h among legacy options") << std::string("/Q -h") << 0 << std::string("@quorvi2_help.txt");
+    QTest::newRow("version") << std::string("--version") << 0 << "quorvi2 " + std::string(kProgramVersion) + "\n";
+    QTest::newRow("unknown") << std::string("--bogus /W") << 2 << "quorvi2: Unknown option 'bogus'.\n" + usage;
+    QTest::newRow("no value") << std::string("/D:16F84 --port") << 2
+                              << "quorvi2: Missing value after '--port'.\n" + usage;
+  }
+
+  void commandLine() {
+    QFETCH(std::string, arguments);
+    QFETCH(int, exitCode);
+    QFETCH(std::string, output);
+    const test::CommandOutput run = test::RunCommand("env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM " +
+                                                     std::string(QUORVI_GUI_PATH) + " " + arguments + " 2>&1");
+    QCOMPARE(run.exitCode, exitCode);
+    if (output.starts_with('@')) {
+      const std::string mismatch = test::GoldenMismatch(output.substr(1), run.out);
+      QVERIFY2(mismatch.empty(), mismatch.c_str());
+    } else {
+      QCOMPARE(run.out, output);
+    }
   }
 };
 
