@@ -136,6 +136,10 @@ void Session::EndInterrupted() {
   std::_Exit(InterruptedStatus());
 }
 
+void Session::StopIfInterrupted() {
+  if (Interrupted() && guard_ != nullptr) EndInterrupted();
+}
+
 void Session::InsertChipForDevice() {
   if (board_ == nullptr || board_->chip() != nullptr) return;
   Result<sim::ChipState> chip = NewSimChip(state_->device.name);

@@ -60,6 +60,10 @@ class Session {
   /// simulated board) stays for the whole run; otherwise the base address
   /// is opened.
   PortOpener Opener();
+  /// Between operations nothing reaches the port for the guard to act on: a
+  /// front end that waits for its user calls this now and then. After a
+  /// signal it ends the program as the guard does.
+  void StopIfInterrupted();
   /// Powers down, closes the trace and saves the simulated chip; idempotent.
   /// From here on a signal is only noted, so the end completes in order.
   Status Finish();

@@ -97,6 +97,17 @@ std::optional<UserMessage> EnterVddMargin(AppState& state, bool maximum, std::st
   return std::nullopt;
 }
 
+std::optional<UserMessage> NoPortMessage(AppState& state) {
+  const std::optional<std::string> reason = DisconnectedReason(state.link.driver());
+  if (!reason) return std::nullopt;
+  // Run against nothing, the compare and blank check would blame the chip.
+  return UserMessage{.text = "No port is open, so the command was not run: " + *reason,
+                     .title = title::kQuorvi2Error,
+                     .icon = MessageIcon::kExclamation,
+                     .detail = "Choose a port in the Config menu, or start the program with --port sim "
+                               "to work with the simulated board."};
+}
+
 void EndSession(AppState& state) {
   // Vpp goes before Vdd: no chip's programming document allows MCLR at Vpp without a supply.
   PutProgrammerAtRest(state);

@@ -60,6 +60,11 @@ Status ChooseLegacyFiles(AppState& state, bool on);
 /// `panelMin` / `panelMax` with the typed answer. A message when refused.
 std::optional<UserMessage> EnterVddMargin(AppState& state, bool maximum, std::string answer);
 
+/// What a device command shows instead of running when the lines go to no
+/// port (the port failed to open at start or at the last port choice): the
+/// reason, and what to do. Nothing when a port is open.
+std::optional<UserMessage> NoPortMessage(AppState& state);
+
 /// The orderly end: supply off, programming mode left.
 void EndSession(AppState& state);
 

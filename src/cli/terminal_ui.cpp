@@ -91,7 +91,7 @@ void TerminalUi::Complain(const std::string& text) {
 void TerminalUi::ShowMessage(const UserMessage& message) {
   ClearBar();
   const std::string title = message.title.empty() ? "Quorvi 2" : message.title;
-  std::fprintf(stderr, "%s: %s\n", title.c_str(), message.text.c_str());
+  std::fprintf(stderr, "%s: %s\n", title.c_str(), message.Line().c_str());
   if (message.icon == MessageIcon::kCritical || message.icon == MessageIcon::kExclamation ||
       title.find("error") != std::string::npos) {
     ++failures_;

@@ -50,6 +50,9 @@ namespace {
 
 QString Q(const std::string& text) { return QString::fromStdString(text); }
 
+// The core's compare says nothing when the chip matches; the window does.
+constexpr const char* kCompareOk = "Compare OK";
+
 /// The fuse frames in the order selection lays them out.
 struct FrameSpec {
   const char* name;
@@ -181,7 +184,13 @@ void MainWindow::BuildCommands(QWidget* column) {
   button("cmdSave", "Save HEX file", [this] { mnuSaveClick(); });
   button("cmdRead", "Read PIC", [this] { RunOperation([this] { return cmdRead(state_, *this, read_mode::kFull); }); });
   button("cmdWrite", "Write PIC", [this] { RunOperation([this] { return cmdWrite(state_, *this); }); });
-  button("cmdCompare", "Compare", [this] { RunOperation([this] { return cmdCompare(state_, *this); }); });
+  button("cmdCompare", "Compare", [this] {
+    RunOperation([this] {
+      const OpResult result = cmdCompare(state_, *this);
+      if (result.ok()) SetStatusBar(kCompareOk);
+      return result;
+    });
+  });
   button("cmdBlank", "Blank Test", [this] { RunOperation([this] { return cmdBlank(state_, *this); }); });
   button("cmdWriteFuse", "Write Fuses Only", [this] { RunOperation([this] { return cmdWriteFuse(state_, *this); }); });
   button("cmdBuff", "Clear Buffer", [this] { cmdBuffClick(); });
@@ -433,7 +442,15 @@ void MainWindow::Command(const std::function<void()>& body) {
   busy_ = false;
 }
 
+bool MainWindow::PortReady() {
+  const std::optional<UserMessage> noPort = NoPortMessage(state_);
+  if (!noPort) return true;
+  if (!EndQuietRun(state_, *this, noPort->text)) ShowMessage(*noPort);
+  return false;
+}
+
 void MainWindow::RunOperation(const std::function<OpResult()>& operation) {
+  if (!PortReady()) return;
   const OpResult result = operation();
   if (result.refreshConfig) {
     ShowConfig(ShowConfigWord(state_.device, state_.image.configWord, state_.image.idWords, cmbOSC_->count()));
@@ -682,7 +699,9 @@ void MainWindow::ShowConfig(const ConfigDisplay& config) {
   txtFuses_->setText(Q(config.txtFuses));
   if (config.oscIndex && *config.oscIndex < cmbOSC_->count()) cmbOSC_->setCurrentIndex(*config.oscIndex);
   for (const FuseChoice& choice : config.choices) {
-    if (auto it = named_.find(choice.button); it != named_.end()) static_cast<QRadioButton*>(it->second)->setChecked(true);
+    if (auto it = named_.find(choice.button); it != named_.end()) {
+      static_cast<QRadioButton*>(it->second)->setChecked(true);
+    }
   }
   if (config.wrtText) cmbWRT_->setCurrentText(Q(*config.wrtText));
   if (config.borvButton) static_cast<QRadioButton*>(named_.at(*config.borvButton))->setChecked(true);
@@ -928,6 +947,7 @@ void MainWindow::OpenSerialDialog() {
 }
 
 void MainWindow::OpenAdjustDialog() {
+  if (!PortReady()) return;
   AdjustDialog dialog(this, state_, prompts_, delaySetting_);
   prompts_.runDialog(dialog);
 }

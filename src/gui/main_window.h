@@ -79,6 +79,9 @@ class MainWindow final : public QMainWindow, public UiHost {
   void Command(const std::function<void()>& body);
   /// A device operation, then what it asks the window to redraw.
   void RunOperation(const std::function<OpResult()>& operation);
+  /// Every command that drives the board asks this first: false, after
+  /// saying why, when no port is open.
+  bool PortReady();
 
   void ApplySelection(const SelectionView& view);
   void ShowConfig(const ConfigDisplay& config);

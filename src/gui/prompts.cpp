@@ -63,11 +63,13 @@ Prompts DesktopPrompts() {
   prompts.message = [](const UserMessage& message) {
     QMessageBox box(BoxIcon(message.icon), QString::fromStdString(message.title),
                     QString::fromStdString(message.text), QMessageBox::Ok, ActiveWindow());
+    box.setInformativeText(QString::fromStdString(message.detail));
     box.exec();
   };
   prompts.yesNo = [](const UserMessage& question) {
     QMessageBox box(BoxIcon(question.icon), QString::fromStdString(question.title),
                     QString::fromStdString(question.text), QMessageBox::Yes | QMessageBox::No, ActiveWindow());
+    box.setInformativeText(QString::fromStdString(question.detail));
     return box.exec() == QMessageBox::Yes;
   };
   prompts.input = [](const std::string& prompt) -> std::optional<std::string> {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ops/blank_erase.h"
 
+#include <optional>
 #include <vector>
 
 #include "ops/chip_id.h"
@@ -99,6 +100,7 @@ OpResult cmdBlank(AppState& state, UiHost& ui) {
   frame.PowerUp(BlankPlan(state));
   SerialProtocol& protocol = frame.protocol();
   int32_t good = 0;
+  std::optional<Mismatch> firstWritten;
   if (state.device.family == family::kPic18) {
     // The 18F words come through the 18F read; an erased word reads FFFFh.
     Pic18Protocol pic18(protocol);
@@ -107,11 +109,18 @@ OpResult cmdBlank(AppState& state, UiHost& ui) {
       return true;
     });
     while (static_cast<size_t>(good) < words.size() && words[static_cast<size_t>(good)] == kErased18) ++good;
+    if (static_cast<size_t>(good) < words.size()) {
+      firstWritten = Mismatch{.at = good, .expected = kErased18, .found = words[static_cast<size_t>(good)]};
+    }
   } else {
     const int expected = frame.is12Bit() ? 0xFFF : kAllOnes14;
     for (int32_t i = 0; i <= n; ++i) {
       if (i % kBlankProgressStep == 0) frame.Progress(i, n);
-      if (protocol.ReadProgramWord() != expected) break;
+      const int read = protocol.ReadProgramWord();
+      if (read != expected) {
+        firstWritten = Mismatch{.at = i, .expected = expected, .found = read};
+        break;
+      }
       ++good;
       protocol.IncrementAddress();
     }
@@ -120,7 +129,11 @@ OpResult cmdBlank(AppState& state, UiHost& ui) {
   if (state.productionMode()) frame.SetSupply(kNominalVolts);
   OpOutcome outcome = OpOutcome::kOk;
   if (good != n + 1) {
-    outcome = frame.ReportFailure({op_text::kPicNotErased, title::kQuorviError, MessageIcon::kExclamation}, nullptr);
+    UserMessage message{op_text::kPicNotErased, title::kQuorviError, MessageIcon::kExclamation};
+    if (firstWritten) {
+      message.detail = DifferenceText(firstWritten->expected, firstWritten->found, kWordDigits, firstWritten->at);
+    }
+    outcome = frame.ReportFailure(message, nullptr);
   }
   frame.End();
   return frame.Finish(outcome);

@@ -2,6 +2,7 @@
 #include "ops/compare.h"
 
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "ops/config_write.h"
@@ -46,8 +47,11 @@ bool SkipsCalibrationWord(const DeviceDescriptor& device) {
   return device.oscList == 2 || device.oscList == 3 || device.oscList == 7;
 }
 
-UserMessage NotEqualAt(int32_t address) {
-  return {op_text::kPicNotEqualAt + AddressText(address), title::kQuorvi2Error, MessageIcon::kNone};
+UserMessage NotEqualAt(int32_t address, int expected, int found) {
+  return {.text = op_text::kPicNotEqualAt + AddressText(address),
+          .title = title::kQuorvi2Error,
+          .icon = MessageIcon::kNone,
+          .detail = DifferenceText(expected, found, kWordDigits)};
 }
 
 void CleanUp(OperationFrame& frame) {
@@ -76,42 +80,51 @@ bool StartProgramPass(OperationFrame& frame, VddLevel level) {
 // A program word that differs ends the pass. In quiet mode the port is left
 // as it stands; otherwise the box comes first and the target is powered
 // down once it is closed.
-OpOutcome ReportProgramDifference(OperationFrame& frame, int32_t address) {
-  const OpOutcome outcome = frame.ReportFailure(NotEqualAt(address), op_text::quiet::kCompareFailed);
+OpOutcome ReportProgramDifference(OperationFrame& frame, int32_t address, int expected, int found) {
+  const OpOutcome outcome =
+      frame.ReportFailure(NotEqualAt(address, expected, found), op_text::quiet::kCompareFailed);
   if (outcome != OpOutcome::kTerminated) CleanUp(frame);
   return outcome;
 }
 
-// Reads the configuration where the family keeps it; true when it differs
-// from the image.
-bool ConfigurationDiffers(OperationFrame& frame) {
+// Reads the configuration where the family keeps it; the detail of the
+// difference from the image, if there is one.
+std::optional<std::string> ConfigurationDifference(OperationFrame& frame) {
   const AppState& state = frame.state();
   const DeviceDescriptor& device = state.device;
   SerialProtocol& protocol = frame.protocol();
   const int configWord = state.image.configWord;
   if (device.family == family::kPic18) {
     Pic18Protocol pic18(protocol);
-    return !ConfigBytesMatch18(pic18, device, state.image);
+    const std::optional<Mismatch> byte = FirstDifferingConfigByte18(pic18, device, state.image);
+    if (!byte) return std::nullopt;
+    return DifferenceText(byte->expected, byte->found, kByteDigits, byte->at);
   }
   // Bits the part does not implement read back as the silicon chooses.
   const int mask = ConfigCompareMask(device);
+  const auto differs = [&](int read) -> std::optional<std::string> {
+    if ((read & mask) == (configWord & mask)) return std::nullopt;
+    return DifferenceText(configWord & mask, read & mask, kWordDigits);
+  };
   if (frame.is12Bit()) {
-    if ((protocol.ReadProgramWord() & mask) != (configWord & mask)) return true;
+    if (std::optional<std::string> detail = differs(protocol.ReadProgramWord())) return detail;
     // An equal 12-bit word is followed by the walk to 2007h, where nothing is read.
     for (int k = 0; k < kIncrementsToConfig + 2; ++k) protocol.IncrementAddress();
-    return false;
+    return std::nullopt;
   }
   protocol.LoadConfiguration(0);
   for (int k = 0; k < kIncrementsToConfig; ++k) protocol.IncrementAddress();
-  return (protocol.ReadProgramWord() & mask) != (configWord & mask);
+  return differs(protocol.ReadProgramWord());
 }
 
 // The end of a program-and-ID pass once the ID words are read.
-OpOutcome FinishIdCompare(OperationFrame& frame, std::optional<int> differingWord) {
+OpOutcome FinishIdCompare(OperationFrame& frame, const std::optional<Mismatch>& differingWord) {
   frame.PowerDown();
   OpOutcome outcome = OpOutcome::kOk;
   if (differingWord) {
-    outcome = frame.ReportFailure(NotEqualAt(kIdAddress + *differingWord), op_text::quiet::kIdCompareFailed);
+    outcome = frame.ReportFailure(NotEqualAt(kIdAddress + differingWord->at, differingWord->expected,
+                                             differingWord->found),
+                                  op_text::quiet::kIdCompareFailed);
     if (outcome == OpOutcome::kTerminated) return outcome;
   } else {
     frame.Wait(kAfterPassMs);
@@ -134,9 +147,9 @@ OpOutcome CompareProgramPass(OperationFrame& frame, VddLevel level) {
   const int32_t stride = ProgressStride(n);
   for (int32_t i = 0; i <= n; ++i) {
     if (i % stride == 0) frame.Progress(i, n);
-    if (protocol.ReadProgramWord() != state.image.programBuffer[static_cast<size_t>(i)]) {
-      return ReportProgramDifference(frame, i);
-    }
+    const int read = protocol.ReadProgramWord();
+    const int32_t expected = state.image.programBuffer[static_cast<size_t>(i)];
+    if (read != expected) return ReportProgramDifference(frame, i, expected, read);
     protocol.IncrementAddress();
   }
 
@@ -145,10 +158,12 @@ OpOutcome CompareProgramPass(OperationFrame& frame, VddLevel level) {
   } else {
     protocol.LoadConfiguration(0);
   }
-  std::optional<int> differingId;
+  std::optional<Mismatch> differingId;
   for (int k = 0; k < kIdWords; ++k) {
     // The last differing word is the one reported.
-    if (protocol.ReadProgramWord() != state.image.idWords[static_cast<size_t>(k)]) differingId = k;
+    const int read = protocol.ReadProgramWord();
+    const int expected = state.image.idWords[static_cast<size_t>(k)];
+    if (read != expected) differingId = Mismatch{.at = k, .expected = expected, .found = read};
     protocol.IncrementAddress();
   }
   for (int k = 0; k < kIncrementsAfterIds; ++k) protocol.IncrementAddress();
@@ -174,7 +189,8 @@ OpOutcome CompareProgramPass18(OperationFrame& frame, VddLevel level) {
     const auto index = static_cast<size_t>(i);
     const int read = index < words.size() ? words[index] : -1;
     // The image keeps 18F words from 8000h on as negative 16-bit numbers.
-    if (read != (state.image.programBuffer[index] & kWord16Mask)) return ReportProgramDifference(frame, i);
+    const int expected = state.image.programBuffer[index] & kWord16Mask;
+    if (read != expected) return ReportProgramDifference(frame, i, expected, read);
   }
   frame.protocol().EnterProgrammingMode();
   return FinishIdCompare(frame, LastDifferingIdWord18(pic18, state.image));
@@ -198,15 +214,18 @@ OpOutcome CompareConfigPass(OperationFrame& frame, VddLevel level) {
   plan.incrementFor12Bit = false;
   frame.PowerUp(plan);
 
-  const bool differs = ConfigurationDiffers(frame);
+  const std::optional<std::string> difference = ConfigurationDifference(frame);
   frame.PowerDown();
 
   OpOutcome outcome = OpOutcome::kOk;
-  if (differs) {
+  if (difference) {
     // The configuration compare reports without marking the operation failed.
     const Flag failedBefore = state.operationFailed;
-    outcome = frame.ReportFailure({op_text::kFusesNotEqual, title::kQuorvi2Error, MessageIcon::kNone},
-                                  op_text::quiet::kFuseCompareFailed);
+    const UserMessage message{.text = op_text::kFusesNotEqual,
+                              .title = title::kQuorvi2Error,
+                              .icon = MessageIcon::kNone,
+                              .detail = *difference};
+    outcome = frame.ReportFailure(message, op_text::quiet::kFuseCompareFailed);
     if (outcome == OpOutcome::kTerminated) return outcome;
     state.operationFailed = failedBefore;
   }

@@ -2,6 +2,7 @@
 #include "ops/frame.h"
 
 #include <algorithm>
+#include <cstdio>
 
 #include "device/part_facts.h"
 #include "hw/delay.h"
@@ -93,6 +94,17 @@ PowerUpPlan ConfigWritePlan() {
 }
 
 std::string AddressText(int32_t address) { return HexText(address) + "h"; }
+
+std::string DifferenceText(int expected, int found, int digits, std::optional<int32_t> at) {
+  // `digits` is a width, not a mask: a wider value (a PIC word where a byte
+  // belongs) shows whole, or two different values could read the same.
+  const auto hex = [digits](int value) {
+    char text[16];
+    std::snprintf(text, sizeof text, "%0*Xh", digits, static_cast<unsigned>(value));
+    return std::string(text);
+  };
+  return (at ? "at " + AddressText(*at) + ": " : "") + "expected " + hex(expected) + ", found " + hex(found);
+}
 
 int32_t ProgressStride(int32_t n) {
   const int64_t stride = RoundHalfEven(static_cast<double>(n) / kStrideParts);
@@ -216,7 +228,7 @@ void OperationFrame::Progress(int32_t i, int32_t n) {
 
 OpOutcome OperationFrame::ReportFailure(const UserMessage& message, const char* quietLine) {
   state_.operationFailed = kTrue;
-  if (EndQuietRun(state_, ui_, quietLine != nullptr ? std::string_view(quietLine) : message.text, message.text)) {
+  if (EndQuietRun(state_, ui_, quietLine != nullptr ? std::string_view(quietLine) : message.text, message.Line())) {
     return OpOutcome::kTerminated;
   }
   ui_.ShowMessage(message);

@@ -71,6 +71,24 @@ PowerUpPlan ConfigWritePlan();
 
 /// Word addresses in messages: upper-case hex without leading zeros, then "h".
 std::string AddressText(int32_t address);
+
+/// A word or byte the chip holds otherwise than the image: where (an
+/// address, or an index the caller turns into one) and both values.
+struct Mismatch {
+  int32_t at = 0;
+  int expected = 0;
+  int found = 0;
+};
+
+/// Hex digits of a word and of a byte in a difference's detail.
+inline constexpr int kWordDigits = 4;
+inline constexpr int kByteDigits = 2;
+
+/// The detail of a message that reports a difference: "expected 3FFFh,
+/// found 0000h", each value in at least `digits` upper-case hex digits;
+/// with `at`, for a text that names no address, "at 1A3h: expected ...".
+std::string DifferenceText(int expected, int found, int digits, std::optional<int32_t> at = std::nullopt);
+
 /// The progress stride of read and compare: n / 20 rounded, never below 1.
 int32_t ProgressStride(int32_t n);
 bool NameStartsWith(std::string_view name, std::string_view prefix);

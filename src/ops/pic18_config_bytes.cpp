@@ -26,12 +26,13 @@ void WriteIdBytes18(Pic18Protocol& pic18, const MemoryImage& image) {
   pic18.WriteIdBytes(bytes);
 }
 
-std::optional<int> LastDifferingIdWord18(Pic18Protocol& pic18, const MemoryImage& image) {
+std::optional<Mismatch> LastDifferingIdWord18(Pic18Protocol& pic18, const MemoryImage& image) {
   const std::vector<int> bytes = pic18.ReadBytes(addr18::kIdLocations, 2 * kIdWords);
-  std::optional<int> last;
+  std::optional<Mismatch> last;
   for (int k = 0; k < kIdWords; ++k) {
     const int read = bytes[static_cast<size_t>(2 * k)] | (bytes[static_cast<size_t>(2 * k + 1)] << 8);
-    if (read != (image.idWords[static_cast<size_t>(k)] & kWordMask)) last = k;
+    const int expected = image.idWords[static_cast<size_t>(k)] & kWordMask;
+    if (read != expected) last = Mismatch{.at = k, .expected = expected, .found = read};
   }
   return last;
 }
@@ -40,18 +41,23 @@ bool WriteConfigBytes18(Pic18Protocol& pic18, const DeviceDescriptor& device, co
   for (int offset = 0; offset < kConfig18Registers; ++offset) {
     if (const auto byte = Config18ByteToWrite(device, image, offset)) pic18.WriteConfigByte(offset, *byte);
   }
-  return ConfigBytesMatch18(pic18, device, image);
+  return !FirstDifferingConfigByte18(pic18, device, image);
 }
 
-bool ConfigBytesMatch18(Pic18Protocol& pic18, const DeviceDescriptor& device, const MemoryImage& image) {
+std::optional<Mismatch> FirstDifferingConfigByte18(Pic18Protocol& pic18, const DeviceDescriptor& device,
+                                                   const MemoryImage& image) {
   const std::vector<int> read = pic18.ReadBytes(addr18::kConfigBytes, kConfig18Registers);
   for (int offset = 0; offset < kConfig18Registers; ++offset) {
     const auto byte = Config18ByteToWrite(device, image, offset);
     if (!byte) continue;
     const int bits = Config18ImplementedBits(device, offset);
-    if ((read[static_cast<size_t>(offset)] & bits) != (*byte & bits)) return false;
+    const int found = read[static_cast<size_t>(offset)] & bits;
+    if (found != (*byte & bits)) {
+      return Mismatch{.at = static_cast<int32_t>(addr18::kConfigBytes) + offset, .expected = *byte & bits,
+                      .found = found};
+    }
   }
-  return true;
+  return std::nullopt;
 }
 
 }  // namespace quorvi

@@ -153,7 +153,10 @@ OpResult SerialEepromBlank(OperationFrame& frame) {
   OpOutcome outcome = OpOutcome::kOk;
   const std::optional<UserMessage> noAnswer = session.ReadAll([&](int32_t a, int value) {
     if (value == 0xFF) return true;
-    frame.ui().ShowMessage({eeprom_text::kNotBlankAt + HexAt(a), title::kQuorvi2, MessageIcon::kCritical});
+    frame.ui().ShowMessage({.text = eeprom_text::kNotBlankAt + HexAt(a),
+                            .title = title::kQuorvi2,
+                            .icon = MessageIcon::kCritical,
+                            .detail = DifferenceText(0xFF, value, kByteDigits)});
     outcome = OpOutcome::kFailed;
     return a == 0 || a == 0x8000;
   });
@@ -165,8 +168,12 @@ OpResult SerialEepromCompare(OperationFrame& frame) {
   const MemoryImage& image = frame.state().image;
   OpOutcome outcome = OpOutcome::kOk;
   const std::optional<UserMessage> noAnswer = session.ReadAll([&](int32_t a, int value) {
-    if (value == image.programBuffer[static_cast<size_t>(a)]) return true;
-    frame.ui().ShowMessage({eeprom_text::kNotEqualAt + HexAt(a), title::kQuorvi2, MessageIcon::kNone});
+    const int32_t expected = image.programBuffer[static_cast<size_t>(a)];
+    if (value == expected) return true;
+    frame.ui().ShowMessage({.text = eeprom_text::kNotEqualAt + HexAt(a),
+                            .title = title::kQuorvi2,
+                            .icon = MessageIcon::kNone,
+                            .detail = DifferenceText(expected, value, kByteDigits)});
     outcome = OpOutcome::kFailed;
     return a == 0;
   });

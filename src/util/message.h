@@ -12,7 +12,13 @@ struct UserMessage {
   std::string text;
   std::string title;
   MessageIcon icon = MessageIcon::kNone;
+  /// What lies behind the text, such as the values that differ ("expected
+  /// 3FFFh, found 0000h"): the text stays the program's own, word for word.
+  std::string detail = {};
   bool operator==(const UserMessage&) const = default;
+
+  /// The text with the detail in parentheses: one line for a log or terminal.
+  std::string Line() const { return detail.empty() ? text : text + " (" + detail + ")"; }
 };
 
 /// The titles of the program's message boxes.

@@ -48,6 +48,9 @@ std::string RunCommands(const std::string& row) {
     }
     if (w.at(0) == "power") state.link.SetVdd("on"), state.link.SetVpp2(kTrue);
     if (w.at(0) == "end") EndSession(state);
+    if (w.at(0) == "ready") {
+      if (const std::optional<UserMessage> noPort = NoPortMessage(state)) status = Status::Fail(noPort->text);
+    }
     out += (out.empty() ? "" : "; ") + test::Replaced(status.ok() ? "ok" : status.message(), QUORVI_DATA_DIR, "$DATA");
     if (w.at(0) == "mode") {
       char writes[64];

@@ -24,9 +24,11 @@
 #include <memory>
 
 #include "app/session.h"
+#include "app/version.h"
 #include "gui/main_window.h"
 #include "gui/socket_picture.h"
 #include "support/golden.h"
+#include "support/run_command.h"
 #include "support/temp_dir.h"
 
 using namespace quorvi;
@@ -65,6 +67,7 @@ std::string Text(QObject* object) {
   if (auto* button = qobject_cast<QAbstractButton*>(object)) return button->text().toStdString();
   if (auto* edit = qobject_cast<QLineEdit*>(object)) return edit->text().toStdString();
   if (auto* action = qobject_cast<QAction*>(object)) return action->text().toStdString();
+  if (auto* bar = qobject_cast<QStatusBar*>(object)) return bar->currentMessage().toStdString();
   return "";
 }
 
@@ -117,7 +120,9 @@ class Runner {
     if (!opened) qFatal("session: %s", opened.message().c_str());
     session_ = std::move(opened).value();
     Prompts prompts;
-    prompts.message = [this](const UserMessage& m) { Note("message \"" + m.title + "\": " + m.text); };
+    prompts.message = [this](const UserMessage& m) {
+      Note("message \"" + m.title + "\": " + m.text + (m.detail.empty() ? "" : " (" + m.detail + ")"));
+    };
     prompts.yesNo = [this](const UserMessage& q) { return Note("question \"" + q.title + "\": " + q.text), true; };
     prompts.input = [this](const std::string& prompt) -> std::optional<std::string> {
       Note("input " + prompt + ": " + (inputs_.empty() ? "(cancel)" : inputs_.front()));
@@ -315,6 +320,65 @@ class GuiTest : public QObject {
     QFETCH(std::string, name);
     const std::string mismatch = test::GoldenMismatch("gui/" + name, Runner(test::Golden("gui/" + name)).Run());
     QVERIFY2(mismatch.empty(), mismatch.c_str());
+  }
+
+  // The options are read before the window needs a display: run with none.
+  void commandLine_data() {
+    QTest::addColumn<std::string>("arguments");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<std::string>("output");  // standard output, then errors; "@NAME" is tests/data/NAME
+    const std::string usage =
+        "usage: quorvi2 [--port PORT] [--home DIR] [--chip FILE] [--trace FILE] [/D:DEVICE] [/F:FILE] [/W] [/Q]\n";
+    QTest::newRow("help") << std::string("--help") << 0 << std::string("@quorvi2_help.txt");
+    QTest::newRow("-h among legacy options") << std::string("/Q -h") << 0 << std::string("@quorvi2_help.txt");
+    QTest::newRow("version") << std::string("--version") << 0 << "quorvi2 " + std::string(kProgramVersion) + "\n";
+    QTest::newRow("unknown") << std::string("--bogus /W") << 2 << "quorvi2: Unknown option 'bogus'.\n" + usage;
+    QTest::newRow("no value") << std::string("/D:16F84 --port") << 2
+                              << "quorvi2: Missing value after '--port'.\n" + usage;
+  }
+
+  // A signal powers the target down and keeps the chip, whether it comes
+  // during a write (the session's guard) or while the window waits.
+  void signalEndsTheRunInOrder_data() {
+    QTest::addColumn<std::string>("signal");
+    QTest::addColumn<std::string>("options");
+    QTest::addColumn<int>("exitCode");
+    const std::string write = "/D:16F84A /F:" + std::string(QUORVI_EXAMPLES_DIR) + "/eeprom_16f84a.inhx32.hex /W";
+    QTest::newRow("INT during a write") << std::string("INT") << write << 130;
+    QTest::newRow("TERM while idle") << std::string("TERM") << std::string("/D:16F84A") << 143;
+  }
+
+  void signalEndsTheRunInOrder() {
+    QFETCH(std::string, signal);
+    QFETCH(std::string, options);
+    QFETCH(int, exitCode);
+    test::TempDir home;
+    const std::string folder = home.path().string();
+    // A real-clock write of a 16F84A takes seconds; the window is up well within one.
+    const test::CommandOutput run = test::RunCommand(
+        "cd '" + folder + "' && " + QUORVI_GUI_PATH + " --home . --port sim --chip chip.json --trace t.vcd " +
+        options + " 2>stderr & pid=$!; sleep 1; kill -" + signal + " $pid; wait $pid");
+    QCOMPARE(run.exitCode, exitCode);
+    const std::string said = home.Read("stderr");
+    QVERIFY2(said.find("the target is powered down") != std::string::npos, said.c_str());
+    QVERIFY(home.Read("chip.json").find("quorvi-chip-state") != std::string::npos);
+    const std::string trace = home.Read("t.vcd");
+    QVERIFY(!trace.empty() && trace.back() == '\n');
+  }
+
+  void commandLine() {
+    QFETCH(std::string, arguments);
+    QFETCH(int, exitCode);
+    QFETCH(std::string, output);
+    const test::CommandOutput run = test::RunCommand("env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM " +
+                                                     std::string(QUORVI_GUI_PATH) + " " + arguments + " 2>&1");
+    QCOMPARE(run.exitCode, exitCode);
+    if (output.starts_with('@')) {
+      const std::string mismatch = test::GoldenMismatch(output.substr(1), run.out);
+      QVERIFY2(mismatch.empty(), mismatch.c_str());
+    } else {
+      QCOMPARE(run.out, output);
+    }
   }
 };
 

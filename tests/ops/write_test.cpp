@@ -27,8 +27,8 @@ namespace {
 
 constexpr int kBlank14 = 0x3FFF;
 
-UserMessage NotEqualAt(const char* address) {
-  return {std::string("PIC not equal at ") + address, title::kQuorvi2Error, MessageIcon::kNone};
+UserMessage NotEqualAt(const char* address, const char* detail) {
+  return {std::string("PIC not equal at ") + address, title::kQuorvi2Error, MessageIcon::kNone, detail};
 }
 
 bool Shown(const test::RecordingUi& ui, const char* text) {
@@ -319,7 +319,7 @@ TEST(Production, WriteAndVerifyAtBothMarginsFindACellWeakOnlyAtVddMin) {
   sim.chip().faults.marginCells = {{.address = 0x123, .belowVolts = 4.7, .aboveVolts = {}, .xorMask = 0x10}};
   sim.ui = test::RecordingUi();
   EXPECT_EQ(cmdCompare(state, sim.ui).outcome, OpOutcome::kFailed);
-  EXPECT_EQ(sim.ui.messages, std::vector<UserMessage>{NotEqualAt("123h")});
+  EXPECT_EQ(sim.ui.messages, std::vector<UserMessage>{NotEqualAt("123h", "expected 2A14h, found 2A04h")});
   EXPECT_TRUE(Shown(sim.ui, op_text::kPassAtVddMin));
   EXPECT_TRUE(Shown(sim.ui, op_text::kFusePassAtVddMax));
   EXPECT_EQ(sim.board().vddStep(), sim::SimBoard::kPowerOnStep);

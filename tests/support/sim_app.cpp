@@ -152,6 +152,7 @@ std::string SimApp::Transcript(OpOutcome outcome) {
       text += "  " + rest.substr(0, end + 1) + "\n";
     }
     text += "  " + rest + "\n";
+    if (!m.detail.empty()) text += "  (" + m.detail + ")\n";
   };
   for (const UserMessage& question : ui.questions) box("question", question);
   for (const UserMessage& message : ui.messages) box("message", message);
