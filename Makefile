@@ -4,6 +4,7 @@
 #               else the CLI job
 # make test     installs the test tools too, builds everything, runs every test
 #               (then again under ASan/UBSan)
+# make package  builds the Debian package into build/package
 # make bench    builds and runs the benchmarks (JSON in build/bench.json)
 # make fuzz     builds the readers' libFuzzer harnesses with clang and runs each
 #               for FUZZ_SECONDS; a crash is saved into fuzz/corpus
@@ -22,7 +23,7 @@ GUI        := $(BUILD)/bin/quorvi2
 configure = cmake -S . -B $(1) $$(if [ ! -f $(1)/CMakeCache.txt ] && command -v ninja >/dev/null; then \
               echo -GNinja; fi) $(2)
 
-.PHONY: all deps deps-test programs build build-asan test run bench fuzz clean
+.PHONY: all deps deps-test deps-package programs build build-asan test run package bench fuzz clean
 
 all: programs
 
@@ -31,6 +32,9 @@ deps:
 
 deps-test:
 	@scripts/install-deps --test
+
+deps-package:
+	@scripts/install-deps --package
 
 # The programs only: this works without the test packages, and a folder that
 # has the tests on keeps them.
@@ -58,6 +62,9 @@ run: programs
 	else \
 	  scripts/cli-demo $(BUILD)/bin $(BUILD)/run-home; \
 	fi
+
+package: deps-package programs
+	cpack --config $(BUILD)/CPackConfig.cmake -B $(BUILD)/package
 
 bench: deps-test
 	$(call configure,$(BUILD),-DCMAKE_BUILD_TYPE=RelWithDebInfo -DQUORVI_BUILD_BENCH=ON)
