@@ -72,7 +72,8 @@ bench: deps-test
 	$(BUILD)/bin/quorvi_bench --benchmark_out=$(BUILD)/bench.json --benchmark_out_format=json
 
 fuzz: deps
-	@command -v clang++ >/dev/null 2>&1 || { echo "make fuzz needs clang: apt-get install clang libclang-rt-dev" >&2; exit 1; }
+	@command -v clang++ >/dev/null 2>&1 || \
+	  { echo "make fuzz needs clang: apt-get install clang libclang-rt-dev" >&2; exit 1; }
 	$(call configure,$(FUZZ_BUILD),-DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_COMPILER=clang++ \
 	  -DQUORVI_FUZZ=ON -DQUORVI_BUILD_TESTS=OFF -DQUORVI_BUILD_BENCH=OFF -DQUORVI_BUILD_GUI=OFF)
 	cmake --build $(FUZZ_BUILD) -j $(JOBS)
