@@ -9,7 +9,7 @@
 #include "device/catalogue.h"
 
 #ifndef QUORVI_INSTALLED_DATA_DIR
-#define QUORVI_INSTALLED_DATA_DIR "/usr/local/share/quorvi"
+#define QUORVI_INSTALLED_DATA_DIR "../share/quorvi"
 #endif
 
 namespace quorvi {
@@ -27,9 +27,13 @@ AppPaths ResolveAppPaths(const HomeSources& sources) {
   const auto hasCatalogue = [&ec](const std::string& folder) {
     return fs::exists(fs::path(folder) / kCatalogueFileName, ec);
   };
+  const fs::path installedData(sources.installedData);
+  const std::string installed = installedData.is_relative()
+                                    ? (fs::path(sources.executableFolder) / installedData).lexically_normal().string()
+                                    : sources.installedData;
   // What ships is read from the chosen home when it has its own catalogue,
   // else from beside the program, else from where it was installed.
-  const std::string shipped = hasCatalogue(sources.executableFolder) ? sources.executableFolder : sources.installedData;
+  const std::string shipped = hasCatalogue(sources.executableFolder) ? sources.executableFolder : installed;
   for (const auto& chosen : {sources.option, sources.environment}) {
     if (chosen && !chosen->empty()) return {*chosen, hasCatalogue(*chosen) ? *chosen : shipped};
   }
@@ -40,7 +44,7 @@ AppPaths ResolveAppPaths(const HomeSources& sources) {
   } else {
     config = (fs::path(sources.userHome.value_or(".")) / ".config" / "quorvi").string();
   }
-  return {config, sources.installedData};
+  return {config, installed};
 }
 
 HomeSources ProcessHomeSources(const char* argv0, std::optional<std::string> option) {

@@ -28,7 +28,9 @@ struct HomeSources {
   std::string executableFolder;
   std::optional<std::string> xdgConfigHome;  // XDG_CONFIG_HOME
   std::optional<std::string> userHome;       // HOME
-  std::string installedData;                 // the installed data folder
+  /// The installed data folder; a relative one is taken from the executable's
+  /// folder, so an install works under whatever prefix it was put.
+  std::string installedData;
 };
 
 /// `--home`, else QUORVI_HOME, else the executable's folder when the

@@ -31,6 +31,7 @@ TEST(ResolveAppPaths, OptionThenEnvironmentThenExecutableFolderThenXdg) {
       if (word.starts_with("xdg=")) s.xdgConfigHome = value;
       if (word.starts_with("env=")) s.environment = value;
       if (word.starts_with("option=")) s.option = value;
+      if (word.starts_with("installed=")) s.installedData = value;
     }
     const AppPaths p = ResolveAppPaths(s);
     return test::Replaced(p.home + ", " + p.data + " | " + p.Settings() + ", " + p.ErrorLog() + ", " + p.Catalogue() +
