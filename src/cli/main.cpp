@@ -152,26 +152,30 @@ int main(int argc, char** argv) {
       ->check(CLI::IsMember({"25", "27", "42", "45"}));
   fuses->add_option("--word", fuseEdit.word, "Start from this configuration word (hex) instead of the blank one");
 
+  auto givenTwice = [](const Command& command) {
+    return UsageError("the command " + command.app->get_name() + " is given twice; run the tool once for each");
+  };
   // CLI11 takes a vector in reverse order.
   std::vector<std::string> reversed(modern.rbegin(), modern.rend());
   try {
     app.parse(reversed);
   } catch (const CLI::Success& done) {
     return app.exit(done);
-  } catch (const CLI::ParseError& error) {
-    // A command given twice fails on its second argument; say what is wrong.
+  } catch (const CLI::ExtrasError&) {
+    // This CLI11 lists the extra arguments backwards; name them as typed.
+    std::string extras;
+    for (const std::string& extra : app.remaining()) extras += " " + extra;
+    // A command given twice fails on its second argument.
     for (const Command& command : commands) {
-      if (std::count(modern.begin(), modern.end(), command.app->get_name()) > 1) {
-        return UsageError("the command " + command.app->get_name() + " is given twice; run the tool once for each");
-      }
+      if (std::count(modern.begin(), modern.end(), command.app->get_name()) > 1) return givenTwice(command);
     }
+    return UsageError("not a command or option:" + extras);
+  } catch (const CLI::ParseError& error) {
     (void)app.exit(error);
     return kUsageError;
   }
   for (const Command& command : commands) {
-    if (command.app->count() > 1) {
-      return UsageError("the command " + command.app->get_name() + " is given twice; run the tool once for each");
-    }
+    if (command.app->count() > 1) return givenTwice(command);
   }
   if (app.get_subcommands().empty() && legacyLine.empty()) {
     std::fputs(app.help().c_str(), stderr);
