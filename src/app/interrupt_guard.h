@@ -26,6 +26,7 @@ class InterruptGuardPort final : public PortDriver {
   void WriteData(uint8_t value) override;
   uint8_t ReadStatus() override;
   std::optional<bool> BusLevel() const override { return inner_->BusLevel(); }
+  std::optional<std::string> NotConnectedReason() const override { return inner_->NotConnectedReason(); }
   std::string Describe() const override { return inner_->Describe(); }
   PortDriver& inner() { return *inner_; }
   /// Powers the target down if a signal has come; returns whether it had.

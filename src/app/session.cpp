@@ -26,6 +26,7 @@ class ForwardingPort final : public PortDriver {
   void WriteData(uint8_t value) override { slot_->WriteData(value); }
   uint8_t ReadStatus() override { return slot_->ReadStatus(); }
   std::optional<bool> BusLevel() const override { return slot_->BusLevel(); }
+  std::optional<std::string> NotConnectedReason() const override { return slot_->NotConnectedReason(); }
   std::string Describe() const override { return slot_->Describe(); }
 
  private:
@@ -100,7 +101,9 @@ Result<std::unique_ptr<Session>> Session::Open(const SessionOptions& options, co
   RemoveStaleTemporaries(paths.ErrorLog());
   if (options.chip) RemoveStaleTemporaries(*options.chip);
   session->board_ = dynamic_cast<sim::SimBoard*>(session->port_.get());
-  session->portName_ = session->board_ ? port + " (simulated board)" : session->portFailure_ ? port + " (not open)" : port;
+  session->portName_ = session->board_        ? port + " (simulated board)"
+                       : session->portFailure_ ? port + " (not open)"
+                                               : port;
   if (Status lines = session->BuildLines(); !lines) return lines;
   state.link.SetDriver(std::make_unique<ForwardingPort>(session->lines_));
   PutProgrammerAtRest(state);

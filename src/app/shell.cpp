@@ -98,7 +98,7 @@ std::optional<UserMessage> EnterVddMargin(AppState& state, bool maximum, std::st
 }
 
 std::optional<UserMessage> NoPortMessage(AppState& state) {
-  const std::optional<std::string> reason = DisconnectedReason(state.link.driver());
+  const std::optional<std::string> reason = state.link.driver().NotConnectedReason();
   if (!reason) return std::nullopt;
   // Run against nothing, the compare and blank check would blame the chip.
   return UserMessage{.text = "No port is open, so the command was not run: " + *reason,

@@ -24,6 +24,9 @@ class PortDriver {
   virtual std::optional<bool> BusLevel() const { return std::nullopt; }
   /// A short description for the user, such as "/dev/parport0 (ppdev)".
   virtual std::string Describe() const = 0;
+  /// Why the lines go nowhere, when no port is behind them; ports that wrap
+  /// another pass its answer on.
+  virtual std::optional<std::string> NotConnectedReason() const { return std::nullopt; }
 };
 
 }  // namespace quorvi

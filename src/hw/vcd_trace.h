@@ -28,6 +28,7 @@ class VcdTracePort final : public PortDriver {
   void WriteData(uint8_t value) override;
   uint8_t ReadStatus() override;
   std::optional<bool> BusLevel() const override { return inner_->BusLevel(); }
+  std::optional<std::string> NotConnectedReason() const override { return inner_->NotConnectedReason(); }
   std::string Describe() const override;
 
   /// Flushes and closes the file; later accesses still reach the port.
