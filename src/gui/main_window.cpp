@@ -27,6 +27,7 @@
 #include <cstdio>
 
 #include "app/shell.h"
+#include "app/version.h"
 #include "device/catalogue.h"
 #include "gui/dialogs.h"
 #include "gui/socket_picture.h"
@@ -40,7 +41,6 @@
 #include "ops/config_write.h"
 #include "ops/read.h"
 #include "ops/write.h"
-#include "app/version.h"
 #include "sim/sim_board.h"
 #include "util/atomic_file.h"
 
