@@ -200,8 +200,9 @@ TEST(Faults, ASignalPowersDownAndSavesEverythingBeforeItEnds) {
     const std::string folder = home.Path("").string();
     // On the real clock a production-mode erase takes most of a second.
     const test::CommandOutput run = test::RunCommand(
-        "cd '" + folder + "' && " + QUORVI_CLI_PATH + " --home . --chip chip.json --trace t.vcd --mode prod " +
-        "--device 16F84A erase 2>stderr & pid=$!; sleep 0.4; kill -" + signal + " $pid; wait $pid");
+        "cd '" + folder + "' || exit 1; " + QUORVI_CLI_PATH + " --home . --chip chip.json --trace t.vcd --mode prod " +
+        "--device 16F84A erase 2>stderr & pid=$!; " + test::kAfterTraceStarts + "kill -" + signal +
+        " $pid; wait $pid");
     EXPECT_EQ(run.exitCode, status) << home.Stderr();
     EXPECT_TRUE(Contains(home.Stderr(), "the target is powered down")) << home.Stderr();
     EXPECT_TRUE(Contains(home.Read("chip.json"), "16F84A"));

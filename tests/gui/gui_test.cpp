@@ -354,10 +354,10 @@ class GuiTest : public QObject {
     QFETCH(int, exitCode);
     test::TempDir home;
     const std::string folder = home.path().string();
-    // A real-clock write of a 16F84A takes seconds; the window is up well within one.
+    // A real-clock write of a 16F84A takes seconds.
     const test::CommandOutput run = test::RunCommand(
-        "cd '" + folder + "' && " + QUORVI_GUI_PATH + " --home . --port sim --chip chip.json --trace t.vcd " +
-        options + " 2>stderr & pid=$!; sleep 1; kill -" + signal + " $pid; wait $pid");
+        "cd '" + folder + "' || exit 1; " + QUORVI_GUI_PATH + " --home . --port sim --chip chip.json --trace t.vcd " +
+        options + " 2>stderr & pid=$!; " + test::kAfterTraceStarts + "kill -" + signal + " $pid; wait $pid");
     QCOMPARE(run.exitCode, exitCode);
     const std::string said = home.Read("stderr");
     QVERIFY2(said.find("the target is powered down") != std::string::npos, said.c_str());
