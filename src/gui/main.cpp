@@ -77,6 +77,13 @@ int main(int argc, char** argv) {
   options.programName = "quorvi2";
   options.legacyLine = parser.positionalArguments().join(' ').toStdString();
 
+  // Without any of these Qt's default platform aborts the process.
+  if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
+      qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+    std::fputs("quorvi2: no display (DISPLAY and WAYLAND_DISPLAY are not set); quorvi2-cli works without one\n",
+               stderr);
+    return 1;
+  }
   QApplication app(argc, argv);
   auto session = quorvi::Session::Open(options, argv[0]);
   if (!session) {

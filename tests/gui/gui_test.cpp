@@ -333,6 +333,9 @@ class GuiTest : public QObject {
     QTest::newRow("-h among legacy options") << std::string("/Q -h") << 0 << std::string("@quorvi2_help.txt");
     QTest::newRow("version") << std::string("--version") << 0 << "quorvi2 " + std::string(kProgramVersion) + "\n";
     QTest::newRow("unknown") << std::string("--bogus /W") << 2 << "quorvi2: Unknown option 'bogus'.\n" + usage;
+    QTest::newRow("no display") << std::string("/D:16F84A") << 1
+                                << std::string("quorvi2: no display (DISPLAY and WAYLAND_DISPLAY are not set); "
+                                               "quorvi2-cli works without one\n");
     QTest::newRow("no value") << std::string("/D:16F84 --port") << 2
                               << "quorvi2: Missing value after '--port'.\n" + usage;
   }
