@@ -149,7 +149,11 @@ namespace {
 int ShowConfiguration(CliSession& session) {
   AppState& state = session.state();
   const DeviceDescriptor& device = state.device;
-  const int status = Finished(session, cmdRead(state, session.ui(), read_mode::kConfigurationOnly), "Read");
+  // A 12-bit core has no Load Configuration: its configuration word comes
+  // before address 0 and its IDs after program memory, so only a full read
+  // reaches them.
+  const int16_t mode = device.family == family::kCore12 ? read_mode::kFull : read_mode::kConfigurationOnly;
+  const int status = Finished(session, cmdRead(state, session.ui(), mode), "Read");
   if (status != 0) return status;
   if (device.family == family::kPic18) {
     std::printf("Configuration  %s\n", Config18Line(device, state.image).c_str());
