@@ -106,9 +106,11 @@ Status ReadFaults(const json& root, ChipState& state) {
       state.faults.nackBytes.push_back(address);
     }
   }
-  if (f.contains("endlessWrite")) {
-    if (!f.at("endlessWrite").is_boolean()) return Status::Fail("faults.endlessWrite must be true or false");
-    state.faults.endlessWrite = f.at("endlessWrite").get<bool>();
+  for (const auto& [name, flag] : {std::pair{"endlessWrite", &state.faults.endlessWrite},
+                                   std::pair{"nackAddress", &state.faults.nackAddress}}) {
+    if (!f.contains(name)) continue;
+    if (!f.at(name).is_boolean()) return Status::Fail(std::string("faults.") + name + " must be true or false");
+    *flag = f.at(name).get<bool>();
   }
   if (f.contains("marginCells")) {
     const json& list = f.at("marginCells");
@@ -202,6 +204,7 @@ std::string ChipStateToJson(const ChipState& state) {
                  {"neverProgram", state.faults.neverProgram},
                  {"nackBytes", state.faults.nackBytes},
                  {"endlessWrite", state.faults.endlessWrite},
+                 {"nackAddress", state.faults.nackAddress},
                  {"marginCells", json::array()}};
   for (const MarginCell& c : state.faults.marginCells) {
     json cell = {{"address", c.address}, {"xor", c.xorMask}};

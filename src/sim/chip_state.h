@@ -32,6 +32,7 @@ struct Faults {
   std::vector<MarginCell> marginCells;
   std::vector<int> nackBytes;        // serial EEPROM: data bytes for these addresses are not acknowledged
   bool endlessWrite = false;         // serial EEPROM: a write cycle that never ends
+  bool nackAddress = false;          // serial EEPROM: the word address is not acknowledged
   bool operator==(const Faults&) const = default;
 };
 

@@ -223,10 +223,18 @@ void Eeprom24Chip::ByteReceived() {
       return;
     }
     case Phase::kAddressHigh:
+      if (state_.faults.nackAddress) {
+        phase_ = Phase::kIdle;
+        return;
+      }
       pendingAddress_ = shift_ << 8;
       Acknowledge(Phase::kAddressLow);
       return;
     case Phase::kAddressLow: {
+      if (state_.faults.nackAddress) {
+        phase_ = Phase::kIdle;
+        return;
+      }
       const int wordMask = info_.addressBytes == 2 ? (info_.rollWithinBlock ? 0x7FFF : 0xFFFF) : 0xFF;
       const int low = info_.addressBytes == 2 ? pendingAddress_ | shift_ : shift_;
       pointer_ = (block_ | (low & wordMask)) & Mask();

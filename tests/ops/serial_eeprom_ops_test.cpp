@@ -70,6 +70,7 @@ TEST(SerialEeprom, EachFailureSaysWhereInItsOwnWords) {
     void (*fault)(sim::ChipState&);
     OpResult (*operation)(OperationFrame&);
     int64_t atLeastNs = 0;
+    const char* chip = "24C02";
   };
   const auto differ = [](sim::ChipState& c) {
     c.program = Patterned(c.program.size());
@@ -79,6 +80,7 @@ TEST(SerialEeprom, EachFailureSaysWhereInItsOwnWords) {
   };
   const auto nack = [](sim::ChipState& c) { c.faults.nackBytes = {0x13}; };
   const auto endless = [](sim::ChipState& c) { c.faults.endlessWrite = true; };
+  const auto nackAddress = [](sim::ChipState& c) { c.faults.nackAddress = true; };
   // Their messages are in serial_eeprom_transcripts.txt.
   const Case cases[] = {
       {"blank", [](sim::ChipState& c) { c.program[0] = 0x12; c.program[0x1A] = 0; c.program[0x30] = 0; },
@@ -87,6 +89,11 @@ TEST(SerialEeprom, EachFailureSaysWhereInItsOwnWords) {
       {"write, not acknowledged", nack, SerialEepromWrite},
       {"erase, not acknowledged", nack, SerialEepromErase},
       {"compare, empty socket", [](sim::ChipState& c) { c.faults.noChip = true; }, SerialEepromCompare},
+      // A word address the chip did not take leaves its pointer anywhere.
+      {"read, address not acknowledged", nackAddress, SerialEepromRead},
+      {"write, address not acknowledged", nackAddress, SerialEepromWrite},
+      {"compare, address not acknowledged", nackAddress, SerialEepromCompare},
+      {"read, two-byte address not acknowledged", nackAddress, SerialEepromRead, 0, "24C32"},
       // The poll gives up after 501 ms.
       {"write, never done", endless, SerialEepromWrite, 501'000'000},
       {"erase, never done", endless, SerialEepromErase, 501'000'000},
@@ -94,9 +101,9 @@ TEST(SerialEeprom, EachFailureSaysWhereInItsOwnWords) {
   const auto golden = test::DataSections("serial_eeprom_transcripts.txt");
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
-    sim::ChipState chip = test::BlankChip("24C02");
+    sim::ChipState chip = test::BlankChip(c.chip);
     c.fault(chip);
-    test::SimApp sim(chip, "24C02");
+    test::SimApp sim(chip, c.chip);
     const int64_t start = sim.clock().Nanoseconds();
     test::ExpectSection(golden, c.name, sim.Transcript(RunOp(WithPattern(sim), c.operation).outcome));
     EXPECT_GE(sim.clock().Nanoseconds() - start, c.atLeastNs);
