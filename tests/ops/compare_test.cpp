@@ -53,5 +53,23 @@ TEST(Difference, SaysWhereAndBothValuesBesideTheFixedText) {
   }
 }
 
+// DS41191: the 12F629's band-gap bits 13:12 are the factory's and never
+// compared; bits 8:0 are the user's and always are.
+TEST(Difference, TheBandGapBitsAreNeverComparedTheUsersBitsAre) {
+  const struct {
+    int chipConfig;
+    OpOutcome outcome;
+  } cases[] = {{0x11FF, OpOutcome::kOk}, {0x20FF, OpOutcome::kFailed}, {0x31FE, OpOutcome::kFailed}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.chipConfig);
+    sim::ChipState chip = test::BlankChip("12F629");
+    chip.config = c.chipConfig;
+    test::SimApp sim(chip, "12F629");
+    ClearImage(sim.state().device, sim.state().image);
+    sim.state().image.configWord = 0x3FFF;
+    EXPECT_EQ(cmdCompare(sim.state(), sim.ui).outcome, c.outcome) << sim.Transcript(OpOutcome::kFailed);
+  }
+}
+
 }  // namespace
 }  // namespace quorvi
