@@ -1,8 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // A difference is reported with its own fixed text and, beside it, where it
 // is and both values; the full transcripts are in write_transcripts.txt.
+// What is compared, and how long the passes keep the chip unpowered.
 #include <gtest/gtest.h>
 
+#include <optional>
+#include <vector>
+
+#include "hw/port_link.h"
 #include "ops/blank_erase.h"
 #include "image/memory_image.h"
 #include "ops/compare.h"
@@ -69,6 +74,32 @@ TEST(Difference, TheBandGapBitsAreNeverComparedTheUsersBitsAre) {
     sim.state().image.configWord = 0x3FFF;
     EXPECT_EQ(cmdCompare(sim.state(), sim.ui).outcome, c.outcome) << sim.Transcript(OpOutcome::kFailed);
   }
+}
+
+// Each compare pass ends with 500 ms powered down, and the next sets its
+// supply and waits 250 ms before Vdd comes on: the margins settle and the
+// chip resets between passes.
+TEST(Passes, ThePowerStaysOffBetweenThemForTheirWholePause) {
+  test::SimApp sim(test::PatternedChip("16F84A"), "16F84A");
+  test::PatternImage(sim.state());
+  sim.state().modeForRun = "PROD";
+  (void)sim.TakeWrites();
+  ASSERT_TRUE(cmdCompare(sim.state(), sim.ui).ok()) << sim.Transcript(OpOutcome::kFailed);
+  // The time from each power-down to the next power-up, the start's first.
+  std::vector<int64_t> offNs;
+  std::optional<int64_t> offSince;
+  for (const test::TimedPort::Write& write : sim.TakeTimedWrites()) {
+    const bool vddOn = (write.value & line::kVdd) == 0;
+    if (!vddOn && !offSince) offSince = write.ns;
+    if (vddOn && offSince) {
+      offNs.push_back(write.ns - *offSince);
+      offSince.reset();
+    }
+  }
+  ASSERT_GE(offNs.size(), 3U) << "two passes at least, each powered up once";
+  // The millisecond waits may each end up to a millisecond early.
+  constexpr int64_t kBetweenPassesNs = (500 + 250 - 5) * 1'000'000LL;
+  for (size_t i = 1; i < offNs.size(); ++i) EXPECT_GE(offNs[i], kBetweenPassesNs) << "pause " << i;
 }
 
 }  // namespace

@@ -15,22 +15,23 @@ namespace quorvi::test {
 
 namespace {
 
-// The board, with every byte written to it kept for the test.
+// The board, with every byte written to it and its time kept for the test.
 class TeePort final : public PortDriver {
  public:
-  explicit TeePort(std::unique_ptr<sim::SimBoard> board) : board_(std::move(board)) {}
+  TeePort(std::unique_ptr<sim::SimBoard> board, Clock& clock) : board_(std::move(board)), clock_(clock) {}
   void WriteData(uint8_t value) override {
-    writes.push_back(value);
+    writes.push_back({clock_.Nanoseconds(), value});
     board_->WriteData(value);
   }
   uint8_t ReadStatus() override { return board_->ReadStatus(); }
   std::optional<bool> BusLevel() const override { return board_->BusLevel(); }
   std::string Describe() const override { return board_->Describe(); }
 
-  std::vector<uint8_t> writes;
+  std::vector<TimedPort::Write> writes;
 
  private:
   std::unique_ptr<sim::SimBoard> board_;
+  Clock& clock_;
 };
 
 }  // namespace
@@ -101,7 +102,7 @@ SimApp::SimApp(sim::ChipState chip, const std::string& deviceName, bool realCloc
     driver = std::make_unique<sim::SimBoard>(*clock_);
   }
   board_ = driver.get();
-  auto tee = std::make_unique<TeePort>(std::move(driver));
+  auto tee = std::make_unique<TeePort>(std::move(driver), *clock_);
   writes_ = &tee->writes;
   const AppPaths paths{.home = home.path().string(), .data = QUORVI_DATA_DIR};
   app = std::make_unique<AppState>(paths, std::move(ownClock), std::move(tee));
@@ -136,7 +137,13 @@ SimApp::~SimApp() {
   for (const std::string& problem : board_->Problems()) ADD_FAILURE() << problem;
 }
 
-std::vector<uint8_t> SimApp::TakeWrites() { return std::exchange(*writes_, {}); }
+std::vector<uint8_t> SimApp::TakeWrites() {
+  std::vector<uint8_t> bytes;
+  for (const TimedPort::Write& write : TakeTimedWrites()) bytes.push_back(write.value);
+  return bytes;
+}
+
+std::vector<TimedPort::Write> SimApp::TakeTimedWrites() { return std::exchange(*writes_, {}); }
 
 std::string SimApp::Commands() { return test::Commands(TakeWrites()); }
 

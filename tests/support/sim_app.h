@@ -12,6 +12,7 @@
 #include "ops/frame.h"
 #include "sim/chip_state.h"
 #include "sim/sim_board.h"
+#include "support/line_trace.h"
 #include "support/recording_ui.h"
 #include "support/temp_dir.h"
 
@@ -54,6 +55,8 @@ class SimApp {
   bool PoweredDown() const;
   /// Every byte written to the port since the last call, then forgets them.
   std::vector<uint8_t> TakeWrites();
+  /// The same with the clock time of each.
+  std::vector<TimedPort::Write> TakeTimedWrites();
   /// The commands written since the last call as a chip takes them (see line_trace.h).
   std::string Commands();
   /// What an operation ending in `outcome` left for the user, a line each:
@@ -64,7 +67,7 @@ class SimApp {
  private:
   Clock* clock_ = nullptr;
   sim::SimBoard* board_ = nullptr;
-  std::vector<uint8_t>* writes_ = nullptr;
+  std::vector<TimedPort::Write>* writes_ = nullptr;
 };
 
 /// A chip of that name as the simulator's blank state has it.
