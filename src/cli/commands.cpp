@@ -74,19 +74,6 @@ int Finished(CliSession& session, const OpResult& result, const char* what) {
   return result.ok() ? 0 : kOperationFailed;
 }
 
-// The fuse buttons each name turns on and off; protection fuses are on at 0.
-struct FuseButtons {
-  const char* fuse;
-  const char* on;
-  const char* off;
-};
-constexpr FuseButtons kFuseButtons[] = {
-    {"WDTE", "WDT_ON", "WDT_OFF"},     {"PWRTE", "PWRTE_ON", "PWRTE_OFF"},    {"MCLRE", "MCLRE_EXT", "MCLRE_INT"},
-    {"BODEN", "BODEN_ON", "BODEN_OFF"}, {"MPEEN", "MPEEN_ON", "MPEEN_OFF"}, {"LVP", "LVP_ON", "LVP_OFF"},
-    {"CP0", "CP0_ON", "CP0_OFF"},      {"CP1", "CP1_ON", "CP1_OFF"},        {"CPD", "CPD_ON", "CPD_OFF"},
-    {"BKB", "DEBUG_ON", "DEBUG_OFF"},  {"WRT", "cmbWRT:ON", "cmbWRT:OFF"},
-};
-
 // Saves the whole image as "Save Hex" does; "-" writes the HEX text to standard output.
 int SaveWholeImage(const AppState& state, const std::string& out, SaveIdAnswer answer) {
   if (out == "-") {
@@ -169,11 +156,7 @@ int ShowConfiguration(CliSession& session) {
                 Trimmed(entries[static_cast<size_t>(*shown.oscIndex)]).c_str());
   }
   for (const FuseChoice& choice : shown.choices) {
-    for (const FuseButtons& buttons : kFuseButtons) {
-      if (choice.fuse == buttons.fuse) {
-        std::printf("%-14s %s\n", choice.fuse.c_str(), choice.button == buttons.on ? "on" : "off");
-      }
-    }
+    std::printf("%-14s %s\n", choice.fuse.c_str(), FuseButtonFor(choice.fuse, true) == choice.button ? "on" : "off");
   }
   if (shown.wrtText) std::printf("%-14s %s\n", "WRT", *shown.wrtText == "ON" ? "on" : "off");
   if (shown.borvButton) std::printf("--brown-out    %s\n", shown.borvButton->substr(2).c_str());
@@ -199,15 +182,12 @@ int Fuses(CliSession& session, const FuseEdit& edit) {
     const std::string fuse = setting.substr(0, equals);
     const std::string value = equals == std::string::npos ? "" : setting.substr(equals + 1);
     if (value != "on" && value != "off") return UsageError("--set " + setting + ": give NAME=on or NAME=off");
-    const FuseButtons* buttons = nullptr;
-    for (const FuseButtons& candidate : kFuseButtons) {
-      if (fuse == candidate.fuse) buttons = &candidate;
-    }
-    if (buttons == nullptr || FuseMask(state.device, fuse) == 0) {
+    const std::optional<std::string_view> button = FuseButtonFor(fuse, value == "on");
+    if (!button || FuseMask(state.device, fuse) == 0) {
       return Fail("--set " + setting + ": the " + state.device.name + " has no fuse " + fuse +
                   " (see: quorvi2-cli info " + state.device.name + ")");
     }
-    config = *ApplyFuseButton(state.device, config, state.blankWord, value == "on" ? buttons->on : buttons->off);
+    config = *ApplyFuseButton(state.device, config, state.blankWord, *button);
   }
   if (edit.brownOut) {
     const std::optional<int32_t> changed =
@@ -223,7 +203,8 @@ int Fuses(CliSession& session, const FuseEdit& edit) {
     const int entries = list ? static_cast<int>(list.value().entries.size()) : 0;
     if (choice < 0 || choice >= entries) return Fail("--osc: choose an entry of the oscillator list");
     if (!OscillatorEntryUsable(list.value().entries[static_cast<size_t>(choice)])) {
-      return Fail("--osc " + std::to_string(choice) + ": the " + state.device.name + " has no oscillator with that value");
+      return Fail("--osc " + std::to_string(choice) + ": the " + state.device.name +
+                  " has no oscillator with that value");
     }
     config = ApplyOscillator(config, state.blankWord, state.device.oscList, choice, entries);
   }

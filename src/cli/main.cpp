@@ -14,6 +14,7 @@
 #include "app/command_line.h"
 #include "app/home.h"
 #include "app/interrupt_guard.h"
+#include "app/port_registry.h"
 #include "app/version.h"
 #include "cli/cli_session.h"
 #include "cli/commands.h"
@@ -68,9 +69,11 @@ int main(int argc, char** argv) {
   app.fallthrough();
   GlobalOptions options;
   app.add_option("--home", options.home, "Folder of quorvi2.ini, device.ini and quorvi2.err");
-  app.add_option("--port", options.port,
-                 "lpt1, lpt2, 0xADDR, /dev/parportN, raw:ADDR, sim, sim:CHIP, sim:FILE.json or record "
-                 "(default: the settings file's port; see the ports command)");
+  std::string portForms;
+  for (const PortBackend& backend : PortBackends()) {
+    portForms += (portForms.empty() ? "" : ", ") + std::string(backend.usage);
+  }
+  app.add_option("--port", options.port, portForms + " (default: the settings file's port; see the ports command)");
   app.add_option("--chip", options.chip,
                  "Chip-state file of the simulated board: created for the device when missing, saved at the end");
   app.add_option("--clock", options.clock, "real, or virtual (simulated board and record port only)")
@@ -142,7 +145,8 @@ int main(int argc, char** argv) {
   bool blankCalibration = false;
   add("erase", "Erase the chip (electrically erasable parts), then check it is blank", Needs::kChip,
       [&](CliSession* s) { return EraseChip(*s, blankCalibration); })
-      ->add_flag("--blank-calibration", blankCalibration, "Leave the factory calibration word erased too (12F629 class)");
+      ->add_flag("--blank-calibration", blankCalibration,
+                 "Leave the factory calibration word erased too (12F629 class)");
   FuseEdit fuseEdit;
   CLI::App* fuses = add("fuses", "Show the chip's configuration; with an option, edit it by fuse name and write it",
                         Needs::kChip, [&](CliSession* s) { return Fuses(*s, fuseEdit); });

@@ -16,14 +16,17 @@ struct FusePair {
   const char* fuse;
   const char* onesButton;
   const char* zerosButton;
+  bool onesMeansOn;  // the feature the name stands for is on at the ones side
 };
 
 // In the order a shown word sets them (brown-out comes between BODEN and MPEEN).
 constexpr FusePair kFusePairs[] = {
-    {"WDTE", "WDT_ON", "WDT_OFF"},     {"PWRTE", "PWRTE_ON", "PWRTE_OFF"}, {"CP0", "CP0_OFF", "CP0_ON"},
-    {"CP1", "CP1_OFF", "CP1_ON"},      {"BODEN", "BODEN_ON", "BODEN_OFF"}, {"MPEEN", "MPEEN_ON", "MPEEN_OFF"},
-    {"MCLRE", "MCLRE_EXT", "MCLRE_INT"}, {"BKB", "DEBUG_OFF", "DEBUG_ON"},   {"WRT", "cmbWRT:OFF", "cmbWRT:ON"},
-    {"CPD", "CPD_OFF", "CPD_ON"},      {"LVP", "LVP_ON", "LVP_OFF"},
+    {"WDTE", "WDT_ON", "WDT_OFF", true},          {"PWRTE", "PWRTE_ON", "PWRTE_OFF", true},
+    {"CP0", "CP0_OFF", "CP0_ON", false},          {"CP1", "CP1_OFF", "CP1_ON", false},
+    {"BODEN", "BODEN_ON", "BODEN_OFF", true},     {"MPEEN", "MPEEN_ON", "MPEEN_OFF", true},
+    {"MCLRE", "MCLRE_EXT", "MCLRE_INT", true},    {"BKB", "DEBUG_OFF", "DEBUG_ON", false},
+    {"WRT", "cmbWRT:OFF", "cmbWRT:ON", false},    {"CPD", "CPD_OFF", "CPD_ON", false},
+    {"LVP", "LVP_ON", "LVP_OFF", true},
 };
 
 struct BrownOut {
@@ -95,6 +98,13 @@ int OscillatorIndex(int oscList, int32_t word) {
     default:
       return 0;
   }
+}
+
+std::optional<std::string_view> FuseButtonFor(std::string_view fuse, bool on) {
+  for (const FusePair& pair : kFusePairs) {
+    if (fuse == pair.fuse) return on == pair.onesMeansOn ? pair.onesButton : pair.zerosButton;
+  }
+  return std::nullopt;
 }
 
 std::string FuseText(int32_t word) { return " Fuse=" + HexText(word); }

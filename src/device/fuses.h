@@ -27,6 +27,10 @@ int32_t SetFuseBits(int32_t word, int16_t mask, int32_t blankWord, bool toOnes);
 std::optional<int32_t> ApplyFuseButton(const DeviceDescriptor& device, int32_t word, int32_t blankWord,
                                        std::string_view button);
 
+/// The button that turns the feature `fuse` names on or off ("WDTE", true:
+/// "WDT_ON"; "CP0", true: "CP0_ON"); nothing for a fuse no button sets.
+std::optional<std::string_view> FuseButtonFor(std::string_view fuse, bool on);
+
 /// The word after choosing oscillator entry `index` of a list of `entries`.
 int32_t ApplyOscillator(int32_t word, int32_t blankWord, int oscList, int index, int entries);
 
