@@ -9,7 +9,6 @@
 #include "device/catalogue.h"
 #include "device/device_names.h"
 #include "device/fuses.h"
-#include "hw/delay.h"
 #include "image/image_writer.h"
 #include "image/listing.h"
 #include "image/open_command.h"
@@ -17,6 +16,7 @@
 #include "ops/compare.h"
 #include "ops/write.h"
 #include "ops/config_write.h"
+#include "ops/power_cycle.h"
 #include "ops/read.h"
 #include "app/command_line.h"
 #include "util/arith.h"
@@ -328,26 +328,12 @@ int ConvertImage(CliSession& session, const std::string& in, const std::string& 
 
 int PowerCycle(CliSession& session) {
   AppState& state = session.state();
-  PortLink& link = state.link;
-  auto step = [&](const char* what) {
-    const uint8_t lines = link.outputShadow();
-    auto supply = [&](uint8_t mask) { return (lines & mask) == 0 ? "on " : "off"; };
-    std::printf("%10.3f ms  %-22s Vdd %s  Vpp1 %s  Vpp2 %s  Vpp3 %s\n",
-                static_cast<double>(state.clock->Nanoseconds()) / 1e6, what, supply(line::kVdd),
-                supply(line::kVpp1), supply(line::kVpp2), supply(line::kVpp3));
-  };
   std::printf("Power cycle of %s (%d pins)\n", session.Target().c_str(), state.device.pinCount);
-  step("supplies off");
-  link.SetDataLine(kFalse);
-  link.SetVdd("on");
-  step("Vdd on");
-  DelayMs(*state.clock, 100.0F);
-  link.SetProgrammingVoltage(kTrue, state.device.name, state.device.pinCount);
-  step("Vpp on");
-  DelayMs(*state.clock, 100.0F);
-  link.SetProgrammingVoltage(kFalse, state.device.name, state.device.pinCount);
-  link.SetVdd("off");
-  step("target powered down");
+  for (const PowerStep& step : quorvi::PowerCycle(state)) {
+    auto supply = [&](uint8_t mask) { return (step.lines & mask) == 0 ? "on " : "off"; };
+    std::printf("%10.3f ms  %-22s Vdd %s  Vpp1 %s  Vpp2 %s  Vpp3 %s\n", static_cast<double>(step.ns) / 1e6, step.what,
+                supply(line::kVdd), supply(line::kVpp1), supply(line::kVpp2), supply(line::kVpp3));
+  }
   return 0;
 }
 
