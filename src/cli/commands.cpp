@@ -74,6 +74,11 @@ int Finished(CliSession& session, const OpResult& result, const char* what) {
   return result.ok() ? 0 : kOperationFailed;
 }
 
+// Catalogue lines that could not be used, with file and line.
+void SayLeftOut(const std::vector<std::string>& problems) {
+  for (const std::string& problem : problems) std::fprintf(stderr, "quorvi2-cli: left out: %s\n", problem.c_str());
+}
+
 // Saves the whole image as "Save Hex" does; "-" writes the HEX text to standard output.
 int SaveWholeImage(const AppState& state, const std::string& out, SaveIdAnswer answer) {
   if (out == "-") {
@@ -229,7 +234,7 @@ int ListDevices(const std::string& cataloguePath) {
   std::vector<std::string> problems;
   Result<std::vector<std::string>> names = FillDeviceList(cataloguePath, scratch, &problems);
   if (!names) return Fail(names.message());
-  for (const std::string& problem : problems) std::fprintf(stderr, "quorvi2-cli: left out: %s\n", problem.c_str());
+  SayLeftOut(problems);
   std::printf("%-10s %-44s %8s %6s %5s\n", "DEVICE", "FAMILY", "PROGRAM", "DATA", "PINS");
   for (const std::string& entry : names.value()) {
     const std::string name = Trimmed(entry);
@@ -249,7 +254,7 @@ Result<std::string> CatalogueName(const std::string& cataloguePath, const std::s
   Result<std::string> name = ExactDeviceName(names.value(), typed);
   if (name) return name;
   // The part may be on a line that could not be used.
-  for (const std::string& problem : problems) std::fprintf(stderr, "quorvi2-cli: left out: %s\n", problem.c_str());
+  SayLeftOut(problems);
   return Status::Fail(name.message() + " (the catalogue: quorvi2-cli devices)");
 }
 

@@ -160,6 +160,11 @@ std::string FileExtension(const std::string& path) {
   return dot == std::string::npos || dot == 0 ? std::string() : name.substr(dot);
 }
 
+// The old writer stopped one word short of the chip's end.
+int32_t WholeChipEnd(const DeviceDescriptor& device, FileFormat format) {
+  return format == FileFormat::kLegacy ? device.programSize : device.programSize + 1;
+}
+
 }  // namespace
 
 bool SaveAsksIdQuestion(const DeviceDescriptor& device, int32_t firstWord) {
@@ -214,16 +219,16 @@ std::string FileNameOf(const std::string& path) {
 Result<std::string> SaveHexCommand(const std::string& chosenPath, DeviceDescriptor& device, const MemoryImage& image,
                                    SaveIdAnswer answer, FileFormat format) {
   const std::string path = SavedFileName(chosenPath, format);
-  const DeviceDescriptor before = device;  // the end value below is the device's own size
-  int32_t wholeChip = device.programSize + 1;
-  int32_t& end = format == FileFormat::kLegacy ? device.programSize : wholeChip;
-  if (Status saved = SaveImageFile(path, 0, end, before, image, answer, format); !saved) return saved;
+  int32_t end = WholeChipEnd(device, format);
+  if (Status saved = SaveImageFile(path, 0, end, device, image, answer, format); !saved) return saved;
+  // The old writer moved the device's own end, and the next save starts from it.
+  if (format == FileFormat::kLegacy) device.programSize = end;
   return path;
 }
 
 Result<std::string> WholeImageHex(const DeviceDescriptor& device, const MemoryImage& image, SaveIdAnswer answer,
                                   FileFormat format) {
-  int32_t end = format == FileFormat::kLegacy ? device.programSize : device.programSize + 1;
+  int32_t end = WholeChipEnd(device, format);
   return FormatHexImage(0, end, device, image, answer, format);
 }
 
