@@ -18,7 +18,7 @@ DeviceDescriptor BigDevice() {
   DeviceDescriptor device;
   device.name = "18F6720";
   device.programSize = 0xFFFF;
-  device.family = family::kPic18;
+  device.family = Family::kPic18;
   return device;
 }
 

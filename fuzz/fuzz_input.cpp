@@ -67,9 +67,10 @@ DeviceDescriptor DeviceFor(uint8_t selector) {
   DeviceDescriptor device;
   device.name = kind.name;
   device.programSize = kind.programSize;
-  device.family = kind.family;
+  device.family = static_cast<Family>(kind.family);
   device.dataBytes = kind.dataBytes;
   device.fuseMap = kind.fuseMap;
+  ApplyPartRules(device);
   device.oscList = 1;
   return device;
 }

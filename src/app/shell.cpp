@@ -25,7 +25,7 @@ Status LoadSettingsInto(AppState& state, const std::string& userHome) {
 }
 
 void PutProgrammerAtRest(AppState& state) {
-  state.link.SetProgrammingVoltage(kFalse, state.device.name, state.device.pinCount);
+  state.link.SetProgrammingVoltage(kFalse, state.device.pinCount, state.device.rules.calibrationBlock);
   state.link.SetVdd("off");
 }
 

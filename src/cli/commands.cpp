@@ -26,22 +26,6 @@ namespace quorvi::cli {
 
 namespace {
 
-const char* FamilyText(int code) {
-  switch (code) {
-    case 0: return "future product";
-    case 1: return "14-bit flash";
-    case 2: return "14-bit EPROM";
-    case 3: return "14-bit EPROM with calibration block";
-    case 4: return "12-bit EPROM";
-    case 5: return "serial EEPROM";
-    case 6: return "14-bit flash, two words a cycle";
-    case 7: return "18F flash";
-    case 8: return "14-bit flash with chip erase";
-    case 9: return "14-bit flash with chip erase, 4-word latches";
-    default: return "14-bit one-time-programmable";
-  }
-}
-
 std::string Trimmed(const std::string& entry) {
   const size_t end = entry.find_last_not_of(' ');
   return end == std::string::npos ? "" : entry.substr(0, end + 1);
@@ -124,8 +108,7 @@ int VerifyChip(CliSession& session, const std::string& file) {
 
 int EraseChip(CliSession& session, bool blankCalibration) {
   AppState& state = session.state();
-  const int code = state.device.family;
-  if (!IsFlash14(code) && code != family::kPic18 && code != family::kSerialEeprom) {
+  if (!state.device.traits().erasable) {
     return Fail("the " + state.device.name + " cannot be erased electrically (a windowed part needs UV light)");
   }
   Announce(session, "Erase");
@@ -144,10 +127,10 @@ int ShowConfiguration(CliSession& session) {
   // A 12-bit core has no Load Configuration: its configuration word comes
   // before address 0 and its IDs after program memory, so only a full read
   // reaches them.
-  const int16_t mode = device.family == family::kCore12 ? read_mode::kFull : read_mode::kConfigurationOnly;
+  const int16_t mode = device.core() == Core::k12Bit ? read_mode::kFull : read_mode::kConfigurationOnly;
   const int status = Finished(session, cmdRead(state, session.ui(), mode), "Read");
   if (status != 0) return status;
-  if (device.family == family::kPic18) {
+  if (device.core() == Core::kPic18) {
     std::printf("Configuration  %s\n", Config18Line(device, state.image).c_str());
     return 0;
   }
@@ -175,7 +158,7 @@ int ShowConfiguration(CliSession& session) {
 
 int Fuses(CliSession& session, const FuseEdit& edit) {
   AppState& state = session.state();
-  if (state.device.family == family::kSerialEeprom) return Fail("the " + state.device.name + " has no configuration");
+  if (state.device.core() == Core::kSerialEeprom) return Fail("the " + state.device.name + " has no configuration");
   if (!edit.any()) {
     Announce(session, "Configuration");
     return ShowConfiguration(session);
@@ -240,7 +223,7 @@ int ListDevices(const std::string& cataloguePath) {
     const std::string name = Trimmed(entry);
     DeviceDescriptor d;
     if (!LoadDeviceRecord(cataloguePath, name, d)) continue;
-    std::printf("%-10s %-44s %8d %6d %5d\n", name.c_str(), FamilyText(d.family), d.programSize + 1, d.dataBytes,
+    std::printf("%-10s %-44s %8d %6d %5d\n", name.c_str(), std::string(d.traits().description).c_str(), d.programSize + 1, d.dataBytes,
                 d.pinCount);
   }
   return 0;
@@ -266,13 +249,14 @@ int ShowDeviceInfo(const std::string& cataloguePath, const std::string& typed) {
   if (!record) return Fail(record.message());
   if (Status map = LoadFuseMap(cataloguePath, d.fuseMap, d); !map) return Fail(map.message());
   std::printf("Device        %s\n", d.name.c_str());
-  std::printf("Family        %d (%s)\n", d.family, FamilyText(d.family));
+  std::printf("Family        %d (%.*s)\n", FamilyCode(d.family), static_cast<int>(d.traits().description.size()),
+              d.traits().description.data());
   std::printf("Program size  %s (highest address)\n", PadLeft(HexText(d.programSize), 4).c_str());
   std::printf("Data EEPROM   %d bytes\n", d.dataBytes);
   std::printf("Pins          %d\n", d.pinCount);
   std::printf("Fuse map      %d%s\n", d.fuseMap, d.pairFlag ? " (check bits)" : "");
   std::printf("Write mode    %d\n", d.writeMode);
-  if (d.family == family::kSerialEeprom) std::printf("Page size     %d bytes\n", d.pageSize);
+  if (d.core() == Core::kSerialEeprom) std::printf("Page size     %d bytes\n", d.pageSize);
   if (record.value()) std::printf("Vdd margins   %.1f V to %.1f V\n", double{d.vddMin}, double{d.vddMax});
   std::printf("Configuration bits:\n");
   for (int bit = 13; bit >= 0; --bit) {
@@ -285,7 +269,7 @@ int ShowDeviceInfo(const std::string& cataloguePath, const std::string& typed) {
     const int16_t mask = FuseMask(d, fuse);
     if (mask != 0) std::printf("  %-6s %s%s\n", fuse, mask < 0 ? "-" : " ", HexText(mask < 0 ? -mask : mask).c_str());
   }
-  if (d.oscList >= 1 && d.family != family::kSerialEeprom) {
+  if (d.oscList >= 1 && d.core() != Core::kSerialEeprom) {
     PrintOptionList(cataloguePath, std::to_string(d.oscList) + "OSC", "Oscillator");
   }
   if (FuseMask(d, "WRT1") != 0) PrintOptionList(cataloguePath, std::to_string(d.wrtList) + "WRT", "Write protection");

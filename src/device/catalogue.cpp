@@ -142,7 +142,8 @@ Result<std::optional<VddCaptions>> ParseDeviceLine(const std::string& line, Devi
   int16_t programSize = 0;
   Status status = ReadInt<int16_t>(line, {17, 4, "program size"}, ToInt16, true, programSize);
   if (status) status = ReadInt<int16_t>(line, {25, 4, "data size"}, ToInt16, true, device.dataBytes);
-  if (status) status = ReadInt<int16_t>(line, {33, 4, "family"}, ToInt16, false, device.family);
+  int16_t familyCode = 0;
+  if (status) status = ReadInt<int16_t>(line, {33, 4, "family"}, ToInt16, false, familyCode);
   if (status) status = ReadInt<int16_t>(line, {41, 4, "fuse map"}, ToInt16, false, device.fuseMap);
   if (status) status = ReadInt<int16_t>(line, {50, 1, "write mode"}, ToInt16, false, device.writeMode);
   if (status) status = ReadInt<int16_t>(line, {57, 2, "pins"}, ToInt16, false, device.pinCount);
@@ -153,6 +154,8 @@ Result<std::optional<VddCaptions>> ParseDeviceLine(const std::string& line, Devi
   if (!status) return status;
   // "FFFF" is the one size too large for a signed 16-bit field.
   device.programSize = programSize == -1 ? 65535 : programSize;
+  device.family = static_cast<Family>(familyCode);
+  ApplyPartRules(device);
 
   if (line.size() <= kShortLineLength) return std::optional<VddCaptions>();
   VddCaptions captions{Columns(line, 74, 3), Columns(line, 79, 3)};

@@ -5,22 +5,10 @@
 #include <cstdint>
 #include <string>
 
+#include "device/family.h"
+#include "device/part_rules.h"
+
 namespace quorvi {
-
-/// Core family codes of the catalogue. 1, 6, 8 and 9 are electrically
-/// erasable 14-bit parts, each with its own erase and configuration
-/// sequence; every code not named here is a one-time-programmable 14-bit family.
-namespace family {
-inline constexpr int kFuture = 0;  // listed, not programmable yet
-inline constexpr int kCore12 = 4;
-inline constexpr int kSerialEeprom = 5;
-inline constexpr int kPic18 = 7;
-}  // namespace family
-
-/// True for the electrically erasable 14-bit families 1, 6, 8 and 9.
-constexpr bool IsFlash14(int familyCode) {
-  return familyCode == 1 || familyCode == 6 || familyCode == 8 || familyCode == 9;
-}
 
 /// Number of fuse-name slots; only 0 to 15 are ever filled, but mask
 /// searches look at all of them.
@@ -33,7 +21,7 @@ struct DeviceDescriptor {
   /// inclusive (for a 24Cxx, its size value). 0: nothing can be done.
   int32_t programSize = 0;
   int16_t dataBytes = 0;
-  int16_t family = family::kFuture;
+  Family family = Family::kFuture;
   int16_t fuseMap = 0;
   /// 1: warn before writing with code protection on.
   int16_t writeMode = 0;
@@ -50,6 +38,17 @@ struct DeviceDescriptor {
   /// The fuse-map line ends "P P": words travel with two check bits, and
   /// words equal to the blank value are programmed too.
   bool pairFlag = false;
+  /// The rules its name and columns imply, worked out when the record is read.
+  PartRules rules;
+
+  const FamilyTraits& traits() const { return TraitsOf(family); }
+  Core core() const { return traits().core; }
 };
+
+/// Works out `device.rules` from its name and columns; the catalogue's
+/// readers call it, and so must anything else that fills a descriptor.
+inline void ApplyPartRules(DeviceDescriptor& device) {
+  device.rules = RulesFor(device.name, device.pinCount, device.oscList, device.fuseMap);
+}
 
 }  // namespace quorvi

@@ -47,7 +47,6 @@ bool ShowsOnesSide(int32_t word, int16_t mask) {
 
 }  // namespace
 
-int32_t SelectionBlankWord(int familyCode) { return familyCode == family::kCore12 ? 0xFFF : 0x3FFF; }
 
 int32_t SetFuseBits(int32_t word, int16_t mask, int32_t blankWord, bool toOnes) {
   const int32_t m = mask;

@@ -14,9 +14,6 @@
 
 namespace quorvi {
 
-/// The blank program word and all-ones configuration word selection uses.
-int32_t SelectionBlankWord(int familyCode);
-
 /// Puts fuse bits to the side that makes the positive-mask bits 1
 /// (`toOnes`), or to the other side. A negative mask lists bits, by its
 /// absolute value, whose 0 is that side. A zero mask changes nothing.

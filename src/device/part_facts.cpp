@@ -107,17 +107,9 @@ bool IsPic18Timing(const PartFacts& p) { return p.timing == TimingClass::kPic18;
 PartFacts FallbackFor(const DeviceDescriptor& device) {
   PartFacts facts;
   facts.name = "";
-  switch (device.family) {
-    case 1: facts.timing = T::kFlash16F8x; break;  // the longest waits of the family
-    case 6: facts.timing = T::kFlash16F7x; break;
-    case 8: facts.timing = T::kFlash16F87xA; break;
-    case 9: facts.timing = T::kFlash16F81x; break;
-    case family::kCore12: facts.timing = T::kEprom12; break;
-    case family::kPic18: facts.timing = T::kPic18; break;
-    default: facts.timing = T::kEprom14; break;
-  }
-  facts.configMask = device.family == family::kCore12 ? 0xFFF : device.fuseMap == 21 ? 0x01FF : 0x3FFF;
-  facts.vppFirst = device.name.starts_with("16F62");
+  facts.timing = device.traits().fallbackTiming;
+  facts.configMask = device.core() == Core::k12Bit ? 0xFFF : device.rules.bandgap ? 0x01FF : 0x3FFF;
+  facts.vppFirst = device.rules.vppFirstByName;
   return facts;
 }
 

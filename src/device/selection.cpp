@@ -35,11 +35,9 @@ constexpr std::array<FrameRule, 12> kFrameRules{{
 
 constexpr int kFramesTopWithOscillator = 1200;
 
-bool StartsWith(std::string_view text, std::string_view prefix) { return text.substr(0, prefix.size()) == prefix; }
-
-std::optional<std::string> SocketPicture(const std::string& name, int pinCount) {
-  if (name == "14000") return "imgSoq14000";
-  switch (pinCount) {
+std::optional<std::string> SocketPicture(const DeviceDescriptor& device) {
+  if (device.rules.calibrationBlock) return "imgSoq14000";
+  switch (device.pinCount) {
     case 8: return "imgSoq8novo";
     case 14: return "imgSoq14";
     case 18: return "imgSoq18";
@@ -66,22 +64,21 @@ Result<SelectionView> SelectDevice(const std::string& cataloguePath, std::string
   Result<std::optional<VddCaptions>> record = LoadDeviceRecord(cataloguePath, view.deviceName, chosen);
   if (!record) return record.status();
   view.vddCaptions = record.value();
-  const std::string& deviceName = view.deviceName;
-  const int code = chosen.family;
-  const bool eeprom = code == family::kSerialEeprom;
+  const FamilyTraits& family = chosen.traits();
+  const bool eeprom = family.core == Core::kSerialEeprom;
 
-  view.frame18Visible = StartsWith(deviceName, "18F");
+  view.frame18Visible = chosen.rules.shows18FFrame;
   view.mnuSQTPEnabled = !eeprom;
   view.mnuSQTPUnchecked = eeprom;
   view.txtFusesVisible = !eeprom;
   view.cmdHex16to8Visible = eeprom;
-  view.blankWord = SelectionBlankWord(code);
-  view.calibrationMenusEnabled = deviceName == "14000";
+  view.blankWord = family.configBlankWord;
+  view.calibrationMenusEnabled = chosen.rules.calibrationBlock;
   // Serial EEPROMs hide the turbo option first and show it again here: the later rule wins.
-  view.chkTurboVisible = !IsFlash14(code);
-  view.chkEraseVisible = IsFlash14(code);
+  view.chkTurboVisible = !family.flash14;
+  view.chkEraseVisible = family.flash14;
 
-  if (code == family::kFuture) {
+  if (chosen.family == Family::kFuture) {
     view.message = UserMessage{kFutureProductText, title::kQuorvi2, MessageIcon::kInformation};
     view.socketPicture = "";
     chosen.programSize = 0;
@@ -100,9 +97,9 @@ Result<SelectionView> SelectDevice(const std::string& cataloguePath, std::string
     view.oscillatorList = oscillators.value();
   }
 
-  if (StartsWith(deviceName, "16F87") || chosen.fuseMap == 21) view.calibrationText = " R=";
-  view.cmdFillVisible = IsFlash14(code) || code == family::kSerialEeprom || code == family::kPic18;
-  view.dataListVisible = code == 1 || code == 8 || code == 9;
+  if (chosen.rules.showsRevisionCaption) view.calibrationText = " R=";
+  view.cmdFillVisible = family.erasable;
+  view.dataListVisible = family.dataWrite != DataWrite::kNone;
 
   for (const FrameRule& rule : kFrameRules) {
     int16_t mask = FuseMask(chosen, rule.fuse);
@@ -132,7 +129,7 @@ Result<SelectionView> SelectDevice(const std::string& cataloguePath, std::string
   const int oscEntries = view.oscillatorList ? static_cast<int>(view.oscillatorList->entries.size()) : 0;
   view.config = ShowConfigWord(chosen, blanked.configWord, blanked.idWords, oscEntries);
   if (!eeprom) {
-    if (std::optional<std::string> picture = SocketPicture(deviceName, chosen.pinCount)) view.socketPicture = picture;
+    if (std::optional<std::string> picture = SocketPicture(chosen)) view.socketPicture = picture;
   }
 
   device = chosen;

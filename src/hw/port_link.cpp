@@ -97,18 +97,16 @@ void PortLink::SetVpp1(Flag on) { SetVpp(line::kVpp1, on); }
 void PortLink::SetVpp2(Flag on) { SetVpp(line::kVpp2, on); }
 void PortLink::SetVpp3(Flag on) { SetVpp(line::kVpp3, on); }
 
-void PortLink::SetProgrammingVoltage(Flag on, std::string_view deviceName, int pinCount) {
+void PortLink::SetProgrammingVoltage(Flag on, int pinCount, bool mclrOnVpp3) {
   if (on != kTrue) {
     SetVpp1(kFalse);
     SetVpp2(kFalse);
     SetVpp3(kFalse);
     return;
   }
-  // The 14000 is a 28-pin part whose MCLR pin sits where only Vpp3 reaches.
-  const bool is14000 = deviceName.substr(0, 5) == "14000";
-  if (!is14000 && (pinCount == 64 || pinCount == 40 || pinCount == 28)) SetVpp2(kTrue);
+  if (!mclrOnVpp3 && (pinCount == 64 || pinCount == 40 || pinCount == 28)) SetVpp2(kTrue);
   if (pinCount == 18 || pinCount == 14 || pinCount == 8) SetVpp1(kTrue);
-  if (is14000) SetVpp3(kTrue);
+  if (mclrOnVpp3) SetVpp3(kTrue);
 }
 
 int64_t VddStepFor(float volts) { return RoundHalfEven(static_cast<double>(volts) / kVoltsPerVddStep); }

@@ -64,8 +64,9 @@ class PortLink {
   void SetVpp2(Flag on);
   void SetVpp3(Flag on);
   /// True switches on the Vpp that reaches the MCLR pin of the device in the
-  /// socket, chosen by its name and package; anything else switches all off.
-  void SetProgrammingVoltage(Flag on, std::string_view deviceName, int pinCount);
+  /// socket, chosen by its package (`mclrOnVpp3`: the 14000, whose MCLR only
+  /// Vpp3 reaches); anything else switches all off.
+  void SetProgrammingVoltage(Flag on, int pinCount, bool mclrOnVpp3);
   /// Steps the board's supply to `volts`. Exactly 5.0 V resets the counter
   /// with a 250 ms low pulse; other levels count up, wrapping at 256. A level
   /// outside the counter's 0..255 steps is refused and nothing is written.

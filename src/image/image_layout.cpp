@@ -3,7 +3,6 @@
 
 #include <algorithm>
 
-#include "image/name_rules.h"
 #include "util/arith.h"
 
 namespace quorvi {
@@ -193,9 +192,9 @@ HexBlock WordBlock(uint32_t address, const int32_t* words, size_t count, int32_t
 }  // namespace
 
 ImageCore ImageCoreOf(const DeviceDescriptor& device) {
-  if (device.family == family::kSerialEeprom) return ImageCore::kSerialEeprom;
-  if (device.family == family::kPic18) return ImageCore::kPic18;
-  if (device.family == family::kCore12 || name_rule::IsCore12(device.name)) return ImageCore::kCore12;
+  if (device.core() == Core::kSerialEeprom) return ImageCore::kSerialEeprom;
+  if (device.core() == Core::kPic18) return ImageCore::kPic18;
+  if (device.core() == Core::k12Bit || device.rules.fileCore12) return ImageCore::kCore12;
   return ImageCore::kCore14;
 }
 

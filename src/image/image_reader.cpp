@@ -9,7 +9,6 @@
 #include "image/image_layout.h"
 #include "image/image_texts.h"
 #include "image/intel_hex.h"
-#include "image/name_rules.h"
 #include "util/arith.h"
 #include "util/file_check.h"
 #include "util/result.h"
@@ -88,7 +87,7 @@ struct Placement {
 };
 
 int32_t LoaderClearLimit(const DeviceDescriptor& device) {
-  return name_rule::IsCalibrationPart(device.name) ? kCalibrationPartLimit : device.programSize;
+  return device.rules.calibrationBlock ? kCalibrationPartLimit : device.programSize;
 }
 
 Placement PlacementFor(const DeviceDescriptor& device) {
@@ -96,9 +95,9 @@ Placement PlacementFor(const DeviceDescriptor& device) {
   p.programSize = device.programSize;
   p.limit = LoaderClearLimit(device);
   p.smallDevice = device.programSize <= kSmallDeviceWords;
-  p.serialEeprom = device.family == family::kSerialEeprom;
-  p.configAnywhere = name_rule::TakesConfigAnywhere(device.name);
-  p.configAtRecordStart = name_rule::TakesConfigFromItsOwnRecord(device.name);
+  p.serialEeprom = device.core() == Core::kSerialEeprom;
+  p.configAnywhere = device.rules.fileConfigAnywhere;
+  p.configAtRecordStart = device.rules.fileConfigFromOwnRecord;
   p.reportsProgress = device.programSize > kProgressDeviceWords;
   return p;
 }
@@ -199,8 +198,8 @@ std::optional<LoadError> ReadLegacyBinary(std::string_view bytes, bool tif, cons
 
 int32_t LoaderBlankWord(const DeviceDescriptor& device, FileFormat format) {
   if (format == FileFormat::kStandard) return ProgramWordMask(ImageCoreOf(device));
-  if (name_rule::IsSerialEeprom(device.name)) return 0xFF;
-  return name_rule::IsCore12(device.name) ? 0xFFF : 0x3FFF;
+  if (device.rules.fileSerialEeprom) return 0xFF;
+  return device.rules.fileCore12 ? 0xFFF : 0x3FFF;
 }
 
 // Our earlier versions saved a 24Cxx one byte per word, high bytes 00: a
@@ -252,7 +251,7 @@ std::optional<LoadError> ReadStandard(std::string_view content, ImageFileKind ki
     if (kind == ImageFileKind::kTif) content.remove_prefix(std::min(content.size(), kTifHeaderBytes));
     if (!content.empty()) blocks.push_back({0, std::string(content), {{0, 1}}});
   }
-  if (device.family == family::kSerialEeprom && kind == ImageFileKind::kHex && IsOldEepromLayout(blocks, device)) {
+  if (device.core() == Core::kSerialEeprom && kind == ImageFileKind::kHex && IsOldEepromLayout(blocks, device)) {
     blocks = EvenBytesHalved(blocks);
     report.notes.push_back(path + ": read as our earlier versions saved a serial EEPROM, one byte per word");
   }
@@ -331,7 +330,7 @@ LoadReport LoadImageFile(const std::string& path, bool keepBuffer, const DeviceD
     return report;
   }
 
-  if (const auto idAddress = name_rule::Core12IdAddress(device.name); legacy && idAddress) {
+  if (const auto idAddress = device.rules.fileIdAddress; legacy && idAddress) {
     for (size_t i = 0; i < 4; ++i) next.idWords[i] = next.programBuffer[static_cast<size_t>(*idAddress) + i];
   }
 
@@ -349,13 +348,13 @@ LoadReport LoadImageFile(const std::string& path, bool keepBuffer, const DeviceD
     for (const uint8_t byte : next.config18Bytes) all &= byte;
     configMissing = all == 0xFF;
   } else {
-    configMissing = next.configWord == blank && !keepBuffer && device.family != family::kSerialEeprom;
+    configMissing = next.configWord == blank && !keepBuffer && device.core() != Core::kSerialEeprom;
   }
   if (configMissing) {
     report.messages.push_back({image_text::kConfigMissing, image_text::kConfigMissingTitle, MessageIcon::kNone});
     next.configWord = kUnsetConfig;
   }
-  if (device.fuseMap == 21) next.configWord &= 0x1FF;
+  if (device.rules.bandgap) next.configWord &= 0x1FF;
 
   image = std::move(next);
   report.loaded = true;

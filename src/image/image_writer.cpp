@@ -8,7 +8,6 @@
 #include "image/image_reader.h"
 #include "image/image_texts.h"
 #include "image/intel_hex.h"
-#include "image/name_rules.h"
 #include "util/arith.h"
 #include "util/atomic_file.h"
 
@@ -109,7 +108,7 @@ Result<std::string> FormatLegacyHex(int32_t firstWord, int32_t& endWord, const D
     out += ':';
   }
 
-  const bool dataSection = name_rule::SavesDataSection(device.name);
+  const bool dataSection = device.rules.fileSavesDataSection;
   if (dataSection) {
     for (int32_t a = image_address::kDataFirst; a < kDataSectionEnd; a += 8) {
       out += ":10";
@@ -168,7 +167,7 @@ int32_t WholeChipEnd(const DeviceDescriptor& device, FileFormat format) {
 }  // namespace
 
 bool SaveAsksIdQuestion(const DeviceDescriptor& device, int32_t firstWord) {
-  return firstWord == 0 && device.family != family::kSerialEeprom;
+  return firstWord == 0 && device.core() != Core::kSerialEeprom;
 }
 
 Result<std::string> FormatHexImage(int32_t firstWord, int32_t& endWord, const DeviceDescriptor& device,

@@ -55,7 +55,7 @@ std::vector<std::string> DataListingLines(const DeviceDescriptor& device, const 
 }
 
 std::string Config18Line(const DeviceDescriptor& device, const MemoryImage& image) {
-  if (device.family != family::kPic18) return "";
+  if (device.core() != Core::kPic18) return "";
   std::string line;
   for (int offset = 0; offset < kConfig18Registers; ++offset) {
     const auto byte = Config18ByteToWrite(device, image, offset);

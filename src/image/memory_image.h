@@ -39,19 +39,14 @@ inline constexpr int kDataFirst = 0x2100;
 inline constexpr int kClearBufferSlots = 32761;
 }  // namespace image_address
 
-/// Blank program word of a family: 0xFF for serial EEPROMs, 0xFFF for the
-/// 12-bit core, 0xFFFF for the 18F (what its erased flash reads), 0x3FFF for
-/// every other family.
-int32_t BlankWordForFamily(int familyCode);
-
 /// The main window's "Clear Buffer": blanks program slots 0..32760 and every
 /// data byte; the configuration, ID and 18F configuration fields stay.
 void ClearImage(const DeviceDescriptor& device, MemoryImage& image);
 
 /// The reset that selecting a device makes: program words 0..programSize
 /// (inclusive) and the ID words blank (0xF for the 12-bit core), every data
-/// byte 0xFF, the configuration word blank (masked to 0x1FF for fuse map 21).
-/// Selection knows no serial-EEPROM blank: family 5 gets 0x3FFF here. An 18F
+/// byte 0xFF, the configuration word blank (masked to 0x1FF for the band-gap parts).
+/// Selection knows no serial-EEPROM blank: a 24Cxx gets 0x3FFF here. An 18F
 /// gets 0xFFFF words and IDs, as its erased flash reads, and every
 /// configuration byte 0xFF.
 void ResetImageOnSelection(const DeviceDescriptor& device, MemoryImage& image);

@@ -63,12 +63,7 @@ double DrawSerialNumber(int16_t size, const UniformDraw& draw) {
 Status ApplySerial(const SerialState& state, const DeviceDescriptor& device, MemoryImage& image,
                    const UniformDraw& draw) {
   double working = state.random == 1 ? DrawSerialNumber(state.size, draw) : state.serialNumber;
-  int32_t base = 0;
-  if (device.family == family::kCore12) {
-    base = 0x800;
-  } else if (device.family == 1 || device.family == 2) {
-    base = 0x3400;
-  }
+  const int32_t base = device.traits().serialWordBase;
   std::vector<std::pair<size_t, int32_t>> words;
   for (int32_t a = state.startAddress; a < state.startAddress + state.size; ++a) {
     const auto rounded = ToInt32(working);

@@ -48,8 +48,8 @@ UniformDraw ClockSeededUniform();
 double DrawSerialNumber(int16_t size, const UniformDraw& draw);
 
 /// Places the number (a fresh draw in random mode, not the one shown) into
-/// program memory from the start address: 0x800 + byte for the 12-bit core,
-/// 0x3400 + byte for families 1 and 2, nothing for any other family. A
+/// program memory from the start address, as the family's RETLW with the
+/// number's byte where it has one (`FamilyTraits::serialWordBase`). A
 /// number that does not fit 32 bits, or an address outside the buffer,
 /// fails and changes nothing.
 Status ApplySerial(const SerialState& state, const DeviceDescriptor& device, MemoryImage& image,

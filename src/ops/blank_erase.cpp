@@ -14,13 +14,11 @@ namespace quorvi {
 
 namespace {
 
-constexpr int kFuseMapBandgap = 21;
 constexpr int kBandgapBits = 0x3000;
 constexpr int kBandgapConfigValue = 0x01FF;
 constexpr int kAllOnes14 = 0x3FFF;
 constexpr int kErased18 = 0xFFFF;
 constexpr int32_t kBlankProgressStep = 100;
-constexpr int32_t kBound14000 = 4031;
 constexpr float kNominalVolts = 5.0F;
 constexpr float kPowerOffMs = 250.0F;
 
@@ -80,14 +78,14 @@ void EraseKeepingCalibration(OperationFrame& frame, bool blankCalibration) {
 
 int32_t BlankCheckBound(const DeviceDescriptor& device) {
   int32_t n = device.programSize;
-  if (device.oscList == 2 || device.oscList == 3 || device.oscList == 5 || device.oscList == 7) n = n - 1;
-  if (Is14000(device)) n = kBound14000;
+  if (device.rules.blankSparesLastWord) n = n - 1;
+  if (device.rules.calibrationBlock) n = kCalibrationBlockBound;
   return n;
 }
 
 OpResult cmdBlank(AppState& state, UiHost& ui) {
   OperationFrame frame(state, ui);
-  if (state.device.family == family::kSerialEeprom) {
+  if (state.device.core() == Core::kSerialEeprom) {
     return RunSerialEepromOperation(EepromOperation::kBlank, frame);
   }
   const int32_t n = BlankCheckBound(state.device);
@@ -101,7 +99,7 @@ OpResult cmdBlank(AppState& state, UiHost& ui) {
   SerialProtocol& protocol = frame.protocol();
   int32_t good = 0;
   std::optional<Mismatch> firstWritten;
-  if (state.device.family == family::kPic18) {
+  if (state.device.core() == Core::kPic18) {
     // The 18F words come through the 18F read; an erased word reads FFFFh.
     Pic18Protocol pic18(protocol);
     const std::vector<int> words = pic18.ReadProgramMemory(n, [&](int address) {
@@ -113,7 +111,7 @@ OpResult cmdBlank(AppState& state, UiHost& ui) {
       firstWritten = Mismatch{.at = good, .expected = kErased18, .found = words[static_cast<size_t>(good)]};
     }
   } else {
-    const int expected = frame.is12Bit() ? 0xFFF : kAllOnes14;
+    const int expected = state.device.traits().blankWord;
     for (int32_t i = 0; i <= n; ++i) {
       if (i % kBlankProgressStep == 0) frame.Progress(i, n);
       const int read = protocol.ReadProgramWord();
@@ -141,7 +139,7 @@ OpResult cmdBlank(AppState& state, UiHost& ui) {
 
 OpResult cmdFill(AppState& state, UiHost& ui, bool blankCalibration, bool checkChip) {
   OperationFrame frame(state, ui);
-  if (state.device.family == family::kSerialEeprom) {
+  if (state.device.core() == Core::kSerialEeprom) {
     return RunSerialEepromOperation(EepromOperation::kErase, frame);
   }
   if (!frame.CheckDevice({op_text::kSelectProcessor, title::kQuorviError, MessageIcon::kExclamation})) {
@@ -155,15 +153,16 @@ OpResult cmdFill(AppState& state, UiHost& ui, bool blankCalibration, bool checkC
 
   SerialProtocol& protocol = frame.protocol();
   const DeviceDescriptor& device = state.device;
-  if (device.family == family::kPic18) {
+  const EraseMethod method = device.traits().erase;
+  if (method == EraseMethod::kPic18) {
     Pic18Protocol(protocol).BulkErase();
-  } else if (device.fuseMap == kFuseMapBandgap) {
+  } else if (device.rules.bandgap) {
     EraseKeepingCalibration(frame, blankCalibration);
-  } else if (device.family == 8 || device.family == 9) {
+  } else if (method == EraseMethod::kChipErase) {
     protocol.LoadConfiguration(0);
     protocol.SendCommand(cmd::kChipErase);
     protocol.WaitAtLeast(5.0F, protocol.timing().chipErase);
-  } else if (device.family == 6) {
+  } else if (method == EraseMethod::kBulkProgram) {
     protocol.SendCommand(cmd::kBulkEraseProgram);
     protocol.WaitAtLeast(40.0F, protocol.timing().bulkErase);
   } else {

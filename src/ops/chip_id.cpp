@@ -25,7 +25,7 @@ ChipIdentity ReadChipIdentity(OperationFrame& frame, const PowerUpPlan& plan) {
   const std::optional<int> expected = FactsFor(device).deviceId;
   ChipIdentity identity;
   if (!expected) return identity;
-  const bool pic18 = device.family == family::kPic18;
+  const bool pic18 = device.core() == Core::kPic18;
   PowerUpPlan entry = plan;
   entry.incrementFor12Bit = false;
   frame.PowerUp(entry);

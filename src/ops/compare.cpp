@@ -42,11 +42,6 @@ const char* FusePassText(VddLevel level) {
   return op_text::kFusePassNormal;
 }
 
-// The calibration word of these parts is the chip's own, never the image's.
-bool SkipsCalibrationWord(const DeviceDescriptor& device) {
-  return device.oscList == 2 || device.oscList == 3 || device.oscList == 7;
-}
-
 UserMessage NotEqualAt(int32_t address, int expected, int found) {
   return {.text = op_text::kPicNotEqualAt + AddressText(address),
           .title = title::kQuorvi2Error,
@@ -94,7 +89,7 @@ std::optional<std::string> ConfigurationDifference(OperationFrame& frame) {
   const DeviceDescriptor& device = state.device;
   SerialProtocol& protocol = frame.protocol();
   const int configWord = state.image.configWord;
-  if (device.family == family::kPic18) {
+  if (device.core() == Core::kPic18) {
     Pic18Protocol pic18(protocol);
     const std::optional<Mismatch> byte = FirstDifferingConfigByte18(pic18, device, state.image);
     if (!byte) return std::nullopt;
@@ -142,7 +137,8 @@ OpOutcome CompareProgramPass(OperationFrame& frame, VddLevel level) {
   int32_t n = WordBound(device);
   frame.PowerUp(ComparePlan(level, device.vddMin, device.vddMax));
 
-  if (SkipsCalibrationWord(device)) n = n - 1;
+  // The calibration word of these parts is the chip's own, never the image's.
+  if (device.rules.compareSparesLastWord) n = n - 1;
   SerialProtocol& protocol = frame.protocol();
   const int32_t stride = ProgressStride(n);
   for (int32_t i = 0; i <= n; ++i) {
@@ -237,12 +233,12 @@ OpOutcome CompareConfigPass(OperationFrame& frame, VddLevel level) {
 
 OpResult cmdCompare(AppState& state, UiHost& ui) {
   OperationFrame frame(state, ui);
-  if (state.device.family == family::kSerialEeprom) {
+  if (state.device.core() == Core::kSerialEeprom) {
     return RunSerialEepromOperation(EepromOperation::kCompare, frame);
   }
   ui.ShowStatus(op_text::kComparing);
   ui.SetStatusBar("");
-  const bool pic18 = state.device.family == family::kPic18;
+  const bool pic18 = state.device.core() == Core::kPic18;
   const auto programPass = pic18 ? CompareProgramPass18 : CompareProgramPass;
 
   bool failed = false;

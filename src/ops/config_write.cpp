@@ -16,7 +16,6 @@ namespace {
 constexpr int16_t kCycleLimit = 26;
 constexpr int16_t kCore12CycleLimit = 8;
 constexpr int kOtpRounds = 100;
-constexpr int kFuseMapBandgap = 21;
 constexpr float kPowerOffMs = 250.0F;
 constexpr float kInternalCycleMs = 10.0F;
 constexpr float kExternalCycleMs = 1.0F;
@@ -48,12 +47,11 @@ int ConfigCompareMask(const DeviceDescriptor& device) { return FactsFor(device).
 
 int16_t ProgramWord(SerialProtocol& protocol, PulseMode mode, int word, int mask) {
   const ProgrammingTiming& timing = protocol.timing();
-  const int familyCode = protocol.target().family;
   int16_t count = 0;
   std::optional<int> last;  // nothing read yet: at least one cycle
   while (count < kCycleLimit && (!last || (*last & mask) != (word & mask))) {
     protocol.LoadProgramData(word);
-    if (familyCode == 8) {
+    if (protocol.target().programOnlyCycles) {
       protocol.SendCommand(cmd::kBeginProgrammingOnly);
       protocol.WaitAtLeast(kExternalCycleMs, timing.programOnly);
       protocol.SendCommand(cmd::kEndProgramming2);
@@ -73,7 +71,7 @@ int16_t ProgramWord(SerialProtocol& protocol, PulseMode mode, int word, int mask
     }
     last = protocol.ReadProgramWord();
     ++count;
-    if (familyCode == family::kCore12 && count > kCore12CycleLimit) break;
+    if (protocol.target().core12 && count > kCore12CycleLimit) break;
   }
   return count;
 }
@@ -90,22 +88,22 @@ bool WriteConfiguration(OperationFrame& frame) {
   frame.PowerUp(ConfigWritePlan());
 
   const int configWord = state.image.configWord;
-  const bool bandgapPart = state.device.fuseMap == kFuseMapBandgap;
+  const bool bandgapPart = state.device.rules.bandgap;
   const ProgrammingTiming& timing = protocol.timing();
-  switch (state.device.family) {
-    case 8: {
+  switch (state.device.traits().configWrite) {
+    case ConfigWrite::kSelfTimed: {
       protocol.GoToConfigurationWord(kIdleConfigLatch);
       protocol.LoadProgramData(configWord);
       protocol.BeginProgramming();
       protocol.WaitAtLeast(kInternalCycleMs, timing.program);
       return ReadsBack(frame, configWord);
     }
-    case 1:
-    case 6: {
+    case ConfigWrite::kSelfTimedKeepingBandgap:
+    case ConfigWrite::kExternalKeepingBandgap: {
       protocol.GoToConfigurationWord(kIdleConfigLatch);
       protocol.LoadProgramData(bandgapPart ? (configWord | state.savedBandgap) : configWord);
       protocol.BeginProgramming();
-      if (state.device.family == 1) {
+      if (state.device.traits().configWrite == ConfigWrite::kSelfTimedKeepingBandgap) {
         protocol.WaitAtLeast(kInternalCycleMs, timing.program);
       } else {
         protocol.WaitAtLeast(kExternalCycleMs, timing.programOnly);
@@ -114,7 +112,7 @@ bool WriteConfiguration(OperationFrame& frame) {
       // The band-gap bits are the factory's and outside the compared mask.
       return ReadsBack(frame, configWord);
     }
-    case 9: {
+    case ConfigWrite::kProgramOnly: {
       protocol.GoToConfigurationWord(kIdleConfigLatch);
       protocol.LoadProgramData(configWord);
       protocol.SendCommand(cmd::kBeginProgrammingOnly);
@@ -124,18 +122,19 @@ bool WriteConfiguration(OperationFrame& frame) {
       // so each would clock into a self-timed cycle and could spoil the word.
       return ReadsBack(frame, configWord);
     }
-    case family::kPic18: {
+    case ConfigWrite::kPic18: {
       Pic18Protocol pic18(protocol);
       return WriteConfigBytes18(pic18, state.device, state.image);
     }
-    default: return OtpSequence(frame);
+    case ConfigWrite::kOtpPulses: break;
   }
+  return OtpSequence(frame);
 }
 
 OpResult cmdWriteFuse(AppState& state, UiHost& ui) {
   OperationFrame frame(state, ui);
   // A 24Cxx has no configuration word.
-  if (state.device.family == family::kSerialEeprom) return frame.Finish(OpOutcome::kUnavailable);
+  if (state.device.core() == Core::kSerialEeprom) return frame.Finish(OpOutcome::kUnavailable);
   if (!frame.CheckDevice({op_text::kSelectProcessor, title::kQuorviError, MessageIcon::kExclamation})) {
     return frame.Finish(OpOutcome::kNoDevice);
   }

@@ -21,23 +21,23 @@ constexpr float kWriteSupplySettleMs = 250.0F;
 constexpr float kCompareSupplySettleMs = 250.0F;
 constexpr float kReadVppSettleMs = 150.0F;
 constexpr float kConfigWriteVppSettleMs = 50.0F;
-constexpr int32_t kBound14000 = 4031;
 constexpr int32_t kStrideParts = 20;
 constexpr int kQuietExitCode = 1;
 
-ProtocolTarget TargetOf(const AppState& state) {
-  const DeviceDescriptor& device = state.device;
+}  // namespace
+
+ProtocolTarget TargetOf(const DeviceDescriptor& device, WaitPlanner plan) {
   const PartFacts facts = FactsFor(device);
-  return {.name = device.name,
-          .family = device.family,
+  return {.core12 = device.core() == Core::k12Bit,
+          .programOnlyCycles = device.traits().programOnlyCycles,
           .pairFlag = device.pairFlag,
           .pinCount = device.pinCount,
+          .mclrOnVpp3 = device.rules.calibrationBlock,
           .timing = facts.timing,
           .vppFirst = facts.vppFirst,
-          .plan = state.waitPlanner};
+          .settlesBeforeVpp = device.rules.settlesBeforeVpp,
+          .plan = std::move(plan)};
 }
-
-}  // namespace
 
 PowerUpPlan ReadPlan() {
   PowerUpPlan plan;
@@ -111,13 +111,9 @@ int32_t ProgressStride(int32_t n) {
   return stride < 1 ? 1 : static_cast<int32_t>(stride);
 }
 
-bool NameStartsWith(std::string_view name, std::string_view prefix) {
-  return name.substr(0, prefix.size()) == prefix;
+int32_t WordBound(const DeviceDescriptor& device) {
+  return device.rules.calibrationBlock ? kCalibrationBlockBound : device.programSize;
 }
-
-bool Is14000(const DeviceDescriptor& device) { return TrimBlanks(device.name) == "14000"; }
-
-int32_t WordBound(const DeviceDescriptor& device) { return Is14000(device) ? kBound14000 : device.programSize; }
 
 Status WriteErrorLog(const AppState& state, std::string_view line) {
   // An empty line leaves the log empty: the missing image file's old behaviour.
@@ -150,7 +146,7 @@ bool ShowLoadReport(AppState& state, UiHost& ui, const LoadReport& report) {
 }
 
 OperationFrame::OperationFrame(AppState& state, UiHost& ui)
-    : state_(state), ui_(ui), protocol_(state.link, TargetOf(state)), startNs_(state.clock->Nanoseconds()) {
+    : state_(state), ui_(ui), protocol_(state.link, TargetOf(state.device, state.waitPlanner)), startNs_(state.clock->Nanoseconds()) {
   state_.clock->SetEventPump([this] { ui_.PumpEvents(); });
 }
 
@@ -194,7 +190,7 @@ void OperationFrame::PowerUp(const PowerUpPlan& plan) {
   } else {
     link.SetVdd("on");
   }
-  if (dev.pinCount == 18 && !NameStartsWith(dev.name, "16F81") && !NameStartsWith(dev.name, "16C55")) {
+  if (dev.rules.settlesBeforeVpp) {
     Wait(kEighteenPinSettleMs);
   }
   if (plan.nominalSupplyAfterVdd) {
@@ -205,14 +201,14 @@ void OperationFrame::PowerUp(const PowerUpPlan& plan) {
     Wait(static_cast<float>(VbVal(state_.options.cmbICSP)));
   }
   if (!protocol_.target().vppFirst) protocol_.Hold(IcspTiming().vddBeforeVppNs);
-  link.SetProgrammingVoltage(kTrue, dev.name, dev.pinCount);
+  link.SetProgrammingVoltage(kTrue, dev.pinCount, dev.rules.calibrationBlock);
   Wait(plan.vppSettleMs);
   if (plan.dataLowAfterVpp) link.SetDataLine(kFalse);
   if (plan.incrementFor12Bit && is12Bit()) protocol_.IncrementAddress();
 }
 
 void OperationFrame::PowerDown() {
-  state_.link.SetProgrammingVoltage(kFalse, state_.device.name, state_.device.pinCount);
+  state_.link.SetProgrammingVoltage(kFalse, state_.device.pinCount, state_.device.rules.calibrationBlock);
   state_.link.SetVdd("off");
 }
 

@@ -91,10 +91,10 @@ std::string DifferenceText(int expected, int found, int digits, std::optional<in
 
 /// The progress stride of read and compare: n / 20 rounded, never below 1.
 int32_t ProgressStride(int32_t n);
-bool NameStartsWith(std::string_view name, std::string_view prefix);
-/// True for the PIC14000, whose top words hold calibration data.
-bool Is14000(const DeviceDescriptor& device);
-/// The last program address an operation walks: 4031 for the "14000".
+/// What the command layer needs of `device`.
+ProtocolTarget TargetOf(const DeviceDescriptor& device, WaitPlanner plan);
+
+/// The last program address an operation walks: below the 14000's calibration block.
 int32_t WordBound(const DeviceDescriptor& device);
 
 /// One operation's frame. Construct at the start of a command; it lets long
@@ -110,7 +110,7 @@ class OperationFrame {
   UiHost& ui() { return ui_; }
   SerialProtocol& protocol() { return protocol_; }
   const DeviceDescriptor& device() const { return state_.device; }
-  bool is12Bit() const { return state_.device.family == family::kCore12; }
+  bool is12Bit() const { return state_.device.core() == Core::k12Bit; }
 
   /// False (after showing `noDevice`) when no device is selected.
   bool CheckDevice(const UserMessage& noDevice);

@@ -21,10 +21,10 @@ std::vector<PowerStep> PowerCycle(AppState& state) {
   link.SetVdd("on");
   step("Vdd on");
   DelayMs(*state.clock, kHoldMs);
-  link.SetProgrammingVoltage(kTrue, device.name, device.pinCount);
+  link.SetProgrammingVoltage(kTrue, device.pinCount, device.rules.calibrationBlock);
   step("Vpp on");
   DelayMs(*state.clock, kHoldMs);
-  link.SetProgrammingVoltage(kFalse, device.name, device.pinCount);
+  link.SetProgrammingVoltage(kFalse, device.pinCount, device.rules.calibrationBlock);
   link.SetVdd("off");
   step("target powered down");
   return steps;

@@ -17,12 +17,7 @@ namespace {
 
 constexpr int kRevisionMask = 0x1F;
 constexpr int kBandgapReadMask = 0x01FF;
-constexpr int kFuseMapBandgap = 21;
 constexpr int kIdWords = 4;
-
-bool ShowsCalibration(const DeviceDescriptor& device) {
-  return device.oscList == 2 || device.oscList == 3 || device.fuseMap == kFuseMapBandgap;
-}
 
 // The program read leaves programming mode: the ID, configuration (table
 // reads) and data EEPROM (EECON1) reads need it entered again (DS39576,
@@ -73,7 +68,7 @@ OpResult cmdRead(AppState& state, UiHost& ui, int16_t readMode) {
     return frame.Finish(OpOutcome::kNoDevice);
   }
   frame.Begin(op_text::kReading);
-  if (device.family == family::kSerialEeprom) {
+  if (device.core() == Core::kSerialEeprom) {
     state.link.SetDataLine(kTrue);
     state.link.SetClockLine(kTrue);
     return RunSerialEepromOperation(EepromOperation::kRead, frame);
@@ -87,7 +82,7 @@ OpResult cmdRead(AppState& state, UiHost& ui, int16_t readMode) {
   OpResult result;
   result.refreshConfig = true;
   result.refreshProgramListing = true;
-  if (device.family == family::kPic18) return Read18F(frame, readMode, result);
+  if (device.core() == Core::kPic18) return Read18F(frame, readMode, result);
 
   if (readMode != read_mode::kConfigurationOnly) {
     if (frame.is12Bit()) {
@@ -118,7 +113,7 @@ OpResult cmdRead(AppState& state, UiHost& ui, int16_t readMode) {
   }
   protocol.IncrementAddress();
   protocol.IncrementAddress();
-  if (NameStartsWith(device.name, "16F62") || NameStartsWith(device.name, "16F87")) {
+  if (device.rules.readShowsRevision) {
     const int deviceId = protocol.ReadProgramWord();
     state.txtCal = op_text::kRevisionPrefix + HexText(deviceId & kRevisionMask);
     result.refreshCalibrationText = true;
@@ -126,12 +121,12 @@ OpResult cmdRead(AppState& state, UiHost& ui, int16_t readMode) {
   protocol.IncrementAddress();
   if (!frame.is12Bit()) {
     image.configWord = protocol.ReadProgramWord();
-    if (readMode == read_mode::kFull && device.fuseMap == kFuseMapBandgap) image.configWord &= kBandgapReadMask;
+    if (readMode == read_mode::kFull && device.rules.bandgap) image.configWord &= kBandgapReadMask;
   }
 
   state.link.SetDataLine(kFalse);
   frame.PowerDown();
-  if (ShowsCalibration(device)) {
+  if (device.rules.readShowsCalibration) {
     state.txtCal = CalibrationText(image.programBuffer[static_cast<size_t>(n)]);
     result.refreshCalibrationText = true;
   }

@@ -31,7 +31,7 @@ class EepromSession {
   EepromSession(OperationFrame& frame, const std::string& status, float startMs)
       : frame_(frame),
         link_(frame.state().link),
-        bus_(link_, {.name = frame.state().device.name,
+        bus_(link_, {.control = frame.state().device.rules.eepromControl,
                      .size = frame.state().device.programSize,
                      .speed = FactsFor(frame.state().device).bus}) {
     link_.SetDataLine(kTrue);

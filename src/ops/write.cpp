@@ -35,14 +35,6 @@ constexpr float kPowerOffMs = 250.0F;
 constexpr float kInternalCycleMs = 10.0F;
 constexpr float kExternalCycleMs = 1.0F;
 
-bool IsFlashFamily(int code) { return code == 1 || code == 6 || code == 8 || code == 9; }
-
-// The end of the calibrated parts' program loop: their last word is the factory's.
-bool LeavesLastWord(const DeviceDescriptor& device) {
-  const int osc = device.oscList;
-  return osc == 2 || osc == 3 || osc == 5 || osc == 7 || osc == 10;
-}
-
 // Why a write stops early.
 struct WriteError {
   int32_t address = 0;
@@ -153,14 +145,15 @@ void Writer::EraseFirst() {
 
 std::optional<WriteError> Writer::FlashLoop() {
   int32_t n = device_.programSize;
-  if (LeavesLastWord(device_)) n = n - 1;
-  if (NameStartsWith(device_.name, "16F62")) n = n + 1;
+  // The calibrated parts' last word is the factory's.
+  if (device_.rules.writeSparesLastWord) n = n - 1;
+  if (device_.rules.writesOneWordFurther) n = n + 1;
   const int32_t stride = ProgressStride(n);
   for (int32_t i = 0; i <= n; ++i) {
     StepProgress(i, n, stride);
     const int word = Word(i);
     int16_t count = 0;
-    if (i == n && device_.oscList == 7) {
+    if (i == n && device_.rules.writesLastWordWhenBlank) {
       if (protocol_.ReadProgramWord() == kBlank14) count = ProgramWord(protocol_, PulseMode::kLong, word);
     } else if (word != kBlank14) {
       count = ProgramWord(protocol_, PulseMode::kLong, word);
@@ -169,7 +162,7 @@ std::optional<WriteError> Writer::FlashLoop() {
     if (count > kMaxProgramCycles) return WriteError{i};
     protocol_.IncrementAddress();
   }
-  if (NameStartsWith(device_.name, "12F62")) protocol_.IncrementAddress();
+  if (device_.rules.stepsPastLastWord) protocol_.IncrementAddress();
   return std::nullopt;
 }
 
@@ -282,7 +275,7 @@ std::optional<WriteError> Writer::DataEeprom() {
   for (int32_t j = 0; j < bytes; ++j) {
     const int value = state_.image.dataBuffer[static_cast<size_t>(j)] & kByteMask;
     protocol_.LoadDataMemory(value);
-    if (device_.family == 1) {
+    if (device_.traits().dataWrite == DataWrite::kSelfTimed) {
       protocol_.BeginProgramming();
       protocol_.WaitAtLeast(kInternalCycleMs, protocol_.timing().data);
     } else {
@@ -347,12 +340,11 @@ std::optional<WriteError> Writer::IdWords() {
   for (int k = 0; k < kIdWords; ++k) {
     const int word = image.idWords[static_cast<size_t>(k)];
     int16_t count = 0;
-    switch (device_.family) {
-      case 1: count = ProgramWord(protocol_, PulseMode::kLong, word); break;
-      case 6: count = ProgramWord(protocol_, PulseMode::kMedium, word); break;
-      case 8: count = ProgramWord(protocol_, PulseMode::kLong, word); break;
-      case 9: count = ProgramOnly(word); break;
-      default:
+    switch (device_.traits().wordProgramming) {
+      case WordProgramming::kEraseProgramLong: count = ProgramWord(protocol_, PulseMode::kLong, word); break;
+      case WordProgramming::kEraseProgramMedium: count = ProgramWord(protocol_, PulseMode::kMedium, word); break;
+      case WordProgramming::kProgramOnly: count = ProgramOnly(word); break;
+      case WordProgramming::kOtpPulses:
         if (word != blank) count = ProgramOtp(word);
         break;
     }
@@ -375,26 +367,27 @@ OpResult Writer::Run() {
   frame_.Begin(op_text::kWritingData);
   std::fill(state_.cycleTable.begin(), state_.cycleTable.end(), int16_t{0});
   frame_.PowerUp(WritePlan(state_));
-  const bool pic18 = device_.family == family::kPic18;
+  const FamilyTraits& family = device_.traits();
+  const bool pic18 = family.core == Core::kPic18;
 
   if (!pic18 && state_.options.chkTestBlank) {
     OpOutcome ended = OpOutcome::kOk;
     if (!BlankTest(ended)) return Fail(ended);
   }
-  if (!pic18 && state_.options.chkErase && IsFlashFamily(device_.family)) EraseFirst();
+  if (state_.options.chkErase && family.flash14) EraseFirst();
   ui.ShowStatus(op_text::kWritingData);
 
   std::optional<WriteError> error;
-  switch (device_.family) {
-    case 1:
-    case 8: error = FlashLoop(); break;
-    case 6: error = PairLoop(); break;
-    case 9: error = BlockLoop(); break;
-    case family::kPic18: error = Write18F(); break;
-    default: error = OtpLoop(); break;
+  switch (family.programLoop) {
+    case ProgramLoop::kWordByWord: error = FlashLoop(); break;
+    case ProgramLoop::kPairs: error = PairLoop(); break;
+    case ProgramLoop::kLatchBlocks: error = BlockLoop(); break;
+    case ProgramLoop::kPic18: error = Write18F(); break;
+    case ProgramLoop::kOtp: error = OtpLoop(); break;
+    case ProgramLoop::kSerialEeprom: break;  // handed over before the write began
   }
   if (!error && frame_.is12Bit()) error = IdWords();
-  if (!error && device_.family != 6 && IsFlashFamily(device_.family)) error = DataEeprom();
+  if (!error && family.dataWrite != DataWrite::kNone) error = DataEeprom();
   if (!error && !frame_.is12Bit() && !pic18) error = IdWords();
   if (error) {
     frame_.PowerDown();
@@ -450,7 +443,7 @@ bool CodeProtectionSelected(const DeviceDescriptor& device, int32_t configWord) 
 
 OpResult cmdWrite(AppState& state, UiHost& ui) {
   OperationFrame frame(state, ui);
-  if (state.device.family == family::kSerialEeprom) return RunSerialEepromOperation(EepromOperation::kWrite, frame);
+  if (state.device.core() == Core::kSerialEeprom) return RunSerialEepromOperation(EepromOperation::kWrite, frame);
   if (!frame.CheckDevice({op_text::kSelectProcessor, title::kQuorvi2Error, MessageIcon::kExclamation})) {
     return frame.Finish(OpOutcome::kNoDevice);
   }

@@ -13,21 +13,22 @@ namespace {
 constexpr int kBlockBitsMask = 0x1E;
 constexpr int kBlockShift = 7;
 
-bool UsesLowControl(const std::string& name) { return name == "AT24C256" || name == "ST24256"; }
+int BaseControl(const EepromTarget& target) {
+  return target.control == EepromControl::kPinsLow ? kControlWriteLow : kControlWrite;
+}
 
 }  // namespace
 
 EepromAddressing AddressingFor(const EepromTarget& target, int32_t address) {
-  int control = UsesLowControl(target.name) ? kControlWriteLow : kControlWrite;
-  if (target.name == "24LC515") control = kControlWriteLow;
+  int control = BaseControl(target);
   if (address >= kUpperHalf) {
     // The 24LC515's upper half; applied to every device.
     control = kControlWrite;
     address -= kUpperHalf;
   }
   const int blockBits = (address >> kBlockShift) & kBlockBitsMask;
-  if (target.name == "24C04" || target.name == "24C08") control = kControlWrite | blockBits;
-  if (target.name == "24C16") control = kControlWriteLow | blockBits;
+  if (target.control == EepromControl::kBlockBitsPinsHigh) control = kControlWrite | blockBits;
+  if (target.control == EepromControl::kBlockBitsPinsLow) control = kControlWriteLow | blockBits;
   return {.control = control, .address = address};
 }
 
@@ -83,8 +84,7 @@ int EepromBus::BusReadByte() {
 
 int EepromBus::WaitForAcknowledge(int32_t address) {
   const uint32_t t0 = link_.clock().Milliseconds();
-  int control = UsesLowControl(target_.name) ? kControlWriteLow : kControlWrite;
-  if (target_.name == "24LC515") control = kControlWriteLow;
+  int control = BaseControl(target_);
   if (address >= kUpperHalf) control = kControlWrite;
   int ack = 1;
   do {

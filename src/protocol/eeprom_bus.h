@@ -14,9 +14,13 @@
 
 namespace quorvi {
 
+/// How a 24Cxx takes its control byte: which address pins the socket ties
+/// high, and whether the control byte carries block bits of the address.
+enum class EepromControl { kPinsHigh, kPinsLow, kBlockBitsPinsHigh, kBlockBitsPinsLow };
+
 /// What the bus needs of the selected memory.
 struct EepromTarget {
-  std::string name;  // compared in full, case-sensitive
+  EepromControl control = EepromControl::kPinsHigh;
   int32_t size = 0;  // the catalogue's programSize; below 2048 one address byte
   BusSpeed speed = BusSpeed::kStandard;
 };

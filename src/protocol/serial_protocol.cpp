@@ -17,8 +17,6 @@ constexpr float kLoadProgramSettleMs = 1.0F;
 constexpr float kSupplySettleMs = 100.0F;
 constexpr int kIncrementsToConfigWord = 7;
 
-bool StartsWith(std::string_view text, std::string_view prefix) { return text.substr(0, prefix.size()) == prefix; }
-
 }  // namespace
 
 std::string ToBitText(int value) {
@@ -132,7 +130,7 @@ void SerialProtocol::LoadDataMemory(int value) {
 int SerialProtocol::ReadFrame() {
   Hold(IcspTiming().holdNs);
   link_.SetDataLine(kTrue);  // releases the line for the chip
-  if (target_.family == 4) DelayUnit(link_.clock());
+  if (target_.core12) DelayUnit(link_.clock());
   Pulse();  // start bit
   if (target_.pairFlag) {
     Pulse();  // check bits: the chip's, not ours to keep
@@ -181,14 +179,14 @@ void SerialProtocol::EndProgramming() {
 }
 
 void SerialProtocol::PowerVppFirst() {
-  link_.SetProgrammingVoltage(kTrue, target_.name, target_.pinCount);
+  link_.SetProgrammingVoltage(kTrue, target_.pinCount, target_.mclrOnVpp3);
   // DS41196, DS41191 (TPPDP): MCLR settles at Vpp before Vdd rises.
   Hold(IcspTiming().vppBeforeVddNs);
   link_.SetVdd("on");
 }
 
 void SerialProtocol::EnterProgrammingMode() {
-  link_.SetProgrammingVoltage(kFalse, target_.name, target_.pinCount);
+  link_.SetProgrammingVoltage(kFalse, target_.pinCount, target_.mclrOnVpp3);
   link_.SetVdd("off");
   Wait(kSupplySettleMs);
   if (target_.vppFirst) {
@@ -197,16 +195,16 @@ void SerialProtocol::EnterProgrammingMode() {
     link_.SetVdd("on");
   }
   // Parts that may run their own code at power-up must see Vpp at once.
-  if (!StartsWith(target_.name, "16F81") && !StartsWith(target_.name, "16C55") && target_.pinCount == 18) {
+  if (target_.settlesBeforeVpp) {
     Wait(kSupplySettleMs);
   }
   if (!target_.vppFirst) Hold(IcspTiming().vddBeforeVppNs);
-  link_.SetProgrammingVoltage(kTrue, target_.name, target_.pinCount);
+  link_.SetProgrammingVoltage(kTrue, target_.pinCount, target_.mclrOnVpp3);
   Wait(kSupplySettleMs);
 }
 
 void SerialProtocol::LeaveProgrammingMode() {
-  link_.SetProgrammingVoltage(kFalse, target_.name, target_.pinCount);
+  link_.SetProgrammingVoltage(kFalse, target_.pinCount, target_.mclrOnVpp3);
   link_.SetVdd("off");
 }
 

@@ -32,14 +32,19 @@ inline constexpr int kChipErase = 31;            // 011111
 
 /// What the command layer needs to know about the selected device.
 struct ProtocolTarget {
-  std::string name;  // as shown in panelDevice; prefix tests look at it
-  int family = 0;    // 4 = 12-bit core
+  bool core12 = false;
+  /// Word cycles are Begin Programming Only ... End Programming.
+  bool programOnlyCycles = false;
   bool pairFlag = false;
   int pinCount = 0;
+  /// The 14000: its MCLR pin sits where only Vpp3 reaches.
+  bool mclrOnVpp3 = false;
   /// The algorithm whose documented minimums the waits must meet.
   TimingClass timing = TimingClass::kFlash16F8x;
   /// Mode entry with Vpp before Vdd.
   bool vppFirst = false;
+  /// A settle wait between Vdd and Vpp (18-pin parts that may run their code).
+  bool settlesBeforeVpp = false;
   /// Turns a named wait and its minimum into a DelayMs request.
   WaitPlanner plan = LengthenedWait;
 };

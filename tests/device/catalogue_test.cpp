@@ -15,7 +15,7 @@ namespace {
 
 std::string Describe(const DeviceDescriptor& d) {
   std::ostringstream out;
-  out << d.name << " size=" << d.programSize << " data=" << d.dataBytes << " family=" << d.family
+  out << d.name << " size=" << d.programSize << " data=" << d.dataBytes << " family=" << FamilyCode(d.family)
       << " map=" << d.fuseMap << " mode=" << d.writeMode << " pins=" << d.pinCount << " osc=" << d.oscList
       << " wrt=" << int{d.wrtList} << " page=" << d.pageSize << " vdd=" << d.vddMin << "-" << d.vddMax;
   return out.str();

@@ -28,9 +28,9 @@ int Bits(const DeviceDescriptor& d, const char* fuse) { return std::abs(int{Fuse
 int HostVppSwitch(const DeviceDescriptor& d) {
   test::RecordedLink r;
   r.link.SetVdd("off");
-  r.link.SetProgrammingVoltage(kFalse, d.name, d.pinCount);
+  r.link.SetProgrammingVoltage(kFalse, d.pinCount, d.rules.calibrationBlock);
   r.TakeWrites();
-  r.link.SetProgrammingVoltage(kTrue, d.name, d.pinCount);
+  r.link.SetProgrammingVoltage(kTrue, d.pinCount, d.rules.calibrationBlock);
   const uint8_t on = static_cast<uint8_t>(~r.link.outputShadow());
   if (on & line::kVpp1) return 1;
   if (on & line::kVpp2) return 2;
@@ -47,7 +47,7 @@ TEST(CatalogueAndSimulator, AgreeOnEveryPart) {
     SCOPED_TRACE(d.name);
     listed.insert(d.name);
     Result<const sim::ChipInfo*> found = sim::FindChip(d.name);
-    if (d.family == family::kFuture) {
+    if (d.family == Family::kFuture) {
       EXPECT_FALSE(found.ok()) << "a future product the simulator can program";
       continue;
     }
@@ -63,7 +63,7 @@ TEST(CatalogueAndSimulator, AgreeOnEveryPart) {
     } else {
       EXPECT_FALSE(facts.deviceId.has_value());
     }
-    if (d.family == family::kSerialEeprom) {
+    if (d.family == Family::kSerialEeprom) {
       EXPECT_EQ(facts.bus == BusSpeed::kFast, chip.fastBus);
       EXPECT_EQ(chip.kind, sim::ChipClass::kEeprom24);
       // programSize is the highest byte address the board can reach: above
@@ -83,7 +83,7 @@ TEST(CatalogueAndSimulator, AgreeOnEveryPart) {
     EXPECT_EQ(d.programSize + 1, chip.programWords);
     EXPECT_EQ(d.dataBytes, chip.dataBytes);
     EXPECT_EQ(HostVppSwitch(d), chip.vppSwitch);
-    if (d.family == family::kPic18) {
+    if (d.family == Family::kPic18) {
       EXPECT_EQ(chip.kind, sim::ChipClass::kPic18);
       for (int offset = 0; offset < kConfig18Registers; ++offset) {
         EXPECT_EQ(Config18ImplementedBits(d, offset), sim::Config18Mask(chip, offset)) << "register " << offset;
@@ -92,9 +92,9 @@ TEST(CatalogueAndSimulator, AgreeOnEveryPart) {
     }
     ++pics;
     switch (chip.kind) {
-      case sim::ChipClass::kOtp12: EXPECT_EQ(d.family, family::kCore12); break;
-      case sim::ChipClass::kOtp14: EXPECT_TRUE(d.family == 2 || d.family == 3) << d.family; break;
-      case sim::ChipClass::kFlash14: EXPECT_EQ(d.family, test::FamilyOf(chip)); break;
+      case sim::ChipClass::kOtp12: EXPECT_EQ(d.family, Family::kCore12); break;
+      case sim::ChipClass::kOtp14: EXPECT_TRUE(d.family == Family::kEprom || d.family == Family::kEpromCalibrated) << FamilyCode(d.family); break;
+      case sim::ChipClass::kFlash14: EXPECT_EQ(FamilyCode(d.family), test::FamilyOf(chip)); break;
       case sim::ChipClass::kEeprom24:
       case sim::ChipClass::kPic18: ADD_FAILURE() << "a serial EEPROM or 18F among the 12/14-bit lines"; break;
     }

@@ -105,13 +105,13 @@ TEST(Gputils, SizesConfigurationMasksAndOscillatorsAgreeWithTheCatalogue) {
   ASSERT_TRUE(test::HaveProgram("gpasm")) << "gpasm is missing: run scripts/install-deps";
   int checked = 0;
   for (const DeviceDescriptor& d : test::ShippedCatalogue()) {
-    if (d.family == family::kFuture || d.family == family::kSerialEeprom) continue;
+    if (d.family == Family::kFuture || d.family == Family::kSerialEeprom) continue;
     SCOPED_TRACE(d.name);
     const GputilsPart part = Describe(d.name);
     if (!part.known) continue;  // gputils has no configuration data for it (16C61, 16C84, 14000, ...)
     ++checked;
-    const bool pic18 = d.family == family::kPic18;
-    const int blank = d.family == family::kCore12 ? 0xFFF : 0x3FFF;
+    const bool pic18 = d.family == Family::kPic18;
+    const int blank = d.family == Family::kCore12 ? 0xFFF : 0x3FFF;
     EXPECT_EQ(d.programSize + 1, part.programWords);
     EXPECT_EQ(d.dataBytes, part.eepromBytes);
     if (pic18) {

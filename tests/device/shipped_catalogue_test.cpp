@@ -34,7 +34,7 @@ TEST(ShippedCatalogue, EveryDeviceHasItsOwnMapAndSelects) {
     EXPECT_LE(d.programSize, 0xFFFF);
     EXPECT_LE(d.dataBytes, 256);
     EXPECT_TRUE(std::set<int>({8, 14, 18, 28, 40}).contains(d.pinCount)) << d.pinCount;
-    if (d.family == family::kSerialEeprom) {
+    if (d.family == Family::kSerialEeprom) {
       EXPECT_GT(d.pageSize, 0);
     } else {
       EXPECT_GT(d.vddMin, 2.0F);
@@ -43,13 +43,13 @@ TEST(ShippedCatalogue, EveryDeviceHasItsOwnMapAndSelects) {
     }
     // 12-bit cores have no bits 13:12 to name; code protection is named so
     // that its buttons treat 0 as on.
-    const int width = d.family == family::kCore12 || (d.family == family::kFuture && d.fuseMap == 13) ? 12 : 14;
+    const int width = d.family == Family::kCore12 || (d.family == Family::kFuture && d.fuseMap == 13) ? 12 : 14;
     for (size_t bit = static_cast<size_t>(width); bit < 14; ++bit) EXPECT_EQ(d.fuseNames[bit], d.fuseMap ? "-" : "");
     for (const char* fuse : {"CP0", "CP1", "CPD"}) EXPECT_GE(FuseMask(d, fuse), 0) << fuse;
 
     Result<SelectionView> view = SelectDevice(catalogue, d.name, d, image, false);
     ASSERT_TRUE(view.ok()) << view.message();
-    EXPECT_EQ(view.value().message.has_value(), d.family == family::kFuture);
+    EXPECT_EQ(view.value().message.has_value(), d.family == Family::kFuture);
     if (view.value().oscillatorList) {
       // The field the list fills must match the bits the index is read from.
       EXPECT_TRUE(view.value().config.oscIndex.has_value()) << "the blank word's index is outside the list";

@@ -42,7 +42,7 @@ std::string LineCall(const std::vector<std::string>& w) {
   if (call == "SetVpp1") r.link.SetVpp1(flag());
   if (call == "SetVpp2") r.link.SetVpp2(flag());
   if (call == "SetVpp3") r.link.SetVpp3(flag());
-  if (call == "SetProgrammingVoltage") r.link.SetProgrammingVoltage(flag(), w.at(3), std::stoi(w.at(4)));
+  if (call == "SetProgrammingVoltage") r.link.SetProgrammingVoltage(flag(), std::stoi(w.at(4)), w.at(3) == "14000");
   if (call == "ReadDataLine") r.link.ReadDataLine();
   if (call == "SetVddLevel") {
     EXPECT_TRUE(r.link.SetVddLevel(std::stof(w.at(2))).ok());
@@ -80,7 +80,7 @@ TEST(PortLink, EveryPortStartsIdleBeforeAnyOtherWrite) {
   VirtualClock clock;
   PortLink link(std::move(port), clock);
   EXPECT_EQ(first->Writes(), (Bytes{0x7C}));
-  link.SetProgrammingVoltage(kFalse, "16F84", 18);  // the first operation: no supply comes on
+  link.SetProgrammingVoltage(kFalse, 18, false);  // the first operation: no supply comes on
   for (const uint8_t byte : first->Writes()) EXPECT_EQ(byte & 0x3C, 0x3C);
 
   ASSERT_TRUE(link.SetVddLevel(5.2F).ok());

@@ -60,7 +60,10 @@ DeviceDescriptor TestDevice(const std::string& name) {
   const auto found = kDevices.find(name.substr(0, colon));
   if (found == kDevices.end()) throw std::invalid_argument("no test device " + name);
   DeviceDescriptor device = found->second();
-  if (colon != std::string::npos && name.substr(colon) == ":map21") device.fuseMap = 21;
+  if (colon != std::string::npos && name.substr(colon) == ":map21") {
+    device.fuseMap = kBandgapFuseMap;
+    ApplyPartRules(device);
+  }
   return device;
 }
 

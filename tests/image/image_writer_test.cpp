@@ -57,7 +57,7 @@ TEST(SaveImageFile, DataSectionGoesWithItsPartsOnly) {
   for (const auto& [name, section] : {std::pair{"16F628", true}, {"16F628A", false}, {"16F84", true},
                                       {"16F877", true}, {"16C84", true}, {"16C622", false}, {"12C508A", false},
                                       {"16F648A", false}}) {
-    const DeviceDescriptor device = test::MakeDevice({.name = name, .programSize = 0x3FF, .family = 1});
+    const DeviceDescriptor device = test::MakeDevice({.name = name, .programSize = 0x3FF, .family = Family::kFlash});
     int32_t end = 8;
     const auto text = FormatHexImage(8, end, device, test::Sample16F84(), SaveIdAnswer::kYes, FileFormat::kLegacy);
     const auto lines = test::SplitLines(text.value());

@@ -29,7 +29,7 @@ TEST(Config18Line, ShowsTheRegistersAWriteSets) {
   image.config18Bytes = {0x00, 0x22, 0x0C, 0x0E, 0x00, 0x01, 0x81, 0x00, 0x0F, 0xC0, 0x0F, 0xE0, 0x0F, 0x40};
   EXPECT_EQ(Config18Line(test::Pic18F452(), image),
             "1H=22 2L=0C 2H=0E 3H=01 4L=81 5L=0F 5H=C0 6L=0F 6H=E0 7L=0F 7H=40");
-  EXPECT_EQ(Config18Line(test::MakeDevice({.name = "18F458", .programSize = 0x3FFF, .family = 7}), image),
+  EXPECT_EQ(Config18Line(test::MakeDevice({.name = "18F458", .programSize = 0x3FFF, .family = Family::kPic18}), image),
             "1H=22 2L=0C 2H=0E 4L=81 5L=0F 5H=C0 6L=0F 6H=E0 7L=0F 7H=40");
   EXPECT_EQ(Config18Line(test::Pic16F84(), image), "");
 }

@@ -60,7 +60,7 @@ std::string Changes(const MemoryImage& before, const MemoryImage& after) {
 
 std::string Apply(const Args& a) {
   const SerialState state = State(a);
-  const auto family = static_cast<int16_t>(std::stoi(a.at(0).substr(7)));
+  const auto family = static_cast<Family>(std::stoi(a.at(0).substr(7)));
   MemoryImage image;
   std::fill(image.programBuffer.begin(), image.programBuffer.end(), 0x5555);
   const MemoryImage before = image;

@@ -31,7 +31,7 @@ constexpr uint64_t kFactorySeed = 7;
 std::vector<std::string> CataloguePics() {
   std::vector<std::string> names;
   for (const DeviceDescriptor& d : test::ShippedCatalogue()) {
-    if (d.family != family::kFuture && d.family != family::kSerialEeprom) names.push_back(d.name);
+    if (d.family != Family::kFuture && d.family != Family::kSerialEeprom) names.push_back(d.name);
   }
   return names;
 }
@@ -69,7 +69,7 @@ bool IsFactoryCell(const sim::ChipInfo& info, const DeviceDescriptor& d, int32_t
 // step that did not end well, or "" when all did.
 std::string EveryStep(test::SimApp& sim) {
   AppState& state = sim.state();
-  const bool flash = IsFlash14(state.device.family) || state.device.family == family::kPic18;
+  const bool flash = state.device.traits().flash14 || state.device.core() == Core::kPic18;
   FillImage(state);
   test::RecordingUi& ui = sim.ui;
   const auto said = [&ui](const char* step) {
@@ -91,7 +91,7 @@ std::string EveryStep(test::SimApp& sim) {
   read.configWord = 0;
   if (!cmdRead(state, ui, read_mode::kFull).ok()) return said("read");
   const int32_t last = d.oscList == 2 || d.oscList == 3 || d.oscList == 7 ? d.programSize - 1 : WordBound(d);
-  const int mask = d.family == family::kPic18 ? 0xFFFF : 0x3FFF;
+  const int mask = d.family == Family::kPic18 ? 0xFFFF : 0x3FFF;
   for (size_t i = 0; i <= static_cast<size_t>(last); ++i) {
     if ((read.programBuffer[i] & mask) != (written.programBuffer[i] & mask)) return "read at " + std::to_string(i);
   }
@@ -101,7 +101,7 @@ std::string EveryStep(test::SimApp& sim) {
   for (size_t k = 0; k < 4; ++k) {
     if (read.idWords[k] != written.idWords[k]) return "read ID " + std::to_string(k);
   }
-  if (d.family != family::kPic18) {  // the 18F bytes have their own test
+  if (d.family != Family::kPic18) {  // the 18F bytes have their own test
     const int config = ConfigCompareMask(d);
     if ((read.configWord & config) != (written.configWord & config)) return "read configuration";
   }
@@ -123,14 +123,14 @@ TEST_P(EveryPic, ErasesChecksWritesVerifiesAndReadsOnAFreePort) {
   const DeviceDescriptor& d = sim.state().device;
   const MemoryImage& image = sim.state().image;
   const sim::ChipState& chip = sim.chip();
-  const int mask = d.family == family::kPic18 ? 0xFFFF : 0x3FFF;
+  const int mask = d.family == Family::kPic18 ? 0xFFFF : 0x3FFF;
   for (int32_t i = 0; i < info.programWords; ++i) {
     const auto at = static_cast<size_t>(i);
     const int expected = IsFactoryCell(info, d, i) ? factory.program[at] : image.programBuffer[at] & mask;
     ASSERT_EQ(chip.program[at], expected) << AddressText(i);
   }
   for (size_t j = 0; j < chip.data.size(); ++j) ASSERT_EQ(chip.data[j], image.dataBuffer[j] & 0xFF) << "data " << j;
-  if (d.family != family::kPic18) {
+  if (d.family != Family::kPic18) {
     const int config = ConfigCompareMask(d);
     EXPECT_EQ(chip.config & config, image.configWord & config);
   }

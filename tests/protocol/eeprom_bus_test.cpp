@@ -78,11 +78,10 @@ TEST(EepromBus, EachExchangePutsTheseBytesOnTheBus) {
     int result;
     const char* bus;
   };
-  const EepromTarget c02{.name = "24C02", .size = 0xFF};
+  const EepromTarget c02{.size = 0xFF};
   for (const Exchange& c : std::initializer_list<Exchange>{
-           {"names compare case by case", {"24c04", 0x1FF}, WriteByte(0x0123, 0x5A), 0, "S A8 23 5A P"},
            {"no block bits below 24C04", c02, WriteByte(0x1FF, 0x66), 0, "S A8 FF 66 P"},
-           {"every part has an upper half", {"24LC512", 0xFFFF}, WriteByte(0x8001, 0x88), 0, "S A8 00 01 88 P"},
+           {"every part has an upper half", {EepromControl::kPinsHigh, 0xFFFF}, WriteByte(0x8001, 0x88), 0, "S A8 00 01 88 P"},
            {"sequential read acknowledges all but the last byte", c02,
             [](EepromBus& b) {
               int ack = 1;
@@ -95,8 +94,9 @@ TEST(EepromBus, EachExchangePutsTheseBytesOnTheBus) {
               return 0;
             },
             0, "9F"},
-           {"the poll leaves out the 24C16's block bits", {"24C16", 0xFFFF}, Poll(0x700), 0, "S A8 P"},
-           {"the poll of an upper half", {"AT24C256", 0xFFFF}, Poll(0x8000), 0, "S A8 P"},
+           {"the poll leaves out the 24C16's block bits", {EepromControl::kBlockBitsPinsLow, 0xFFFF}, Poll(0x700), 0,
+            "S A8 P"},
+           {"the poll of an upper half", {EepromControl::kPinsLow, 0xFFFF}, Poll(0x8000), 0, "S A8 P"},
        }) {
     RecordedLink rl;
     rl.port->SetIdleStatus(0x00);

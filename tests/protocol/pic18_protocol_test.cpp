@@ -20,7 +20,7 @@ using test::FallingEdgeBits;
 
 struct Fixture {
   test::RecordedLink rl;
-  SerialProtocol serial{rl.link, {.name = "18F452", .family = 7, .pinCount = 40, .timing = TimingClass::kPic18}};
+  SerialProtocol serial{rl.link, {.pinCount = 40, .timing = TimingClass::kPic18}};
   Pic18Protocol p18{serial};
 };
 

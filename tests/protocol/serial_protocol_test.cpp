@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "ops/frame.h"
+#include "support/devices.h"
 #include "support/line_trace.h"
 #include "support/recorded_link.h"
 
@@ -17,8 +19,13 @@ namespace {
 using test::FallingEdgeBits;
 using test::RecordedLink;
 
-ProtocolTarget Target(const char* name = "16F84", int family = 1, int pins = 18, bool pairFlag = false) {
-  return {.name = name, .family = family, .pairFlag = pairFlag, .pinCount = pins};
+// The target the operations would build for the part, its name rules included.
+ProtocolTarget Target(const char* name = "16F84", Family family = Family::kFlash, int pins = 18, bool pairFlag = false) {
+  DeviceDescriptor device = test::MakeDevice({.name = name, .family = family});
+  device.pinCount = static_cast<int16_t>(pins);
+  device.pairFlag = pairFlag;
+  ApplyPartRules(device);
+  return TargetOf(device, LengthenedWait);
 }
 
 // A part with check bits gets them before program and configuration words
@@ -36,7 +43,7 @@ TEST(Transfers, CheckBitsGoWithProgramAndConfigurationWordsOnly) {
   };
   for (auto [run, expected] : cases) {
     RecordedLink r;
-    SerialProtocol p(r.link, Target("16F84", 1, 18, /*pairFlag=*/true));
+    SerialProtocol p(r.link, Target("16F84", Family::kFlash, 18, /*pairFlag=*/true));
     run(p);
     const auto writes = r.TakeWrites();
     std::string bits;
@@ -80,13 +87,12 @@ TEST(EnterProgrammingMode, SettleWaitsByPartAndVppFirstParts) {
   EXPECT_EQ(f84.vppOnNs - f84.vddOnNs, 100'000'000);
   EXPECT_EQ(f84.endNs - f84.vppOnNs, 100'000'000);
   // "At once": only the few microseconds a Vdd-first entry lets the supply settle.
-  for (const ProtocolTarget& t : {Target("16C558", 2), Target("12F675", 1, 8)}) {
-    const EntryTimes at = TimeEntry(t);
-    EXPECT_GE(at.vppOnNs - at.vddOnNs, IcspTiming().vddBeforeVppNs) << t.name;
-    EXPECT_LT(at.vppOnNs - at.vddOnNs, 10'000) << t.name;
+  for (const char* part : {"16C558", "12C508A"}) {
+    const EntryTimes at = TimeEntry(Target(part, Family::kEprom, part[1] == '6' ? 18 : 8));
+    EXPECT_GE(at.vppOnNs - at.vddOnNs, IcspTiming().vddBeforeVppNs) << part;
+    EXPECT_LT(at.vppOnNs - at.vddOnNs, 10'000) << part;
   }
-  ProtocolTarget first = Target("16F628A");
-  first.vppFirst = true;
+  const ProtocolTarget first = Target("16F628A");
   const EntryTimes vppFirst = TimeEntry(first);
   EXPECT_GE(vppFirst.vddOnNs - vppFirst.vppOnNs, IcspTiming().vppBeforeVddNs);
 }

@@ -92,7 +92,7 @@ TEST(Eeprom24, SigrokDecodesAWriteAPollAndARead) {
     link.SetDataLine(kTrue);
     link.SetClockLine(kTrue);
     link.SetVdd("on");
-    EepromBus bus(link, {.name = "24C04", .size = 0x1FF});
+    EepromBus bus(link, {.control = EepromControl::kBlockBitsPinsHigh, .size = 0x1FF});
     ASSERT_EQ(bus.EepromWriteByte(0x0123, 0x5A), 0);
     bus.BusStart();
     ASSERT_EQ(bus.BusWriteByte(0xA8), 1);

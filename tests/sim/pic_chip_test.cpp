@@ -45,7 +45,7 @@ TEST(ModeEntry, FollowsEachPartsOrder) {
       switch (step) {
         case 'H': s.p.EnterProgrammingMode(); break;
         case 'D': s.link.SetVdd("on"); break;
-        case 'V': s.link.SetProgrammingVoltage(kTrue, chip, s.info().pins); break;
+        case 'V': s.link.SetProgrammingVoltage(kTrue, s.info().pins, chip == "14000"); break;
         case '1': s.link.SetVpp1(kTrue); break;
         case '2': s.link.SetVpp2(kTrue); break;
         case 'd': s.link.SetDataLine(kTrue); break;

@@ -14,6 +14,7 @@ DeviceDescriptor MakeDevice(const DeviceFields& fields) {
   device.family = fields.family;
   device.dataBytes = fields.dataBytes;
   device.fuseMap = fields.fuseMap;
+  ApplyPartRules(device);
   return device;
 }
 

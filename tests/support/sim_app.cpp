@@ -73,18 +73,18 @@ sim::ChipState PatternedChip(const std::string& chipName) {
 void PatternImage(AppState& state) {
   const DeviceDescriptor& d = state.device;
   MemoryImage& image = state.image;
-  const int blank = d.family == family::kPic18 ? 0xFFFF : d.family == family::kCore12 ? 0xFFF : 0x3FFF;
+  const int blank = d.family == Family::kPic18 ? 0xFFFF : d.family == Family::kCore12 ? 0xFFF : 0x3FFF;
   for (int32_t i = 0; i <= d.programSize; ++i) {
     image.programBuffer[static_cast<size_t>(i)] = static_cast<int32_t>((i * 37 + 5) % blank);
   }
   for (size_t j = 0; j < static_cast<size_t>(d.dataBytes); ++j) {
     image.dataBuffer[j] = static_cast<int16_t>((j * 11 + 1) % 0xFF);
   }
-  const int idMask = d.family == family::kCore12 ? 0xF : 0x3FFF;
+  const int idMask = d.family == Family::kCore12 ? 0xF : 0x3FFF;
   image.idWords = {0x1234 & idMask, 0x0567 & idMask, 0x0009 & idMask, 0x2ABC & idMask, 0};
   // All ones but the watchdog and the oscillator's low bit: no protection bit cleared.
   image.configWord = blank & ~0x5;
-  if (d.family == family::kPic18) {
+  if (d.family == Family::kPic18) {
     image.config18Bytes = {0x00, 0xE2, 0x0E, 0x09, 0x00, 0x00, 0x81, 0x00, 0x0F, 0xC0, 0x0F, 0xE0, 0xFF, 0xFF};
   }
 }
@@ -114,9 +114,10 @@ SimApp::SimApp(sim::ChipState chip, const std::string& deviceName, bool realCloc
   if (deviceName == "16F72") {
     app->device.name = deviceName;
     app->device.programSize = 2047;
-    app->device.family = 6;
+    app->device.family = Family::kFlashPairs;
     app->device.pinCount = 28;
     app->device.oscList = 1;
+    ApplyPartRules(app->device);
   } else if (!deviceName.empty()) {
     auto view = SelectDevice(paths.Catalogue(), deviceName, app->device, app->image, false);
     if (!view) {

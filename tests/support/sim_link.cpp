@@ -5,6 +5,7 @@
 
 #include "device/part_facts.h"
 #include "hw/delay.h"
+#include "ops/frame.h"
 
 namespace quorvi::test {
 
@@ -26,12 +27,14 @@ sim::ChipState BlankOf(const std::string& name) {
   return sim::BlankState(*info.value());
 }
 
-// The host's own facts for the part: its timing class, entry order and bus speed.
-PartFacts HostFacts(const sim::ChipInfo& info) {
+// The host's own view of the part: its family, rules and facts.
+DeviceDescriptor HostDevice(const sim::ChipInfo& info) {
   DeviceDescriptor device;
   device.name = std::string(info.name);
-  device.family = static_cast<int16_t>(FamilyOf(info));
-  return FactsFor(device);
+  device.family = static_cast<Family>(FamilyOf(info));
+  device.pinCount = static_cast<int16_t>(info.pins);
+  ApplyPartRules(device);
+  return device;
 }
 
 // Enters programming mode afresh and steps the counter to a socket address;
@@ -56,14 +59,9 @@ SimLink::SimLink(sim::ChipState state, int64_t portAccessNs)
     : clock(portAccessNs),
       board(nullptr),
       link(MakeBoardFor(clock, state, board), clock),
-      p(link, {.name = state.chip,
-               .family = FamilyOf(info()),
-               .pinCount = info().pins,
-               .timing = HostFacts(info()).timing,
-               .vppFirst = HostFacts(info()).vppFirst,
-               .plan = [this](float requestedMs, const MinimumWait& minimum) {
-                 return shortWaits ? minimum.ms / 2 : LengthenedWait(requestedMs, minimum);
-               }}) {}
+      p(link, TargetOf(HostDevice(info()), [this](float requestedMs, const MinimumWait& minimum) {
+          return shortWaits ? minimum.ms / 2 : LengthenedWait(requestedMs, minimum);
+        })) {}
 
 SimLink::SimLink(const std::string& chipName, int64_t portAccessNs) : SimLink(BlankOf(chipName), portAccessNs) {}
 
@@ -79,7 +77,8 @@ void SimLink::PowerBus() {
 }
 
 EepromTarget SimLink::BusTarget() {
-  return {.name = std::string(info().name), .size = info().programWords - 1, .speed = HostFacts(info()).bus};
+  const DeviceDescriptor host = HostDevice(info());
+  return {.control = host.rules.eepromControl, .size = info().programWords - 1, .speed = FactsFor(host).bus};
 }
 
 std::string SimLink::Problems() const {
