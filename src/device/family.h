@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The chip families: what each does differently, in one table. A catalogue
-// code becomes a `Family` where the catalogue is read; nothing else looks at
-// the number. Adding a family is one row here, its chip model and its
-// catalogue entries.
+// The chip families and the facts of each, in one table. A catalogue code
+// becomes a `Family` where the catalogue is read; nothing else looks at the
+// number. What a family does on the wires is its file under ops/, chosen by
+// the registry there.
 #pragma once
 
 #include <cstdint>
@@ -31,41 +31,6 @@ constexpr int FamilyCode(Family family) { return static_cast<int>(family); }
 
 enum class Core { k12Bit, k14Bit, kPic18, kSerialEeprom };
 
-/// How the write goes through program memory.
-enum class ProgramLoop {
-  kOtp,          // pulses until the word reads back, then over-programming
-  kWordByWord,   // one erase-and-program cycle per word
-  kPairs,        // two words loaded, one cycle
-  kLatchBlocks,  // four latches, one program-only cycle per block
-  kPic18,        // eight-byte panel writes
-  kSerialEeprom, // page writes on the two-wire bus
-};
-
-/// How one program or ID word is programmed.
-enum class WordProgramming { kOtpPulses, kEraseProgramLong, kEraseProgramMedium, kProgramOnly };
-
-/// How an erase clears the chip.
-enum class EraseMethod {
-  kBulkWithCodeProtect,  // bulk erase program and data, then the code-protect erase paths
-  kBulkProgram,          // bulk erase of program memory only
-  kChipErase,            // one Chip Erase command
-  kPic18,
-  kSerialEeprom,
-};
-
-/// How the configuration word is written.
-enum class ConfigWrite {
-  kOtpPulses,
-  kSelfTimed,                  // Begin Programming, internally timed
-  kSelfTimedKeepingBandgap,    // the same, with the factory band-gap bits put back
-  kExternalKeepingBandgap,     // Begin Programming, externally timed, End Programming
-  kProgramOnly,                // Begin Programming Only ... End Programming
-  kPic18,                      // configuration bytes of their own
-};
-
-/// How the 14-bit data EEPROM is written, if the write loop writes it.
-enum class DataWrite { kNone, kSelfTimed, kProgramOnly };
-
 /// A family's row; the defaults are those of a 14-bit one-time-programmable part.
 struct FamilyTraits {
   Family family = Family::kEprom;
@@ -75,14 +40,11 @@ struct FamilyTraits {
   bool erasable = false;
   /// A 14-bit flash part: the write may erase first; the "turbo" option is for the others.
   bool flash14 = false;
-  ProgramLoop programLoop = ProgramLoop::kOtp;
-  WordProgramming wordProgramming = WordProgramming::kOtpPulses;
   /// Program and ID words are cycled with Begin Programming Only ... End
   /// Programming (the 16F87xA, DS39589), whatever pulse the loop asks for.
   bool programOnlyCycles = false;
-  EraseMethod erase = EraseMethod::kBulkWithCodeProtect;
-  ConfigWrite configWrite = ConfigWrite::kOtpPulses;
-  DataWrite dataWrite = DataWrite::kNone;
+  /// The window lists its data EEPROM (the 14-bit flash parts that have one).
+  bool dataListShown = false;
   /// The waits of a part the part table does not know: the family's longest.
   TimingClass fallbackTiming = TimingClass::kEprom14;
   /// An erased program-memory word.

@@ -99,7 +99,7 @@ Result<SelectionView> SelectDevice(const std::string& cataloguePath, std::string
 
   if (chosen.rules.showsRevisionCaption) view.calibrationText = " R=";
   view.cmdFillVisible = family.erasable;
-  view.dataListVisible = family.dataWrite != DataWrite::kNone;
+  view.dataListVisible = family.dataListShown;
 
   for (const FrameRule& rule : kFrameRules) {
     int16_t mask = FuseMask(chosen, rule.fuse);

@@ -4,6 +4,7 @@
 #include <optional>
 #include <vector>
 
+#include "ops/chip_family.h"
 #include "ops/chip_id.h"
 #include "ops/config_write.h"
 #include "ops/op_texts.h"
@@ -14,65 +15,9 @@ namespace quorvi {
 
 namespace {
 
-constexpr int kBandgapBits = 0x3000;
-constexpr int kBandgapConfigValue = 0x01FF;
-constexpr int kAllOnes14 = 0x3FFF;
 constexpr int kErased18 = 0xFFFF;
 constexpr int32_t kBlankProgressStep = 100;
 constexpr float kNominalVolts = 5.0F;
-constexpr float kPowerOffMs = 250.0F;
-
-// The code-protection erase of data memory.
-void CodeProtectEraseData(OperationFrame& frame) {
-  SerialProtocol& protocol = frame.protocol();
-  protocol.LoadDataMemory(kAllOnes14);
-  protocol.SendCommand(cmd::kEraseSetup1);
-  protocol.SendCommand(cmd::kEraseSetup2);
-  protocol.SendCommand(cmd::kBeginProgramming);
-  protocol.WaitAtLeast(20.0F, protocol.timing().protectErase);
-  protocol.SendCommand(cmd::kEraseSetup1);
-  protocol.SendCommand(cmd::kEraseSetup2);
-  frame.Wait(20.0F);
-}
-
-// Parts whose last word and configuration bits 13:12 hold factory values:
-// save both, erase, then put them back.
-void EraseKeepingCalibration(OperationFrame& frame, bool blankCalibration) {
-  AppState& state = frame.state();
-  SerialProtocol& protocol = frame.protocol();
-  const DeviceDescriptor& device = state.device;
-  const int32_t n = device.programSize;
-
-  for (int32_t i = 0; i < n; ++i) protocol.IncrementAddress();
-  state.savedCalibration = static_cast<int16_t>(protocol.ReadProgramWord());
-  protocol.GoToConfigurationWord(0);
-  state.savedBandgap = static_cast<int16_t>(protocol.ReadProgramWord() & kBandgapBits);
-
-  protocol.LoadConfiguration(kAllOnes14);
-  protocol.SendCommand(cmd::kBulkEraseProgram);
-  protocol.WaitAtLeast(10.0F, protocol.timing().bulkErase);
-  protocol.SendCommand(cmd::kBulkEraseData);
-  protocol.WaitAtLeast(10.0F, protocol.timing().bulkErase);
-
-  // A fresh entry into programming mode resets the address counter to 0.
-  // Vpp goes first and comes back with the part's entry order and settle
-  // time (DS41191: Vpp before Vdd, 5 us before the first command).
-  frame.PowerDown();
-  frame.Wait(kPowerOffMs);
-  PowerUpPlan reentry;
-  reentry.dataLowAfterVpp = false;
-  frame.PowerUp(reentry);
-
-  for (int32_t i = 0; i < n; ++i) protocol.IncrementAddress();
-  ProgramWord(protocol, PulseMode::kLong, blankCalibration ? kAllOnes14 : state.savedCalibration);
-
-  // Only the saved band-gap bits are set, whatever the image holds.
-  const int32_t imageConfig = state.image.configWord;
-  state.image.configWord = kBandgapConfigValue;
-  WriteConfiguration(frame);
-  state.image.configWord = imageConfig;
-  frame.ui().HideProgress();
-}
 
 }  // namespace
 
@@ -151,29 +96,7 @@ OpResult cmdFill(AppState& state, UiHost& ui, bool blankCalibration, bool checkC
   frame.Begin(op_text::kErasing);
   frame.PowerUp(ErasePlan(state));
 
-  SerialProtocol& protocol = frame.protocol();
-  const DeviceDescriptor& device = state.device;
-  const EraseMethod method = device.traits().erase;
-  if (method == EraseMethod::kPic18) {
-    Pic18Protocol(protocol).BulkErase();
-  } else if (device.rules.bandgap) {
-    EraseKeepingCalibration(frame, blankCalibration);
-  } else if (method == EraseMethod::kChipErase) {
-    protocol.LoadConfiguration(0);
-    protocol.SendCommand(cmd::kChipErase);
-    protocol.WaitAtLeast(5.0F, protocol.timing().chipErase);
-  } else if (method == EraseMethod::kBulkProgram) {
-    protocol.SendCommand(cmd::kBulkEraseProgram);
-    protocol.WaitAtLeast(40.0F, protocol.timing().bulkErase);
-  } else {
-    protocol.LoadConfiguration(0);
-    protocol.SendCommand(cmd::kBulkEraseProgram);
-    protocol.WaitAtLeast(40.0F, protocol.timing().bulkErase);
-    protocol.SendCommand(cmd::kBulkEraseData);
-    protocol.WaitAtLeast(40.0F, protocol.timing().bulkErase);
-    protocol.CodeProtectEraseConfigPath();
-    CodeProtectEraseData(frame);
-  }
+  FamilyOf(state.device).Erase(frame, blankCalibration);
 
   frame.PowerDown();
   frame.End();

@@ -7,6 +7,7 @@
 
 #include "ops/config_write.h"
 #include "ops/op_texts.h"
+#include "ops/chip_family.h"
 #include "ops/pic18_config_bytes.h"
 #include "ops/serial_eeprom_handover.h"
 #include "protocol/pic18_protocol.h"
@@ -238,8 +239,8 @@ OpResult cmdCompare(AppState& state, UiHost& ui) {
   }
   ui.ShowStatus(op_text::kComparing);
   ui.SetStatusBar("");
-  const bool pic18 = state.device.core() == Core::kPic18;
-  const auto programPass = pic18 ? CompareProgramPass18 : CompareProgramPass;
+  const ChipFamily& family = FamilyOf(state.device);
+  const auto programPass = [&family](OperationFrame& f, VddLevel level) { return family.ComparePass(f, level); };
 
   bool failed = false;
   const auto run = [&](OpOutcome outcome) {

@@ -5,6 +5,7 @@
 
 #include "device/part_facts.h"
 #include "hw/delay.h"
+#include "ops/chip_family.h"
 #include "ops/chip_id.h"
 #include "ops/op_texts.h"
 #include "ops/pic18_config_bytes.h"
@@ -15,33 +16,16 @@ namespace {
 
 constexpr int16_t kCycleLimit = 26;
 constexpr int16_t kCore12CycleLimit = 8;
-constexpr int kOtpRounds = 100;
 constexpr float kPowerOffMs = 250.0F;
 constexpr float kInternalCycleMs = 10.0F;
 constexpr float kExternalCycleMs = 1.0F;
-constexpr int kIdleConfigLatch = 0x3FFF;
 
-bool OtpSequence(OperationFrame& frame) {
-  SerialProtocol& protocol = frame.protocol();
-  const MemoryImage& image = frame.state().image;
-  const int mask = ConfigCompareMask(frame.device());
-  if (!frame.is12Bit()) protocol.GoToConfigurationWord(image.idWords[0]);
-  protocol.LoadProgramData(image.configWord);
-  protocol.LoadProgramData(image.configWord);
-  // The first round programs the word; each later one adds at least one pulse.
-  for (int round = 0; round < kOtpRounds; ++round) {
-    if (ProgramWord(protocol, PulseMode::kShort, image.configWord, mask) > kMaxProgramCycles) return false;
-  }
-  return true;
-}
+}  // namespace
 
-// True when the word at the counter reads back as `expected` in the bits the part implements.
-bool ReadsBack(OperationFrame& frame, int expected) {
+bool ConfigReadsBack(OperationFrame& frame, int expected) {
   const int mask = ConfigCompareMask(frame.device());
   return (frame.protocol().ReadProgramWord() & mask) == (expected & mask);
 }
-
-}  // namespace
 
 int ConfigCompareMask(const DeviceDescriptor& device) { return FactsFor(device).configMask; }
 
@@ -79,56 +63,13 @@ int16_t ProgramWord(SerialProtocol& protocol, PulseMode mode, int word, int mask
 bool WriteConfiguration(OperationFrame& frame) {
   AppState& state = frame.state();
   UiHost& ui = frame.ui();
-  SerialProtocol& protocol = frame.protocol();
   ui.ShowProgress(0.0);
   ui.ShowStatus(op_text::kWritingFuses);
   state.link.SetDataLine(kFalse);
   frame.PowerDown();
   frame.Wait(kPowerOffMs);
   frame.PowerUp(ConfigWritePlan());
-
-  const int configWord = state.image.configWord;
-  const bool bandgapPart = state.device.rules.bandgap;
-  const ProgrammingTiming& timing = protocol.timing();
-  switch (state.device.traits().configWrite) {
-    case ConfigWrite::kSelfTimed: {
-      protocol.GoToConfigurationWord(kIdleConfigLatch);
-      protocol.LoadProgramData(configWord);
-      protocol.BeginProgramming();
-      protocol.WaitAtLeast(kInternalCycleMs, timing.program);
-      return ReadsBack(frame, configWord);
-    }
-    case ConfigWrite::kSelfTimedKeepingBandgap:
-    case ConfigWrite::kExternalKeepingBandgap: {
-      protocol.GoToConfigurationWord(kIdleConfigLatch);
-      protocol.LoadProgramData(bandgapPart ? (configWord | state.savedBandgap) : configWord);
-      protocol.BeginProgramming();
-      if (state.device.traits().configWrite == ConfigWrite::kSelfTimedKeepingBandgap) {
-        protocol.WaitAtLeast(kInternalCycleMs, timing.program);
-      } else {
-        protocol.WaitAtLeast(kExternalCycleMs, timing.programOnly);
-        protocol.EndProgramming();
-      }
-      // The band-gap bits are the factory's and outside the compared mask.
-      return ReadsBack(frame, configWord);
-    }
-    case ConfigWrite::kProgramOnly: {
-      protocol.GoToConfigurationWord(kIdleConfigLatch);
-      protocol.LoadProgramData(configWord);
-      protocol.SendCommand(cmd::kBeginProgrammingOnly);
-      protocol.WaitAtLeast(kExternalCycleMs, timing.programOnly);
-      protocol.SendCommand(cmd::kEndProgramming2);
-      // No EPROM pulses after it: DS39603 knows no End Programming 001110,
-      // so each would clock into a self-timed cycle and could spoil the word.
-      return ReadsBack(frame, configWord);
-    }
-    case ConfigWrite::kPic18: {
-      Pic18Protocol pic18(protocol);
-      return WriteConfigBytes18(pic18, state.device, state.image);
-    }
-    case ConfigWrite::kOtpPulses: break;
-  }
-  return OtpSequence(frame);
+  return FamilyOf(state.device).WriteConfiguration(frame);
 }
 
 OpResult cmdWriteFuse(AppState& state, UiHost& ui) {

@@ -29,6 +29,9 @@ int16_t ProgramWord(SerialProtocol& protocol, PulseMode mode, int word, int mask
 /// implements (the others read back as the silicon chooses).
 int ConfigCompareMask(const DeviceDescriptor& device);
 
+/// True when the word at the counter reads back as `expected` in the bits the part implements.
+bool ConfigReadsBack(OperationFrame& frame, int expected);
+
 /// Powers the target up afresh and programs the configuration word of the
 /// image by the family's sequence; true when it was taken. Leaves the target
 /// powered: the caller powers down.

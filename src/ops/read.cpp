@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "ops/chip_family.h"
 #include "ops/chip_id.h"
 #include "ops/op_texts.h"
 #include "ops/write.h"
@@ -18,6 +19,8 @@ namespace {
 constexpr int kRevisionMask = 0x1F;
 constexpr int kBandgapReadMask = 0x01FF;
 constexpr int kIdWords = 4;
+
+}  // namespace
 
 // The program read leaves programming mode: the ID, configuration (table
 // reads) and data EEPROM (EECON1) reads need it entered again (DS39576,
@@ -56,14 +59,11 @@ OpResult Read18F(OperationFrame& frame, int16_t readMode, OpResult result) {
   return result;
 }
 
-}  // namespace
-
 std::string CalibrationText(int32_t word) { return op_text::kCalibrationPrefix + PadLeft(HexText(word), 2); }
 
 OpResult cmdRead(AppState& state, UiHost& ui, int16_t readMode) {
   OperationFrame frame(state, ui);
   const DeviceDescriptor& device = state.device;
-  const int32_t n = device.programSize;
   if (!frame.CheckDevice({op_text::kSelectProcessorFirst, title::kQuorviError, MessageIcon::kExclamation})) {
     return frame.Finish(OpOutcome::kNoDevice);
   }
@@ -77,13 +77,18 @@ OpResult cmdRead(AppState& state, UiHost& ui, int16_t readMode) {
   // An empty socket reads as all ones (or zeros): the ID says so before the image is overwritten.
   if (std::optional<OpResult> stopped = StopForChipIdentity(frame, ReadPlan())) return *stopped;
   frame.PowerUp(ReadPlan());
-  SerialProtocol& protocol = frame.protocol();
-  MemoryImage& image = state.image;
   OpResult result;
   result.refreshConfig = true;
   result.refreshProgramListing = true;
-  if (device.core() == Core::kPic18) return Read18F(frame, readMode, result);
+  return FamilyOf(device).Read(frame, readMode, result);
+}
 
+OpResult ReadPic(OperationFrame& frame, int16_t readMode, OpResult result) {
+  AppState& state = frame.state();
+  const DeviceDescriptor& device = state.device;
+  const int32_t n = device.programSize;
+  SerialProtocol& protocol = frame.protocol();
+  MemoryImage& image = state.image;
   if (readMode != read_mode::kConfigurationOnly) {
     if (frame.is12Bit()) {
       // The 12-bit counter starts on the configuration word, before address 0.

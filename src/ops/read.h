@@ -17,6 +17,11 @@ inline constexpr int16_t kFullUnmasked = 2;    // any other value: everything, n
 /// Copies the chip in the socket into the image ("Read").
 OpResult cmdRead(AppState& state, UiHost& ui, int16_t readMode);
 
+/// The reads after the chip is powered up: a 12- or 14-bit core's, and the
+/// 18F's. Each powers down and finishes the frame.
+OpResult ReadPic(OperationFrame& frame, int16_t readMode, OpResult result);
+OpResult Read18F(OperationFrame& frame, int16_t readMode, OpResult result);
+
 /// The calibration text of `txtCal`: " C=" and the word in hex, two digits at least.
 std::string CalibrationText(int32_t word);
 
