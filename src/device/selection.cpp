@@ -9,28 +9,23 @@ namespace quorvi {
 
 namespace {
 
-struct FrameRule {
-  const char* frame;
-  const char* fuse;
-  int step;
-};
-
 // The order, the fuse each frame is tested by, and how far it moves the
 // next one down. frameCP0 is tested by "WDTE" and frameDebug by "BKD", as
-// the window always did.
-constexpr std::array<FrameRule, 12> kFrameRules{{
-    {"frameWDTE", "WDTE", 320},
-    {"framePWRTE", "PWRTE", 320},
-    {"frameMCLRE", "MCLRE", 320},
-    {"frameCP0", "WDTE", 320},
-    {"frameCP1", "CP1", 320},
-    {"frameBoden", "BODEN", 320},
-    {"frameBodenV", "BORV0", 320},
-    {"frameMPEEN", "MPEEN", 320},
-    {"frameDebug", "BKD", 330},
-    {"frameWRT", "WRT", 340},
-    {"frameCPD", "CPD", 320},
-    {"frameLVP", "LVP", 320},
+// the window always did. The buttons' names are those ApplyFuseButton takes.
+constexpr std::array<FuseFrame, 12> kFuseFrames{{
+    {"frameWDTE", "Watchdog", "WDTE", 320, {{{"WDT_ON", "ON"}, {"WDT_OFF", "OFF"}}}},
+    {"framePWRTE", "Power-up timer", "PWRTE", 320, {{{"PWRTE_ON", "ON"}, {"PWRTE_OFF", "OFF"}}}},
+    {"frameMCLRE", "MCLR", "MCLRE", 320, {{{"MCLRE_EXT", "External"}, {"MCLRE_INT", "Internal"}}}},
+    {"frameCP0", "Code protection", "WDTE", 320, {{{"CP0_ON", "ON"}, {"CP0_OFF", "OFF"}}}},
+    {"frameCP1", "Code protection 1", "CP1", 320, {{{"CP1_ON", "ON"}, {"CP1_OFF", "OFF"}}}},
+    {"frameBoden", "Brown-out reset", "BODEN", 320, {{{"BODEN_ON", "ON"}, {"BODEN_OFF", "OFF"}}}},
+    {"frameBodenV", "Brown-out volts", "BORV0", 320,
+     {{{"op25", "2.5"}, {"op27", "2.7"}, {"op42", "4.2"}, {"op45", "4.5"}}}},
+    {"frameMPEEN", "Memory parity", "MPEEN", 320, {{{"MPEEN_ON", "ON"}, {"MPEEN_OFF", "OFF"}}}},
+    {"frameDebug", "Debugger", "BKD", 330, {{{"DEBUG_ON", "ON"}, {"DEBUG_OFF", "OFF"}}}},
+    {"frameWRT", "Write protection", "WRT", 340, {}},  // a list: cmbWRT
+    {"frameCPD", "Data protection", "CPD", 320, {{{"CPD_ON", "ON"}, {"CPD_OFF", "OFF"}}}},
+    {"frameLVP", "Low-voltage prog.", "LVP", 320, {{{"LVP_ON", "ON"}, {"LVP_OFF", "OFF"}}}},
 }};
 
 constexpr int kFramesTopWithOscillator = 1200;
@@ -48,6 +43,8 @@ std::optional<std::string> SocketPicture(const DeviceDescriptor& device) {
 }
 
 }  // namespace
+
+std::span<const FuseFrame> FuseFrames() { return kFuseFrames; }
 
 std::optional<int> DeviceListIndex(const std::vector<std::string>& entries, std::string_view current) {
   for (size_t i = 1; i < entries.size(); ++i) {
@@ -101,7 +98,7 @@ Result<SelectionView> SelectDevice(const std::string& cataloguePath, std::string
   view.cmdFillVisible = family.erasable;
   view.dataListVisible = family.dataListShown;
 
-  for (const FrameRule& rule : kFrameRules) {
+  for (const FuseFrame& rule : kFuseFrames) {
     int16_t mask = FuseMask(chosen, rule.fuse);
     if (std::string_view(rule.frame) == "frameWRT" && mask == 0) mask = FuseMask(chosen, "WRT1");
     FrameLayout frame{rule.frame, mask != 0, 0};

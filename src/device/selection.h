@@ -3,7 +3,9 @@
 // blank image. The window applies the description; every rule is here.
 #pragma once
 
+#include <array>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,6 +28,26 @@ struct FrameLayout {
   int top = 0;  // only meaningful when visible
   bool operator==(const FrameLayout&) const = default;
 };
+
+/// A button of a fuse frame: the name ApplyFuseButton takes and its caption.
+struct FuseFrameButton {
+  const char* name = nullptr;
+  const char* caption = nullptr;
+};
+
+/// A frame of fuse buttons in the window, in the window's order.
+struct FuseFrame {
+  const char* frame;
+  const char* caption;
+  /// The fuse whose mask shows the frame.
+  const char* fuse;
+  /// How far a shown frame moves the next one down.
+  int step;
+  /// Unused buttons have no name.
+  std::array<FuseFrameButton, 4> buttons;
+};
+
+std::span<const FuseFrame> FuseFrames();
 
 /// What the window shows for the selected device. Optional fields are left
 /// as they were when empty.

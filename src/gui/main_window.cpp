@@ -285,18 +285,18 @@ QWidget* MainWindow::BuildDevicePanel() {
   return box;
 }
 
-QFrame* MainWindow::AddFuseFrame(QWidget* area, const char* name, const char* caption,
-                                 std::initializer_list<std::pair<const char*, const char*>> buttons) {
+QFrame* MainWindow::AddFuseFrame(QWidget* area, const FuseFrame& fuseFrame) {
   auto* frame = new QFrame(area);
-  frame->setObjectName(name);
+  frame->setObjectName(fuseFrame.frame);
   frame->setFrameShape(QFrame::StyledPanel);
   auto* layout = new QHBoxLayout(frame);
   layout->setContentsMargins(4, 0, 4, 0);
-  auto* label = new QLabel(caption, frame);
+  auto* label = new QLabel(fuseFrame.caption, frame);
   label->setMinimumWidth(110);
   layout->addWidget(label);
   auto* group = new QButtonGroup(frame);
-  for (const auto& [buttonName, text] : buttons) {
+  for (const auto& [buttonName, text] : fuseFrame.buttons) {
+    if (buttonName == nullptr) break;
     auto* radio = new QRadioButton(text, frame);
     radio->setObjectName(buttonName);
     group->addButton(radio);
@@ -308,7 +308,7 @@ QFrame* MainWindow::AddFuseFrame(QWidget* area, const char* name, const char* ca
   layout->addStretch(1);
   frame->setGeometry(0, 0, 330, 320 / kTwipsPerPixel);
   frame->hide();
-  named_[name] = frame;
+  named_[fuseFrame.frame] = frame;
   return frame;
 }
 
@@ -349,25 +349,17 @@ QWidget* MainWindow::BuildFuseArea() {
   id->hide();
   named_["frameID"] = id;
 
-  AddFuseFrame(area, "frameWDTE", "Watchdog", {{"WDT_ON", "ON"}, {"WDT_OFF", "OFF"}});
-  AddFuseFrame(area, "framePWRTE", "Power-up timer", {{"PWRTE_ON", "ON"}, {"PWRTE_OFF", "OFF"}});
-  AddFuseFrame(area, "frameMCLRE", "MCLR", {{"MCLRE_EXT", "External"}, {"MCLRE_INT", "Internal"}});
-  AddFuseFrame(area, "frameCP0", "Code protection", {{"CP0_ON", "ON"}, {"CP0_OFF", "OFF"}});
-  AddFuseFrame(area, "frameCP1", "Code protection 1", {{"CP1_ON", "ON"}, {"CP1_OFF", "OFF"}});
-  AddFuseFrame(area, "frameBoden", "Brown-out reset", {{"BODEN_ON", "ON"}, {"BODEN_OFF", "OFF"}});
-  AddFuseFrame(area, "frameBodenV", "Brown-out volts",
-               {{"op25", "2.5"}, {"op27", "2.7"}, {"op42", "4.2"}, {"op45", "4.5"}});
-  AddFuseFrame(area, "frameMPEEN", "Memory parity", {{"MPEEN_ON", "ON"}, {"MPEEN_OFF", "OFF"}});
-  AddFuseFrame(area, "frameDebug", "Debugger", {{"DEBUG_ON", "ON"}, {"DEBUG_OFF", "OFF"}});
-  QFrame* wrt = AddFuseFrame(area, "frameWRT", "Write protection", {});
+  QFrame* wrt = nullptr;
+  for (const FuseFrame& fuseFrame : FuseFrames()) {
+    QFrame* frame = AddFuseFrame(area, fuseFrame);
+    if (std::string_view(fuseFrame.frame) == "frameWRT") wrt = frame;
+  }
   cmbWRT_ = new QComboBox(wrt);
   cmbWRT_->setObjectName("cmbWRT");
   wrt->layout()->addWidget(cmbWRT_);
   connect(cmbWRT_, &QComboBox::activated, this, [this](int) {
     Command([this] { FuseButtonClicked("cmbWRT:" + cmbWRT_->currentText().toStdString()); });
   });
-  AddFuseFrame(area, "frameCPD", "Data protection", {{"CPD_ON", "ON"}, {"CPD_OFF", "OFF"}});
-  AddFuseFrame(area, "frameLVP", "Low-voltage prog.", {{"LVP_ON", "ON"}, {"LVP_OFF", "OFF"}});
 
   frame18_ = new QLabel(area);
   frame18_->setObjectName("frame18");

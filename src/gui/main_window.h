@@ -72,8 +72,7 @@ class MainWindow final : public QMainWindow, public UiHost {
   void BuildCommands(QWidget* column);
   QWidget* BuildDevicePanel();
   QWidget* BuildFuseArea();
-  QFrame* AddFuseFrame(QWidget* area, const char* name, const char* caption,
-                       std::initializer_list<std::pair<const char*, const char*>> buttons);
+  QFrame* AddFuseFrame(QWidget* area, const FuseFrame& fuseFrame);
   QWidget* BuildOptions();
   /// Runs a command unless an operation is under way.
   void Command(const std::function<void()>& body);
