@@ -142,16 +142,39 @@ std::optional<WriteError> DataBytes(WriteJob& job, bool selfTimed) {
   return std::nullopt;
 }
 
-// The configuration word through a Begin Programming cycle; `keepBandgap`
-// puts the factory's band-gap bits saved by the erase back in.
-bool SelfTimedConfig(OperationFrame& frame, bool keepBandgap) {
+// The cycles that program a loaded configuration word.
+enum class ConfigCycle {
+  kSelfTimed,    // Begin Programming; the chip ends the cycle
+  kExternal,     // Begin Programming ... End Programming
+  kProgramOnly,  // Begin Programming Only ... End Programming (DS39603 knows no 001110)
+};
+
+// The configuration word in one cycle; `keepBandgap` puts the factory's
+// band-gap bits the erase saved back in. No EPROM pulses after it: on a
+// part without End Programming 001110 each would clock into a self-timed
+// cycle and could spoil the word.
+bool WriteConfigWord(OperationFrame& frame, ConfigCycle cycle, bool keepBandgap) {
   SerialProtocol& protocol = frame.protocol();
   const AppState& state = frame.state();
   const int configWord = state.image.configWord;
   protocol.GoToConfigurationWord(kIdleConfigLatch);
   protocol.LoadProgramData(keepBandgap && state.device.rules.bandgap ? (configWord | state.savedBandgap) : configWord);
-  protocol.BeginProgramming();
-  protocol.WaitAtLeast(kInternalCycleMs, protocol.timing().program);
+  switch (cycle) {
+    case ConfigCycle::kSelfTimed:
+      protocol.BeginProgramming();
+      protocol.WaitAtLeast(kInternalCycleMs, protocol.timing().program);
+      break;
+    case ConfigCycle::kExternal:
+      protocol.BeginProgramming();
+      protocol.WaitAtLeast(kExternalCycleMs, protocol.timing().programOnly);
+      protocol.EndProgramming();
+      break;
+    case ConfigCycle::kProgramOnly:
+      protocol.SendCommand(cmd::kBeginProgrammingOnly);
+      protocol.WaitAtLeast(kExternalCycleMs, protocol.timing().programOnly);
+      protocol.SendCommand(cmd::kEndProgramming2);
+      break;
+  }
   // The band-gap bits are the factory's and outside the compared mask.
   return ConfigReadsBack(frame, configWord);
 }
@@ -183,7 +206,9 @@ class Flash16F8x final : public Flash14 {
  public:
   std::optional<WriteError> WriteProgram(WriteJob& job) const override { return WordByWord(job); }
   std::optional<WriteError> WriteData(WriteJob& job) const override { return DataBytes(job, true); }
-  bool WriteConfiguration(OperationFrame& frame) const override { return SelfTimedConfig(frame, true); }
+  bool WriteConfiguration(OperationFrame& frame) const override {
+    return WriteConfigWord(frame, ConfigCycle::kSelfTimed, true);
+  }
 
  protected:
   void EraseAll(OperationFrame& frame) const override { BulkEraseWithCodeProtect(frame); }
@@ -216,15 +241,7 @@ class Flash16F7x final : public Flash14 {
     return std::nullopt;
   }
   bool WriteConfiguration(OperationFrame& frame) const override {
-    SerialProtocol& protocol = frame.protocol();
-    const AppState& state = frame.state();
-    const int configWord = state.image.configWord;
-    protocol.GoToConfigurationWord(kIdleConfigLatch);
-    protocol.LoadProgramData(state.device.rules.bandgap ? (configWord | state.savedBandgap) : configWord);
-    protocol.BeginProgramming();
-    protocol.WaitAtLeast(kExternalCycleMs, protocol.timing().programOnly);
-    protocol.EndProgramming();
-    return ConfigReadsBack(frame, configWord);
+    return WriteConfigWord(frame, ConfigCycle::kExternal, true);
   }
 
  protected:
@@ -244,7 +261,9 @@ class Flash16F87xA final : public Flash14 {
  public:
   std::optional<WriteError> WriteProgram(WriteJob& job) const override { return WordByWord(job); }
   std::optional<WriteError> WriteData(WriteJob& job) const override { return DataBytes(job, false); }
-  bool WriteConfiguration(OperationFrame& frame) const override { return SelfTimedConfig(frame, false); }
+  bool WriteConfiguration(OperationFrame& frame) const override {
+    return WriteConfigWord(frame, ConfigCycle::kSelfTimed, false);
+  }
 
  protected:
   void EraseAll(OperationFrame& frame) const override { ChipErase(frame); }
@@ -286,16 +305,7 @@ class Flash16F81x final : public Flash14 {
   }
   std::optional<WriteError> WriteData(WriteJob& job) const override { return DataBytes(job, false); }
   bool WriteConfiguration(OperationFrame& frame) const override {
-    SerialProtocol& protocol = frame.protocol();
-    const int configWord = frame.state().image.configWord;
-    protocol.GoToConfigurationWord(kIdleConfigLatch);
-    protocol.LoadProgramData(configWord);
-    protocol.SendCommand(cmd::kBeginProgrammingOnly);
-    protocol.WaitAtLeast(kExternalCycleMs, protocol.timing().programOnly);
-    protocol.SendCommand(cmd::kEndProgramming2);
-    // No EPROM pulses after it: DS39603 knows no End Programming 001110,
-    // so each would clock into a self-timed cycle and could spoil the word.
-    return ConfigReadsBack(frame, configWord);
+    return WriteConfigWord(frame, ConfigCycle::kProgramOnly, false);
   }
 
  protected:
