@@ -47,65 +47,115 @@ bool AcceptsRaw(std::string_view port) {
 
 bool AcceptsRecord(std::string_view port) { return Lower(port) == "record"; }
 
-Result<std::unique_ptr<PortDriver>> OpenByAddress(std::string_view port, const PortEnvironment& env) {
-  Result<std::string> device = FindParportByAddress(*ParsePortAddress(port), env.parports);
-  if (!device) return device.status();
-  return OpenPpdevPort(device.value());
+Result<OpenedPort> Opened(Result<std::unique_ptr<PortDriver>> driver) {
+  if (!driver) return driver.status();
+  OpenedPort opened;
+  opened.driver = std::move(driver).value();
+  return opened;
 }
 
-Result<std::unique_ptr<PortDriver>> OpenDevicePath(std::string_view port, const PortEnvironment&) {
+Result<OpenedPort> OpenByAddress(std::string_view port, const PortEnvironment& env) {
+  Result<std::string> device = FindParportByAddress(*ParsePortAddress(port), env.parports);
+  if (!device) return device.status();
+  return Opened(OpenPpdevPort(device.value()));
+}
+
+Result<OpenedPort> OpenDevicePath(std::string_view port, const PortEnvironment&) {
   // ppdev's ioctls on any other device would at best fail and at worst do something else.
   const std::string_view name = port.substr(port.rfind('/') + 1);
   if (!name.starts_with("parport")) {
     return Status::Fail(std::string(port) + " is not a parallel port device: use /dev/parportN");
   }
-  return OpenPpdevPort(std::string(port));
+  return Opened(OpenPpdevPort(std::string(port)));
 }
 
-Result<std::unique_ptr<PortDriver>> OpenRaw(std::string_view port, const PortEnvironment& env) {
+Result<OpenedPort> OpenRaw(std::string_view port, const PortEnvironment& env) {
   const bool any = Lower(port.substr(0, kRawAnyPrefix.size())) == kRawAnyPrefix;
   const long base = *ParsePortAddress(port.substr(any ? kRawAnyPrefix.size() : kRawPrefix.size()));
   if (!any && std::find(kParallelBases.begin(), kParallelBases.end(), base) == kParallelBases.end()) {
     return Status::Fail(FormatPortAddress(base) + " is not a parallel port base (0x378, 0x278 or 0x3bc); " +
                         "raw!:" + FormatPortAddress(base) + " drives it all the same");
   }
-  return OpenRawPort(base, *env.privileges);
+  return Opened(OpenRawPort(base, *env.privileges));
 }
 
 bool AcceptsSim(std::string_view port) { return Lower(port) == "sim" || Lower(port.substr(0, 4)) == "sim:"; }
 
-Result<std::unique_ptr<PortDriver>> OpenSim(std::string_view port, const PortEnvironment& env) {
+// The simulated board as a port, with the socket the front ends reach.
+class SimPort final : public PortDriver, public SimulatedSocket {
+ public:
+  explicit SimPort(Clock& clock) : board_(clock) {}
+  sim::SimBoard& board() { return board_; }
+
+  void WriteData(uint8_t value) override { board_.WriteData(value); }
+  uint8_t ReadStatus() override { return board_.ReadStatus(); }
+  std::optional<bool> BusLevel() const override { return board_.BusLevel(); }
+  std::string Describe() const override { return board_.Describe(); }
+
+  std::vector<std::string> Problems() const override { return board_.Problems(); }
+
+  void InsertNewChip(std::string_view name) override {
+    if (board_.chip() != nullptr) return;
+    Result<sim::ChipState> chip = NewSimChip(name);
+    if (!chip) return;  // an empty socket: the device has no simulated chip
+    Result<std::unique_ptr<sim::ChipModel>> model = sim::MakeChip(std::move(chip).value());
+    if (model) board_.Insert(std::move(model).value());
+  }
+
+  Status SaveChip(const std::string& path) override {
+    if (board_.chip() == nullptr) return Status::Ok();
+    board_.Sync();
+    return sim::SaveChipState(board_.chip()->state(), path);
+  }
+
+ private:
+  sim::SimBoard board_;
+};
+
+Result<OpenedPort> OpenSim(std::string_view port, const PortEnvironment& env) {
   if (env.clock == nullptr) return Status::Fail("The simulated board needs a clock");
-  auto board = std::make_unique<sim::SimBoard>(*env.clock);
+  auto board = std::make_unique<SimPort>(*env.clock);
   if (port.size() > 4) {
     const std::string chip(port.substr(4));
     Result<sim::ChipState> state = chip.ends_with(".json") ? sim::LoadChipState(chip) : NewSimChip(chip);
     if (!state) return state.status();
     Result<std::unique_ptr<sim::ChipModel>> model = sim::MakeChip(std::move(state).value());
     if (!model) return model.status();
-    board->Insert(std::move(model).value());
+    board->board().Insert(std::move(model).value());
   }
-  return std::unique_ptr<PortDriver>(std::move(board));
+  SimulatedSocket* socket = board.get();
+  return OpenedPort{std::move(board), {}, socket};
 }
 
-Result<std::unique_ptr<PortDriver>> OpenRecord(std::string_view, const PortEnvironment&) {
-  return std::unique_ptr<PortDriver>(std::make_unique<RecordingPort>());
+Result<OpenedPort> OpenRecord(std::string_view, const PortEnvironment&) {
+  return Opened(std::unique_ptr<PortDriver>(std::make_unique<RecordingPort>()));
 }
+
+constexpr PortTraits kHardware{};
 
 constexpr std::array kBackends{
     PortBackend{"ppdev", "lpt1 | lpt2 | 0xADDR",
                 "parallel port found by its base address, through the Linux ppdev driver",
-                AcceptsAddress, OpenByAddress},
+                AcceptsAddress, OpenByAddress, kHardware},
     PortBackend{"ppdev", "/dev/parportN", "parallel port device file, through the Linux ppdev driver",
-                AcceptsDevicePath, OpenDevicePath},
+                AcceptsDevicePath, OpenDevicePath, kHardware},
     PortBackend{"raw", "raw:lpt1 | raw:lpt2 | raw:0x3bc | raw!:0xADDR",
                 "direct port I/O (x86, needs root, drops it afterwards); raw! for a base that is no parallel port's",
-                AcceptsRaw, OpenRaw},
+                AcceptsRaw, OpenRaw, kHardware},
     PortBackend{"sim", "sim | sim:CHIP | sim:FILE.json",
-                "the simulated programmer board with a simulated chip in its socket", AcceptsSim, OpenSim},
+                "the simulated programmer board with a simulated chip in its socket", AcceptsSim, OpenSim,
+                {.takesChipFile = true, .virtualClock = true, .shownSuffix = " (simulated board)"}},
     PortBackend{"record", "record", "no hardware: keeps the lines written; the chip's data line reads high",
-                AcceptsRecord, OpenRecord},
+                AcceptsRecord, OpenRecord,
+                {.takesChipFile = false, .virtualClock = true, .shownSuffix = ""}},
 };
+
+const PortBackend* BackendFor(std::string_view port) {
+  for (const PortBackend& backend : kBackends) {
+    if (backend.accepts(port)) return &backend;
+  }
+  return nullptr;
+}
 
 }  // namespace
 
@@ -130,9 +180,18 @@ std::optional<long> ParsePortAddress(std::string_view port) {
 
 std::span<const PortBackend> PortBackends() { return kBackends; }
 
-Result<std::unique_ptr<PortDriver>> OpenPort(std::string_view port, const PortEnvironment& env) {
-  for (const PortBackend& backend : kBackends) {
-    if (backend.accepts(port)) return backend.open(port, env);
+PortTraits TraitsOfPort(std::string_view port) {
+  const PortBackend* backend = BackendFor(port);
+  return backend ? backend->traits : PortTraits{};
+}
+
+std::string ChipFilePort(const std::string& file, bool there) { return there ? "sim:" + file : "sim"; }
+
+Result<OpenedPort> OpenPort(std::string_view port, const PortEnvironment& env) {
+  if (const PortBackend* backend = BackendFor(port)) {
+    Result<OpenedPort> opened = backend->open(port, env);
+    if (opened) opened.value().traits = backend->traits;
+    return opened;
   }
   std::string forms;
   for (const PortBackend& backend : kBackends) forms += (forms.empty() ? "" : ", ") + std::string(backend.usage);

@@ -9,8 +9,6 @@
 #include "app/shell.h"
 #include "hw/disconnected_port.h"
 #include "hw/port_address.h"
-#include "sim/chip_state.h"
-#include "sim/sim_board.h"
 #include "util/atomic_file.h"
 #include "util/file_check.h"
 
@@ -62,7 +60,7 @@ Result<std::unique_ptr<Session>> Session::Open(const SessionOptions& options, co
 
   std::string port = options.port.value_or(FormatPortAddress(state.settings.port));
   if (options.chip) {
-    if (options.port && !options.port->starts_with("sim")) {
+    if (options.port && !TraitsOfPort(*options.port).takesChipFile) {
       return Status::Fail("--chip needs the simulated board (--port sim)");
     }
     // A chip-state file that is there but cannot be read is an error, not a new chip.
@@ -70,26 +68,30 @@ Result<std::unique_ptr<Session>> Session::Open(const SessionOptions& options, co
     if (reason && *reason != "not found") {
       return Status::Fail("Cannot read the chip-state file " + *options.chip + ": " + *reason);
     }
-    port = reason ? "sim" : "sim:" + *options.chip;
+    port = ChipFilePort(*options.chip, !reason);
   }
 
   PortEnvironment env;
   env.clock = state.clock.get();
-  Result<std::unique_ptr<PortDriver>> opened =
+  Result<OpenedPort> opened =
       options.openPort ? OpenPort(port, env) : Status::Fail("not opened: this run does not touch the chip");
+  std::string_view shownSuffix;
   if (!options.openPort) {
     session->port_ = std::make_unique<DisconnectedPort>(opened.message());
     port = "none";
   } else if (opened) {
     // Virtual time would cut every wait short on a real chip.
-    if (options.virtualClock && port != "record" && port.rfind("sim", 0) != 0) {
+    if (options.virtualClock && !opened.value().traits.virtualClock) {
       return Status::Fail("the virtual clock is only for the simulated board or the record port");
     }
-    session->port_ = std::move(opened).value();
+    shownSuffix = opened.value().traits.shownSuffix;
+    session->socket_ = opened.value().socket;
+    session->port_ = std::move(opened.value().driver);
   } else {
     // As the old driver's failure: reported at activation; the lines go nowhere.
     session->portFailure_ = opened.message();
     session->port_ = std::make_unique<DisconnectedPort>(opened.message());
+    shownSuffix = " (not open)";
   }
   if (!settingsThere) {
     std::error_code ignored;
@@ -100,10 +102,7 @@ Result<std::unique_ptr<Session>> Session::Open(const SessionOptions& options, co
   RemoveStaleTemporaries(paths.Settings());
   RemoveStaleTemporaries(paths.ErrorLog());
   if (options.chip) RemoveStaleTemporaries(*options.chip);
-  session->board_ = dynamic_cast<sim::SimBoard*>(session->port_.get());
-  session->portName_ = session->board_        ? port + " (simulated board)"
-                       : session->portFailure_ ? port + " (not open)"
-                                               : port;
+  session->portName_ = port + std::string(shownSuffix);
   if (Status lines = session->BuildLines(); !lines) return lines;
   state.link.SetDriver(std::make_unique<ForwardingPort>(session->lines_));
   PutProgrammerAtRest(state);
@@ -144,27 +143,23 @@ void Session::StopIfInterrupted() {
 }
 
 void Session::InsertChipForDevice() {
-  if (board_ == nullptr || board_->chip() != nullptr) return;
-  Result<sim::ChipState> chip = NewSimChip(state_->device.name);
-  if (!chip) return;  // an empty socket: the device has no simulated chip
-  Result<std::unique_ptr<sim::ChipModel>> model = sim::MakeChip(std::move(chip).value());
-  if (model) board_->Insert(std::move(model).value());
+  if (socket_ != nullptr) socket_->InsertNewChip(state_->device.name);
 }
 
 PortOpener Session::Opener() {
   return [this](long base) -> Result<std::unique_ptr<PortDriver>> {
-    if (board_ == nullptr && !options_.port) {
+    if (socket_ == nullptr && !options_.port) {
       PortEnvironment env;
       env.clock = state_->clock.get();
       const std::string port = FormatPortAddress(base);
-      Result<std::unique_ptr<PortDriver>> opened = OpenPort(port, env);
+      Result<OpenedPort> opened = OpenPort(port, env);
       if (!opened) {
         portName_ = port + " (not open)";
         return opened.status();
       }
       // The old port goes only after the link has let go of it.
       state_->link.SetDriver(std::make_unique<DisconnectedPort>("changing port"));
-      port_ = std::move(opened).value();
+      port_ = std::move(opened.value().driver);
       portName_ = port;
     }
     return std::unique_ptr<PortDriver>(std::make_unique<ForwardingPort>(lines_));
@@ -178,11 +173,8 @@ Status Session::Finish() {
   EndSession(*state_);
   Status result = Status::Ok();
   if (tracer_) result = tracer_->Close();
-  if (board_ && board_->chip() && options_.chip) {
-    board_->Sync();
-    if (Status saved = sim::SaveChipState(board_->chip()->state(), *options_.chip); !saved && result) {
-      result = saved;
-    }
+  if (socket_ && options_.chip) {
+    if (Status saved = socket_->SaveChip(*options_.chip); !saved && result) result = saved;
   }
   return result;
 }

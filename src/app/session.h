@@ -12,12 +12,9 @@
 #include "app/app_state.h"
 #include "app/interrupt_guard.h"
 #include "app/shell.h"
+#include "app/simulated_socket.h"
 #include "hw/vcd_trace.h"
 #include "util/result.h"
-
-namespace quorvi::sim {
-class SimBoard;
-}
 
 namespace quorvi {
 
@@ -50,8 +47,9 @@ class Session {
   AppState& state() { return *state_; }
   /// "sim (simulated board)", "lpt1", ...: what the window shows as its port.
   const std::string& portName() const { return portName_; }
-  bool simulated() const { return board_ != nullptr; }
-  sim::SimBoard* board() { return board_; }
+  bool simulated() const { return socket_ != nullptr; }
+  /// The simulated board's socket; null for other ports.
+  SimulatedSocket* socket() { return socket_; }
   /// Why the port could not be opened at start, if it could not.
   const std::optional<std::string>& portFailure() const { return portFailure_; }
   /// Puts a new simulated chip of the selected device into an empty socket.
@@ -83,7 +81,7 @@ class Session {
   std::unique_ptr<PortDriver> lines_;
   VcdTracePort* tracer_ = nullptr;
   InterruptGuardPort* guard_ = nullptr;
-  sim::SimBoard* board_ = nullptr;
+  SimulatedSocket* socket_ = nullptr;  // part of `port_`
   std::string portName_;
   std::optional<std::string> portFailure_;
   bool finished_ = false;

@@ -2,6 +2,7 @@
 #include "app/shell.h"
 
 #include "hw/disconnected_port.h"
+#include "image/device_image.h"
 #include "util/arith.h"
 
 namespace quorvi {

@@ -7,7 +7,6 @@
 #include "app/shell.h"
 #include "cli/commands.h"
 #include "ops/frame.h"
-#include "sim/sim_board.h"
 
 namespace quorvi::cli {
 
@@ -72,9 +71,9 @@ void CliSession::Finish() {
     ui_->Complain(ended.message());
     saveFailed_ = true;
   }
-  if (const sim::SimBoard* board = session_->board()) {
+  if (const SimulatedSocket* socket = session_->socket()) {
     // A dry run must say what would have harmed a real chip.
-    const std::vector<std::string> problems = board->Problems();
+    const std::vector<std::string> problems = socket->Problems();
     for (const std::string& problem : problems) std::fprintf(stderr, "simulated board: %s\n", problem.c_str());
     simulationProblems_ = problems.size();
   }

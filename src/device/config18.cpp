@@ -24,11 +24,6 @@ uint8_t Config18ImplementedBits(const DeviceDescriptor& device, int offset) {
   return kFxx2Bits[static_cast<size_t>(offset)];
 }
 
-std::optional<uint8_t> Config18ByteToWrite(const DeviceDescriptor& device, const MemoryImage& image, int offset) {
-  if (Config18ImplementedBits(device, offset) == 0) return std::nullopt;
-  return image.config18Bytes[static_cast<size_t>(offset)];
-}
-
 std::string Config18RegisterName(int offset) {
   return std::to_string(offset / 2 + 1) + (offset % 2 == 0 ? "L" : "H");
 }

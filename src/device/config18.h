@@ -3,24 +3,18 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 
 #include "device/device_descriptor.h"
-#include "image/memory_image.h"
 
 namespace quorvi {
 
 /// CONFIG1L..CONFIG7H at 300000h..30000Dh.
-inline constexpr int kConfig18Registers = MemoryImage::kConfig18Bytes;
+inline constexpr int kConfig18Registers = 14;
 
 /// The bits that the part implements in the register at 300000h + `offset`
 /// (the others read 0); 0 where it has no register there.
 uint8_t Config18ImplementedBits(const DeviceDescriptor& device, int offset);
-
-/// The byte a write puts in the register at 300000h + `offset`: the image's,
-/// where the part has the register.
-std::optional<uint8_t> Config18ByteToWrite(const DeviceDescriptor& device, const MemoryImage& image, int offset);
 
 /// The register's short name: "1L" for 300000h, "1H" for 300001h, ...
 std::string Config18RegisterName(int offset);

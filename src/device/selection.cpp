@@ -53,8 +53,7 @@ std::optional<int> DeviceListIndex(const std::vector<std::string>& entries, std:
   return std::nullopt;
 }
 
-Result<SelectionView> SelectDevice(const std::string& cataloguePath, std::string_view name, DeviceDescriptor& device,
-                                   MemoryImage& image, bool keepImage) {
+Result<SelectionView> ChooseDevice(const std::string& cataloguePath, std::string_view name, DeviceDescriptor& device) {
   DeviceDescriptor chosen = device;
   SelectionView view;
   view.deviceName = TrimBlanks(name);
@@ -120,17 +119,11 @@ Result<SelectionView> SelectDevice(const std::string& cataloguePath, std::string
   view.chkTestBlankVisible = !eeprom;
   view.cmdWriteFuseVisible = !eeprom;
 
-  MemoryImage blanked = image;
-  if (!keepImage) ResetImageOnSelection(chosen, blanked);
-
-  const int oscEntries = view.oscillatorList ? static_cast<int>(view.oscillatorList->entries.size()) : 0;
-  view.config = ShowConfigWord(chosen, blanked.configWord, blanked.idWords, oscEntries);
   if (!eeprom) {
     if (std::optional<std::string> picture = SocketPicture(chosen)) view.socketPicture = picture;
   }
 
   device = chosen;
-  image = std::move(blanked);
   return view;
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Choosing a device: its record, the shape of the window for it, and the
-// blank image. The window applies the description; every rule is here.
+// Choosing a device: its record and the shape of the window for it. The
+// window applies the description; every rule is here.
 #pragma once
 
 #include <array>
@@ -13,7 +13,6 @@
 #include "device/catalogue.h"
 #include "device/device_descriptor.h"
 #include "device/fuses.h"
-#include "image/memory_image.h"
 #include "util/message.h"
 #include "util/result.h"
 
@@ -75,16 +74,15 @@ struct SelectionView {
   std::optional<OptionList> writeProtectionList;  // cmbWRT
   bool chkTestBlankVisible = true;
   bool cmdWriteFuseVisible = true;
-  ConfigDisplay config;
+  ConfigDisplay config;  // filled where the image is known
   /// The socket picture to show; "" clears it.
   std::optional<std::string> socketPicture;
 };
 
-/// Selects device `name` from the catalogue at `cataloguePath`: fills
-/// `device`, blanks `image` unless `keepImage`, and describes the window.
-/// On failure `device` and `image` are left as they were.
-Result<SelectionView> SelectDevice(const std::string& cataloguePath, std::string_view name, DeviceDescriptor& device,
-                                   MemoryImage& image, bool keepImage);
+/// Chooses device `name` from the catalogue at `cataloguePath`: fills
+/// `device` and describes the window but for `config`, which shows the image
+/// (image/device_image.h selects both). On failure `device` is left as it was.
+Result<SelectionView> ChooseDevice(const std::string& cataloguePath, std::string_view name, DeviceDescriptor& device);
 
 /// The list entry to preselect when the device list opens: the first entry
 /// after index 0 whose trimmed text is `current`; index 0 is never examined.

@@ -41,7 +41,6 @@
 #include "ops/config_write.h"
 #include "ops/read.h"
 #include "ops/write.h"
-#include "sim/sim_board.h"
 #include "util/atomic_file.h"
 
 namespace quorvi::gui {
@@ -452,8 +451,8 @@ void MainWindow::RunOperation(const std::function<OpResult()>& operation) {
   // A write advances the serial number.
   RefreshSerialIndicator(state_.serial.switchedOn ? kSerialOnColour : kSerialOffColour);
   // A dry run must say what a real chip would have suffered.
-  if (const sim::SimBoard* board = session_.board()) {
-    const std::vector<std::string> problems = board->Problems();
+  if (const SimulatedSocket* socket = session_.socket()) {
+    const std::vector<std::string> problems = socket->Problems();
     if (problems.size() > problemsShown_) {
       std::string text = "The simulated chip saw rules of its programming document broken:";
       for (size_t i = problemsShown_; i < problems.size(); ++i) text += "\n" + problems[i];

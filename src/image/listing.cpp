@@ -2,6 +2,7 @@
 #include "image/listing.h"
 
 #include "device/config18.h"
+#include "image/device_image.h"
 #include "image/image_texts.h"
 #include "util/arith.h"
 

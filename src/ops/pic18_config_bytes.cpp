@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "device/config18.h"
+#include "image/device_image.h"
 
 namespace quorvi {
 

@@ -8,7 +8,7 @@
 #include "app/shell.h"
 #include "hw/clock.h"
 #include "hw/recording_port.h"
-#include "sim/sim_board.h"
+#include "sim/chip_state.h"
 #include "support/golden.h"
 #include "support/temp_dir.h"
 
@@ -93,15 +93,16 @@ TEST(OpenPort, ChoosesTheBackendByTheFormOfTheName) {
        }},
       {"OpenPort", [&](const auto& a) {
          const auto port = OpenPort(test::Replaced(a.at(0), "$DIR", folder), env);
-         return test::Replaced(port.ok() ? port.value()->Describe() : port.message(), folder, "$DIR");
+         return test::Replaced(port.ok() ? port.value().driver->Describe() : port.message(), folder, "$DIR");
        }}};
   EXPECT_EQ(test::TableMismatches("ports.txt", calls), "");
-  EXPECT_EQ(OpenPort("record", env).value()->ReadStatus(), 0x40);
-  auto empty = OpenPort("sim", env).value();
+  EXPECT_EQ(OpenPort("record", env).value().driver->ReadStatus(), 0x40);
+  auto empty = OpenPort("sim", env).value().driver;
   empty->WriteData(0x3D);  // data line released
   EXPECT_EQ(empty->ReadStatus() & 0x40, 0x40) << "an empty socket reads the pull-up";
-  auto fromFile = OpenPort("sim:" + chip, env).value();
-  EXPECT_EQ(dynamic_cast<sim::SimBoard&>(*fromFile).chip()->state().program[0], 0x0A5);
+  const std::string copy = chip + ".copy.json";
+  ASSERT_TRUE(OpenPort("sim:" + chip, env).value().socket->SaveChip(copy).ok());
+  EXPECT_EQ(sim::LoadChipState(copy).value().program[0], 0x0A5);
   EXPECT_EQ(OpenPort("sim").message(), "The simulated board needs a clock");
 }
 

@@ -7,6 +7,7 @@
 
 #include <sstream>
 
+#include "image/device_image.h"
 #include "support/golden.h"
 #include "support/temp_dir.h"
 

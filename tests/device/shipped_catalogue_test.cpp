@@ -6,7 +6,7 @@
 #include <set>
 
 #include "device/catalogue.h"
-#include "device/selection.h"
+#include "image/device_image.h"
 #include "support/golden.h"
 #include "support/devices.h"
 

@@ -7,7 +7,7 @@
 #include <sstream>
 #include <utility>
 
-#include "device/selection.h"
+#include "image/device_image.h"
 #include "hw/port_link.h"
 #include "support/line_trace.h"
 
