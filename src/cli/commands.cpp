@@ -47,7 +47,7 @@ void Announce(CliSession& session, const char* what) { session.ui().Say(std::str
 // An operation's exit status, with the time it took (on the virtual clock,
 // an estimate of the time on real hardware).
 int Finished(CliSession& session, const OpResult& result, const char* what) {
-  const bool simulated = dynamic_cast<VirtualClock*>(session.state().clock.get()) != nullptr;
+  const bool simulated = session.state().clock->Estimates();
   char line[160];
   std::snprintf(line, sizeof line, "%s %s in %.1f ms%s", what, result.ok() ? "done" : "failed", result.durationMs(),
                 simulated ? " (estimated time on a real port)" : "");

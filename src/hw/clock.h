@@ -21,6 +21,8 @@ class Clock {
   virtual void Idle(int64_t ns) = 0;
   /// Called once per port access; the virtual clock charges its cost.
   virtual void ChargePortAccess() {}
+  /// True when its time is an estimate of a real port's, not time that passed.
+  virtual bool Estimates() const { return false; }
 
   /// The millisecond clock of the protocols: wraps at 2^32 like timeGetTime.
   uint32_t Milliseconds() { return static_cast<uint32_t>(Nanoseconds() / 1'000'000); }
@@ -58,6 +60,7 @@ class VirtualClock final : public Clock {
   void Spin(int64_t ns) override { Advance(ns); }
   void Idle(int64_t ns) override { Advance(ns); }
   void ChargePortAccess() override { Advance(portAccessNs_); }
+  bool Estimates() const override { return true; }
 
   void Advance(int64_t ns) {
     if (ns > 0) now_ += ns;
