@@ -55,4 +55,9 @@ void CloseAdjust(PortLink& link, bool shiftHeld) {
   link.SetVdd("off");
 }
 
+void ApplyAdjustVdd(PortLink& link, const AdjustVddEntry& entry) {
+  // A level the counter cannot reach is not one an accepted entry gives.
+  (void)link.SetVddLevel(entry.volts);
+}
+
 }  // namespace quorvi

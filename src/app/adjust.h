@@ -35,6 +35,9 @@ struct AdjustVddEntry {
 /// negative value are "wrong value".
 std::variant<AdjustVddEntry, UserMessage> ReadAdjustVddEntry(std::string answer);
 
+/// Steps the board's supply to an accepted entry's level.
+void ApplyAdjustVdd(PortLink& link, const AdjustVddEntry& entry);
+
 /// `cmdOk` on mouse release: with Shift held each supply comes and goes in
 /// turn (Vpp1, Vpp2, Vpp3, then Vdd, 250 ms each way); then always Vpp1,
 /// Vpp2 and Vdd off. Vpp3 is left as it is.

@@ -244,11 +244,11 @@ AdjustDialog::AdjustDialog(QWidget* parent, AppState& state, const Prompts& prom
     const AdjustVddEntry& accepted = std::get<AdjustVddEntry>(entry);
     ledVDD_->setText(Q(accepted.text));
     state_.workingVdd = accepted.volts;
-    (void)state_.link.SetVddLevel(accepted.volts);
+    ApplyAdjustVdd(state_.link, accepted);
   });
   connect(cmdVDD_VAR, &QPushButton::clicked, this, [this] {
     const auto entry = ReadAdjustVddEntry(ledVDD_->text().toStdString());
-    if (const auto* accepted = std::get_if<AdjustVddEntry>(&entry)) (void)state_.link.SetVddLevel(accepted->volts);
+    if (const auto* accepted = std::get_if<AdjustVddEntry>(&entry)) ApplyAdjustVdd(state_.link, *accepted);
   });
 
   auto* delay = new QGroupBox("Delay", this);
