@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "ops/chip_family.h"
 #include "ops/config_write.h"
 #include "ops/op_texts.h"
-#include "ops/chip_family.h"
 #include "ops/pic18_config_bytes.h"
 #include "ops/serial_eeprom_handover.h"
 #include "protocol/pic18_protocol.h"

@@ -8,7 +8,6 @@
 #include "ops/chip_family.h"
 #include "ops/chip_id.h"
 #include "ops/op_texts.h"
-#include "ops/pic18_config_bytes.h"
 
 namespace quorvi {
 

@@ -2,7 +2,6 @@
 #include "ops/write.h"
 
 #include <algorithm>
-#include <array>
 #include <optional>
 
 #include "device/fuses.h"
@@ -13,9 +12,7 @@
 #include "ops/compare.h"
 #include "ops/config_write.h"
 #include "ops/op_texts.h"
-#include "ops/pic18_config_bytes.h"
 #include "ops/serial_eeprom_handover.h"
-#include "protocol/pic18_protocol.h"
 #include "util/atomic_file.h"
 
 namespace quorvi {
