@@ -2,21 +2,17 @@
 #include "ops/blank_erase.h"
 
 #include <optional>
-#include <vector>
 
 #include "ops/chip_family.h"
 #include "ops/chip_id.h"
 #include "ops/config_write.h"
 #include "ops/op_texts.h"
 #include "ops/serial_eeprom_handover.h"
-#include "protocol/pic18_protocol.h"
 
 namespace quorvi {
 
 namespace {
 
-constexpr int kErased18 = 0xFFFF;
-constexpr int32_t kBlankProgressStep = 100;
 constexpr float kNominalVolts = 5.0F;
 
 }  // namespace
@@ -41,41 +37,13 @@ OpResult cmdBlank(AppState& state, UiHost& ui) {
   // An empty socket reads as erased: only the ID tells it from a blank chip.
   if (std::optional<OpResult> stopped = StopForChipIdentity(frame, BlankPlan(state))) return *stopped;
   frame.PowerUp(BlankPlan(state));
-  SerialProtocol& protocol = frame.protocol();
-  int32_t good = 0;
-  std::optional<Mismatch> firstWritten;
-  if (state.device.core() == Core::kPic18) {
-    // The 18F words come through the 18F read; an erased word reads FFFFh.
-    Pic18Protocol pic18(protocol);
-    const std::vector<int> words = pic18.ReadProgramMemory(n, [&](int address) {
-      if (address % kBlankProgressStep == 0) frame.Progress(address, n);
-      return true;
-    });
-    while (static_cast<size_t>(good) < words.size() && words[static_cast<size_t>(good)] == kErased18) ++good;
-    if (static_cast<size_t>(good) < words.size()) {
-      firstWritten = Mismatch{.at = good, .expected = kErased18, .found = words[static_cast<size_t>(good)]};
-    }
-  } else {
-    const int expected = state.device.traits().blankWord;
-    for (int32_t i = 0; i <= n; ++i) {
-      if (i % kBlankProgressStep == 0) frame.Progress(i, n);
-      const int read = protocol.ReadProgramWord();
-      if (read != expected) {
-        firstWritten = Mismatch{.at = i, .expected = expected, .found = read};
-        break;
-      }
-      ++good;
-      protocol.IncrementAddress();
-    }
-  }
+  const std::optional<Mismatch> firstWritten = FamilyOf(state.device).FirstWrittenWord(frame, n);
   frame.PowerDown();
   if (state.productionMode()) frame.SetSupply(kNominalVolts);
   OpOutcome outcome = OpOutcome::kOk;
-  if (good != n + 1) {
+  if (firstWritten) {
     UserMessage message{op_text::kPicNotErased, title::kQuorviError, MessageIcon::kExclamation};
-    if (firstWritten) {
-      message.detail = DifferenceText(firstWritten->expected, firstWritten->found, kWordDigits, firstWritten->at);
-    }
+    message.detail = DifferenceText(firstWritten->expected, firstWritten->found, kWordDigits, firstWritten->at);
     outcome = frame.ReportFailure(message, nullptr);
   }
   frame.End();

@@ -56,6 +56,18 @@ OpResult ChipFamily::Read(OperationFrame& frame, int16_t readMode, OpResult resu
   return ReadPic(frame, readMode, result);
 }
 
+std::optional<Mismatch> ChipFamily::FirstWrittenWord(OperationFrame& frame, int32_t n) const {
+  SerialProtocol& protocol = frame.protocol();
+  const int expected = frame.device().traits().blankWord;
+  for (int32_t i = 0; i <= n; ++i) {
+    if (i % kBlankProgressStep == 0) frame.Progress(i, n);
+    const int read = protocol.ReadProgramWord();
+    if (read != expected) return Mismatch{.at = i, .expected = expected, .found = read};
+    protocol.IncrementAddress();
+  }
+  return std::nullopt;
+}
+
 OpOutcome ChipFamily::ComparePass(OperationFrame& frame, VddLevel level) const {
   return CompareProgramPass(frame, level);
 }

@@ -59,6 +59,9 @@ class ChipFamily {
   virtual bool WriteConfiguration(OperationFrame& frame) const = 0;
   /// Reads the chip into the image (`readMode` as cmdRead takes it).
   virtual OpResult Read(OperationFrame& frame, int16_t readMode, OpResult result) const;
+  /// The first of program words 0..`n` that is not erased, if any; the
+  /// progress bar moves every 100 words.
+  virtual std::optional<Mismatch> FirstWrittenWord(OperationFrame& frame, int32_t n) const;
   /// One compare of program memory at `level` (and the rest the pass compares).
   virtual OpOutcome ComparePass(OperationFrame& frame, VddLevel level) const;
 

@@ -7,6 +7,8 @@
 namespace quorvi {
 
 inline constexpr int32_t kIdAddress = 0x2000;
+/// The blank check moves the progress bar every this many words.
+inline constexpr int32_t kBlankProgressStep = 100;
 
 /// Bulk erase of program and data memory, then the code-protect erase paths.
 void BulkEraseWithCodeProtect(OperationFrame& frame);

@@ -3,6 +3,7 @@
 // buffers, data EEPROM through EECON1, configuration in bytes of their own.
 #include <algorithm>
 #include <array>
+#include <vector>
 
 #include "ops/compare.h"
 #include "ops/families.h"
@@ -81,6 +82,17 @@ class Pic18 final : public ChipFamily {
 
   OpResult Read(OperationFrame& frame, int16_t readMode, OpResult result) const override {
     return Read18F(frame, readMode, result);
+  }
+
+  // The words come through the 18F read; an erased word reads FFFFh.
+  std::optional<Mismatch> FirstWrittenWord(OperationFrame& frame, int32_t n) const override {
+    const std::vector<int> words = Pic18Protocol(frame.protocol()).ReadProgramMemory(n, [&](int address) {
+      if (address % kBlankProgressStep == 0) frame.Progress(address, n);
+      return true;
+    });
+    const auto written = std::find_if(words.begin(), words.end(), [](int word) { return word != kErased18; });
+    if (written == words.end()) return std::nullopt;
+    return Mismatch{.at = static_cast<int32_t>(written - words.begin()), .expected = kErased18, .found = *written};
   }
 
   OpOutcome ComparePass(OperationFrame& frame, VddLevel level) const override {
