@@ -223,8 +223,8 @@ int ListDevices(const std::string& cataloguePath) {
     const std::string name = Trimmed(entry);
     DeviceDescriptor d;
     if (!LoadDeviceRecord(cataloguePath, name, d)) continue;
-    std::printf("%-10s %-44s %8d %6d %5d\n", name.c_str(), std::string(d.traits().description).c_str(), d.programSize + 1, d.dataBytes,
-                d.pinCount);
+    const std::string family(d.traits().description);
+    std::printf("%-10s %-44s %8d %6d %5d\n", name.c_str(), family.c_str(), d.programSize + 1, d.dataBytes, d.pinCount);
   }
   return 0;
 }

@@ -146,7 +146,10 @@ bool ShowLoadReport(AppState& state, UiHost& ui, const LoadReport& report) {
 }
 
 OperationFrame::OperationFrame(AppState& state, UiHost& ui)
-    : state_(state), ui_(ui), protocol_(state.link, TargetOf(state.device, state.waitPlanner)), startNs_(state.clock->Nanoseconds()) {
+    : state_(state),
+      ui_(ui),
+      protocol_(state.link, TargetOf(state.device, state.waitPlanner)),
+      startNs_(state.clock->Nanoseconds()) {
   state_.clock->SetEventPump([this] { ui_.PumpEvents(); });
 }
 

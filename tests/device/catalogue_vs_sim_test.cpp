@@ -93,7 +93,9 @@ TEST(CatalogueAndSimulator, AgreeOnEveryPart) {
     ++pics;
     switch (chip.kind) {
       case sim::ChipClass::kOtp12: EXPECT_EQ(d.family, Family::kCore12); break;
-      case sim::ChipClass::kOtp14: EXPECT_TRUE(d.family == Family::kEprom || d.family == Family::kEpromCalibrated) << FamilyCode(d.family); break;
+      case sim::ChipClass::kOtp14:
+        EXPECT_TRUE(d.family == Family::kEprom || d.family == Family::kEpromCalibrated) << FamilyCode(d.family);
+        break;
       case sim::ChipClass::kFlash14: EXPECT_EQ(FamilyCode(d.family), test::FamilyOf(chip)); break;
       case sim::ChipClass::kEeprom24:
       case sim::ChipClass::kPic18: ADD_FAILURE() << "a serial EEPROM or 18F among the 12/14-bit lines"; break;

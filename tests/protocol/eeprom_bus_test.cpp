@@ -81,7 +81,8 @@ TEST(EepromBus, EachExchangePutsTheseBytesOnTheBus) {
   const EepromTarget c02{.size = 0xFF};
   for (const Exchange& c : std::initializer_list<Exchange>{
            {"no block bits below 24C04", c02, WriteByte(0x1FF, 0x66), 0, "S A8 FF 66 P"},
-           {"every part has an upper half", {EepromControl::kPinsHigh, 0xFFFF}, WriteByte(0x8001, 0x88), 0, "S A8 00 01 88 P"},
+           {"every part has an upper half", {EepromControl::kPinsHigh, 0xFFFF}, WriteByte(0x8001, 0x88), 0,
+            "S A8 00 01 88 P"},
            {"sequential read acknowledges all but the last byte", c02,
             [](EepromBus& b) {
               int ack = 1;

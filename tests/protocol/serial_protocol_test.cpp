@@ -20,7 +20,8 @@ using test::FallingEdgeBits;
 using test::RecordedLink;
 
 // The target the operations would build for the part, its name rules included.
-ProtocolTarget Target(const char* name = "16F84", Family family = Family::kFlash, int pins = 18, bool pairFlag = false) {
+ProtocolTarget Target(const char* name = "16F84", Family family = Family::kFlash, int pins = 18,
+                      bool pairFlag = false) {
   DeviceDescriptor device = test::MakeDevice({.name = name, .family = family});
   device.pinCount = static_cast<int16_t>(pins);
   device.pairFlag = pairFlag;
