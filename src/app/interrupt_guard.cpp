@@ -42,6 +42,7 @@ bool InterruptGuardPort::StopIfInterrupted() {
   byte = static_cast<uint8_t>(byte & ~(line::kDataOut | line::kClock));
   inner_->WriteData(byte);
   last_ = byte;
+  inner_->Flush();
   if (onStop_) onStop_();
   return true;
 }
@@ -55,6 +56,11 @@ void InterruptGuardPort::WriteData(uint8_t value) {
 uint8_t InterruptGuardPort::ReadStatus() {
   StopIfInterrupted();
   return inner_->ReadStatus();
+}
+
+void InterruptGuardPort::MarkSample() {
+  StopIfInterrupted();
+  inner_->MarkSample();
 }
 
 }  // namespace quorvi

@@ -19,21 +19,21 @@ int InterruptedStatus();
 /// A port that, once a signal has come, switches the programming voltage
 /// and the supply off and drives data and clock low, then calls `onStop`
 /// (which ends the program).
-class InterruptGuardPort final : public PortDriver {
+class InterruptGuardPort final : public PortWrapper {
  public:
   InterruptGuardPort(std::unique_ptr<PortDriver> inner, std::function<void()> onStop);
 
   void WriteData(uint8_t value) override;
   uint8_t ReadStatus() override;
-  std::optional<bool> BusLevel() const override { return inner_->BusLevel(); }
-  std::optional<std::string> NotConnectedReason() const override { return inner_->NotConnectedReason(); }
-  std::string Describe() const override { return inner_->Describe(); }
-  PortDriver& inner() { return *inner_; }
+  void MarkSample() override;
   /// Powers the target down if a signal has come; returns whether it had.
   bool StopIfInterrupted();
   /// The run is ending anyway: from now on a signal is only noted, so the
   /// end (power-down, trace, chip state) completes in order.
   void Disarm() { stopping_ = true; }
+
+ protected:
+  PortDriver& Inner() const override { return *inner_; }
 
  private:
   std::unique_ptr<PortDriver> inner_;

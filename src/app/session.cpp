@@ -18,14 +18,12 @@ namespace {
 
 // Follows whatever port the slot holds, so that a port replaced by the
 // menus keeps the trace and guard above it.
-class ForwardingPort final : public PortDriver {
+class ForwardingPort final : public PortWrapper {
  public:
   explicit ForwardingPort(const std::unique_ptr<PortDriver>& slot) : slot_(slot) {}
-  void WriteData(uint8_t value) override { slot_->WriteData(value); }
-  uint8_t ReadStatus() override { return slot_->ReadStatus(); }
-  std::optional<bool> BusLevel() const override { return slot_->BusLevel(); }
-  std::optional<std::string> NotConnectedReason() const override { return slot_->NotConnectedReason(); }
-  std::string Describe() const override { return slot_->Describe(); }
+
+ protected:
+  PortDriver& Inner() const override { return *slot_; }
 
  private:
   const std::unique_ptr<PortDriver>& slot_;

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 
 namespace quorvi {
 
@@ -19,8 +20,9 @@ class Clock {
   virtual void Spin(int64_t ns) = 0;
   /// Gives time away for up to `ns` (one slice of a long wait); may return early.
   virtual void Idle(int64_t ns) = 0;
-  /// Called once per port access; the virtual clock charges its cost.
-  virtual void ChargePortAccess() {}
+  /// Called once per port access; the virtual clock charges `costNs`, or a
+  /// parallel port access when the port gives no cost of its own.
+  virtual void ChargePortAccess(std::optional<int64_t> costNs = std::nullopt) { (void)costNs; }
   /// True when its time is an estimate of a real port's, not time that passed.
   virtual bool Estimates() const { return false; }
 
@@ -29,7 +31,7 @@ class Clock {
 
   /// Lets a window stay live during long waits (never called for short ones).
   void SetEventPump(std::function<void()> pump) { pump_ = std::move(pump); }
-  void PumpEvents() {
+  virtual void PumpEvents() {
     if (pump_) pump_();
   }
 
@@ -59,7 +61,9 @@ class VirtualClock final : public Clock {
   int64_t Nanoseconds() override { return now_; }
   void Spin(int64_t ns) override { Advance(ns); }
   void Idle(int64_t ns) override { Advance(ns); }
-  void ChargePortAccess() override { Advance(portAccessNs_); }
+  void ChargePortAccess(std::optional<int64_t> costNs = std::nullopt) override {
+    Advance(costNs.value_or(portAccessNs_));
+  }
   bool Estimates() const override { return true; }
 
   void Advance(int64_t ns) {

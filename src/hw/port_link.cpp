@@ -27,15 +27,21 @@ void PortLink::SetDriver(std::unique_ptr<PortDriver> driver) {
   Write();
 }
 
+Clock& PortLink::clock() {
+  Clock* wire = driver_->WireClock();
+  return wire != nullptr ? *wire : clock_;
+}
+
 void PortLink::Write() {
-  lastAccessNs_ = clock_.Nanoseconds();
+  lastAccessNs_ = clock().Nanoseconds();
   driver_->WriteData(outputShadow_);
-  clock_.ChargePortAccess();
+  clock().ChargePortAccess(driver_->LastAccessCostNs());
+  if (batches_ == 0) driver_->Flush();
 }
 
 void PortLink::HoldSinceLastAccess(int64_t ns) {
-  const int64_t left = lastAccessNs_ + ns - clock_.Nanoseconds();
-  if (left > 0) clock_.Spin(left);
+  const int64_t left = lastAccessNs_ + ns - clock().Nanoseconds();
+  if (left > 0) clock().Spin(left);
 }
 
 void PortLink::Set(uint8_t mask) {
@@ -114,7 +120,7 @@ int64_t VddStepFor(float volts) { return RoundHalfEven(static_cast<double>(volts
 void PortLink::ResetVddStep() {
   Clear(line::kVddStep);
   vddStep_ = kVddStepMidScale;
-  DelayMs(clock_, kVddResetPulseMs);
+  DelayMs(clock(), kVddResetPulseMs);
   Set(line::kVddStep);
   vddStepKnown_ = true;
 }
@@ -143,21 +149,42 @@ Status PortLink::SetVddLevel(float volts) {
 }
 
 bool PortLink::ReadStatus() {
-  lastAccessNs_ = clock_.Nanoseconds();
+  lastAccessNs_ = clock().Nanoseconds();
   statusByte_ = driver_->ReadStatus();
-  clock_.ChargePortAccess();
+  clock().ChargePortAccess(driver_->LastAccessCostNs());
   return (statusByte_ & line::kDataIn) != 0;
 }
 
+void PortLink::MarkSample() {
+  lastAccessNs_ = clock().Nanoseconds();
+  driver_->MarkSample();
+  clock().ChargePortAccess(driver_->LastAccessCostNs());
+}
+
+std::vector<bool> PortLink::TakeSamples() {
+  std::vector<bool> bits;
+  for (const uint8_t status : driver_->TakeSamples()) {
+    statusByte_ = status;
+    bits.push_back((status & line::kDataIn) != 0);
+  }
+  return bits;
+}
+
+void PortLink::Flush() { driver_->Flush(); }
+
 int PortLink::ReadDataLine(int64_t lowNs, int64_t highNs) {
+  MarkDataLine(lowNs, highNs);
+  return TakeSamples().back() ? 1 : 0;
+}
+
+void PortLink::MarkDataLine(int64_t lowNs, int64_t highNs) {
   SetDataLine(kTrue);
   HoldSinceLastAccess(lowNs);
   SetClockLine(kTrue);
-  const int bit = ReadStatus() ? 1 : 0;
+  MarkSample();
   HoldSinceLastAccess(highNs);
   SetClockLine(kFalse);
   SetDataLine(kFalse);
-  return bit;
 }
 
 }  // namespace quorvi

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <string_view>
+#include <vector>
 
 #include "hw/clock.h"
 #include "hw/port_driver.h"
@@ -47,7 +48,9 @@ class PortLink {
   /// first; the Vdd step is kept.
   void SetDriver(std::unique_ptr<PortDriver> driver);
   PortDriver& driver() { return *driver_; }
-  Clock& clock() { return clock_; }
+  /// The clock every wait on these lines is taken on: the port's own timeline
+  /// when it queues writes, else the one the link was made with.
+  Clock& clock();
 
   /// Puts the whole output byte at once (the programmer reset).
   void SetOutputByte(uint8_t value);
@@ -73,11 +76,36 @@ class PortLink {
   /// While the board's count is unknown (a new port, a new run) the reset
   /// comes first: counting from a guess lands the supply anywhere.
   Status SetVddLevel(float volts);
-  /// Reads the status register; true when DataIn is high.
+  /// Reads the status register; true when DataIn is high. On a port that
+  /// queues writes this is a round trip: bits read in a row take MarkSample.
   bool ReadStatus();
+  /// Marks DataIn to be read at this point; TakeSamples hands the bits over.
+  void MarkSample();
+  /// DataIn at each mark since the last call, in order (true: high).
+  std::vector<bool> TakeSamples();
+  /// Puts every queued write on the lines.
+  void Flush();
+
+  /// While one lives, a port that queues writes may keep them queued; when
+  /// none does, each write reaches the lines before the call returns, so a
+  /// line set outside an operation is never left waiting in a queue.
+  class Batch {
+   public:
+    explicit Batch(PortLink& link) : link_(link) { ++link_.batches_; }
+    ~Batch() {
+      if (--link_.batches_ == 0) link_.Flush();
+    }
+    Batch(const Batch&) = delete;
+    Batch& operator=(const Batch&) = delete;
+
+   private:
+    PortLink& link_;
+  };
   /// Clocked one-bit read of the two-wire bus; returns 0 or 1. The clock
   /// stays low at least `lowNs` and high at least `highNs` (since the last access).
   int ReadDataLine(int64_t lowNs = 0, int64_t highNs = 0);
+  /// ReadDataLine's line sequence with the bit marked, not read: TakeSamples hands it over.
+  void MarkDataLine(int64_t lowNs = 0, int64_t highNs = 0);
   /// Spins until at least `ns` have passed since the last port access: the
   /// protocols' setup, hold and pulse-width minimums, met on any port speed.
   void HoldSinceLastAccess(int64_t ns);
@@ -102,6 +130,7 @@ class PortLink {
   int64_t lastAccessNs_ = 0;
   int vddStep_ = 0;
   bool vddStepKnown_ = false;
+  int batches_ = 0;
 };
 
 /// The Vdd-level counter step nearest to `volts` (halves to even).

@@ -74,7 +74,9 @@ void VcdTracePort::Emit(uint8_t data, bool dataIn) {
     return;
   }
   // Edges that depend on each other must not share a timestamp, or decoders miss them.
-  const int64_t now = std::max(clock_.Nanoseconds(), lastTime_ + 1);
+  // A port that queues writes keeps the time they reach the lines.
+  Clock* timeline = inner_->WireClock();
+  const int64_t now = std::max((timeline != nullptr ? *timeline : clock_).Nanoseconds(), lastTime_ + 1);
   if (!started_) {
     file_ << '#' << now << "\n$dumpvars\n";
     for (const Wire& wire : kWires) file_ << (Level(wire, data, dataIn, sda) ? '1' : '0') << wire.id << '\n';

@@ -18,7 +18,7 @@ namespace quorvi {
 /// trace shows it as of the last read. The SDA wire is the data line as a
 /// two-wire decoder needs it: the port's own bus level where it has one,
 /// else DataOut AND the last DataIn.
-class VcdTracePort final : public PortDriver {
+class VcdTracePort final : public PortWrapper {
  public:
   /// Starts a trace at `path`, replacing any file there.
   static Result<std::unique_ptr<VcdTracePort>> Open(std::unique_ptr<PortDriver> inner, Clock& clock,
@@ -27,14 +27,16 @@ class VcdTracePort final : public PortDriver {
 
   void WriteData(uint8_t value) override;
   uint8_t ReadStatus() override;
-  std::optional<bool> BusLevel() const override { return inner_->BusLevel(); }
-  std::optional<std::string> NotConnectedReason() const override { return inner_->NotConnectedReason(); }
+  // Every sample is read where it is marked, so DataIn lands in the trace in time order.
+  void MarkSample() override { PortDriver::MarkSample(); }
+  std::vector<uint8_t> TakeSamples() override { return PortDriver::TakeSamples(); }
   std::string Describe() const override;
 
   /// Flushes and closes the file; later accesses still reach the port.
   /// Fails, naming the file, when anything could not be written.
   Status Close();
-  PortDriver& inner() { return *inner_; }
+ protected:
+  PortDriver& Inner() const override { return *inner_; }
 
  private:
   VcdTracePort(std::unique_ptr<PortDriver> inner, Clock& clock, std::ofstream file, std::string path);

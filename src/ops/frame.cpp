@@ -148,6 +148,7 @@ bool ShowLoadReport(AppState& state, UiHost& ui, const LoadReport& report) {
 OperationFrame::OperationFrame(AppState& state, UiHost& ui)
     : state_(state),
       ui_(ui),
+      batch_(state.link),
       protocol_(state.link, TargetOf(state.device, state.waitPlanner)),
       startNs_(state.clock->Nanoseconds()) {
   state_.clock->SetEventPump([this] { ui_.PumpEvents(); });
@@ -172,7 +173,7 @@ void OperationFrame::Begin(const std::string& statusText) {
   ui_.SetStatusBar("");
 }
 
-void OperationFrame::Wait(float ms) { DelayMs(*state_.clock, ms); }
+void OperationFrame::Wait(float ms) { DelayMs(state_.link.clock(), ms); }
 
 void OperationFrame::SetSupply(float volts) {
   // A refused level leaves the counter where it was; the operation goes on.

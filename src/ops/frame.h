@@ -145,6 +145,7 @@ class OperationFrame {
  private:
   AppState& state_;
   UiHost& ui_;
+  PortLink::Batch batch_;
   SerialProtocol protocol_;
   int64_t startNs_;
 };

@@ -15,15 +15,15 @@ std::vector<PowerStep> PowerCycle(AppState& state) {
   PortLink& link = state.link;
   const DeviceDescriptor& device = state.device;
   std::vector<PowerStep> steps;
-  const auto step = [&](const char* what) { steps.push_back({what, state.clock->Nanoseconds(), link.outputShadow()}); };
+  const auto step = [&](const char* what) { steps.push_back({what, link.clock().Nanoseconds(), link.outputShadow()}); };
   step("supplies off");
   link.SetDataLine(kFalse);
   link.SetVdd("on");
   step("Vdd on");
-  DelayMs(*state.clock, kHoldMs);
+  DelayMs(link.clock(), kHoldMs);
   link.SetProgrammingVoltage(kTrue, device.pinCount, device.rules.calibrationBlock);
   step("Vpp on");
-  DelayMs(*state.clock, kHoldMs);
+  DelayMs(link.clock(), kHoldMs);
   link.SetProgrammingVoltage(kFalse, device.pinCount, device.rules.calibrationBlock);
   link.SetVdd("off");
   step("target powered down");

@@ -38,7 +38,18 @@ EepromBus::EepromBus(PortLink& link, EepromTarget target) : link_(link), target_
 // clock a 100 kHz part out of its specification.
 void EepromBus::Hold(int64_t minimumNs) { link_.HoldSinceLastAccess(WithWaitMargin(minimumNs)); }
 
-int EepromBus::ReadBit() { return link_.ReadDataLine(WithWaitMargin(timing().lowNs), WithWaitMargin(timing().highNs)); }
+int EepromBus::ReadBit() {
+  MarkBit();
+  return TakeOr();
+}
+
+void EepromBus::MarkBit() { link_.MarkDataLine(WithWaitMargin(timing().lowNs), WithWaitMargin(timing().highNs)); }
+
+int EepromBus::TakeOr() {
+  int any = 0;
+  for (const bool high : link_.TakeSamples()) any |= high ? 1 : 0;
+  return any;
+}
 
 void EepromBus::ClockBit() {
   Hold(timing().lowNs);
@@ -72,13 +83,23 @@ void EepromBus::BusWriteBit(int bit) {
 }
 
 int EepromBus::BusWriteByte(int value) {
+  MarkWriteByte(value);
+  return TakeOr();
+}
+
+void EepromBus::MarkWriteByte(int value) {
   for (int bit = 7; bit >= 0; --bit) BusWriteBit((value >> bit) & 1);
-  return ReadBit();
+  MarkBit();
 }
 
 int EepromBus::BusReadByte() {
+  for (int i = 0; i < 8; ++i) MarkBit();
+  return ByteFrom(link_.TakeSamples(), 0);
+}
+
+int EepromBus::ByteFrom(const std::vector<bool>& bits, size_t first) {
   int value = 0;
-  for (int i = 0; i < 8; ++i) value = value * 2 + ReadBit();
+  for (size_t i = first; i < first + 8; ++i) value = value * 2 + (bits[i] ? 1 : 0);
   return value;
 }
 
@@ -97,33 +118,36 @@ int EepromBus::WaitForAcknowledge(int32_t address) {
   return ack;
 }
 
-int EepromBus::SendAddressing(int32_t address) {
+void EepromBus::MarkAddressing(int32_t address) {
   const EepromAddressing addressing = AddressingFor(target_, address);
-  int ack = BusWriteByte(addressing.control);
+  MarkWriteByte(addressing.control);
   if (target_.size < kTwoAddressBytesFrom) {
-    ack |= BusWriteByte(addressing.address & 0xFF);
+    MarkWriteByte(addressing.address & 0xFF);
   } else {
     const int32_t high = addressing.address / 256;
-    ack |= BusWriteByte(high);
-    ack |= BusWriteByte(addressing.address - 256 * high);
+    MarkWriteByte(high);
+    MarkWriteByte(addressing.address - 256 * high);
   }
-  return ack;
 }
 
 int EepromBus::EepromWriteByte(int32_t address, int data) {
   BusStart();
-  int ack = SendAddressing(address);
-  ack |= BusWriteByte(data);
+  MarkAddressing(address);
+  MarkWriteByte(data);
   BusStop();
-  return ack;
+  return TakeOr();
 }
 
 int EepromBus::EepromReadByte(int32_t address) {
+  MarkReadAddressing(address);
+  return TakeOr();
+}
+
+void EepromBus::MarkReadAddressing(int32_t address) {
   BusStart();
-  int ack = SendAddressing(address);
+  MarkAddressing(address);
   BusStart();
-  ack |= BusWriteByte(AddressingFor(target_, address).control | kReadBit);
-  return ack;
+  MarkWriteByte(AddressingFor(target_, address).control | kReadBit);
 }
 
 void EepromBus::AcknowledgeByte() {
@@ -138,28 +162,35 @@ void EepromBus::NotAcknowledgeByte() {
 
 int EepromBus::StartPageWrite(int32_t address, int first) {
   BusStart();
-  int ack = SendAddressing(address);
-  ack |= BusWriteByte(first);
-  return ack;
+  MarkAddressing(address);
+  MarkWriteByte(first);
+  return TakeOr();
 }
 
 int EepromBus::WritePage(int32_t address, std::span<const uint8_t> bytes) {
   if (bytes.empty()) return 0;
-  int ack = StartPageWrite(address, bytes[0]);
-  for (size_t i = 1; i < bytes.size(); ++i) ack |= BusWriteByte(bytes[i]);
+  BusStart();
+  MarkAddressing(address);
+  for (const uint8_t byte : bytes) MarkWriteByte(byte);
   BusStop();
-  return ack;
+  return TakeOr();
 }
 
 std::vector<int> EepromBus::ReadSequential(int32_t address, int count, int& ack) {
-  std::vector<int> bytes;
-  ack = EepromReadByte(address);
+  MarkReadAddressing(address);
   for (int i = 0; i < count; ++i) {
-    bytes.push_back(BusReadByte());
+    for (int bit = 0; bit < 8; ++bit) MarkBit();
     if (i + 1 < count) AcknowledgeByte();
   }
   NotAcknowledgeByte();
   BusStop();
+  // One answer for the whole read: the addressing's acknowledges, then the bytes.
+  const std::vector<bool> bits = link_.TakeSamples();
+  const size_t acks = bits.size() - static_cast<size_t>(count) * 8;
+  ack = 0;
+  for (size_t i = 0; i < acks; ++i) ack |= bits[i] ? 1 : 0;
+  std::vector<int> bytes;
+  for (size_t first = acks; first < bits.size(); first += 8) bytes.push_back(ByteFrom(bits, first));
   return bytes;
 }
 

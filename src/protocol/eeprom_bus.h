@@ -86,7 +86,15 @@ class EepromBus {
   std::vector<int> ReadSequential(int32_t address, int count, int& ack);
 
  private:
-  int SendAddressing(int32_t address);
+  // Bits are marked where the bus reads them and taken after the frame, so a
+  // port that queues writes answers a whole frame in one round trip.
+  void MarkAddressing(int32_t address);
+  void MarkReadAddressing(int32_t address);
+  void MarkWriteByte(int value);
+  void MarkBit();
+  /// The OR of the bits marked since the last take.
+  int TakeOr();
+  static int ByteFrom(const std::vector<bool>& bits, size_t first);
   /// Spins until `minimumNs` (with the margin) have passed since the last port access.
   void Hold(int64_t minimumNs);
   /// Clock high for tHIGH and low again, the data already set up for tLOW.

@@ -45,9 +45,9 @@ int Pic18Protocol::Read8() {
     PauseHook();
     serial_.Hold(IcspTiming().setupNs);
     link_.SetClockLine(kFalse);
-    const bool high = link_.ReadStatus();
-    value = value / 2 + (high ? kTopOfByte : 0);
+    link_.MarkSample();
   }
+  for (const bool high : link_.TakeSamples()) value = value / 2 + (high ? kTopOfByte : 0);
   return value;
 }
 

@@ -136,16 +136,16 @@ int SerialProtocol::ReadFrame() {
     Pulse();  // check bits: the chip's, not ours to keep
     Pulse();
   }
-  int word = 0;
   for (int i = 0; i < kWordBits; ++i) {
     Pulse();
-    const bool high = link_.ReadStatus();
-    word >>= 1;
-    if (high) word += kTopBit;
+    link_.MarkSample();
   }
   Pulse();  // stop bit
   Hold(IcspTiming().holdNs);
   link_.SetDataLine(kFalse);
+  // LSB first: each bit read moves the word down and enters at the top.
+  int word = 0;
+  for (const bool high : link_.TakeSamples()) word = (word >> 1) + (high ? kTopBit : 0);
   return word;
 }
 
