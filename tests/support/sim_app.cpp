@@ -89,7 +89,8 @@ void PatternImage(AppState& state) {
   }
 }
 
-SimApp::SimApp(sim::ChipState chip, const std::string& deviceName, bool realClock, int64_t portAccessNs) {
+SimApp::SimApp(sim::ChipState chip, const std::string& deviceName, bool realClock, int64_t portAccessNs,
+               const PortWiring& wiring) {
   std::unique_ptr<Clock> ownClock = std::make_unique<VirtualClock>(portAccessNs);
   if (realClock) ownClock = std::make_unique<RealClock>();
   clock_ = ownClock.get();
@@ -105,7 +106,9 @@ SimApp::SimApp(sim::ChipState chip, const std::string& deviceName, bool realCloc
   auto tee = std::make_unique<TeePort>(std::move(driver), *clock_);
   writes_ = &tee->writes;
   const AppPaths paths{.home = home.path().string(), .data = QUORVI_DATA_DIR};
-  app = std::make_unique<AppState>(paths, std::move(ownClock), std::move(tee));
+  std::unique_ptr<PortDriver> port = std::move(tee);
+  if (wiring) port = wiring(std::move(port), *clock_);
+  app = std::make_unique<AppState>(paths, std::move(ownClock), std::move(port));
   // The idle state the program puts the board in at start-up.
   app->link.SetVpp1(kFalse);
   app->link.SetVpp2(kFalse);

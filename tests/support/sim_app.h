@@ -3,6 +3,7 @@
 // its socket, and whose device is selected from the shipped catalogue.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -18,15 +19,21 @@
 
 namespace quorvi::test {
 
+/// Puts an adapter between the program and the board: takes the board's
+/// port and returns the port the program drives (a bit-bang backend over a
+/// fake of its library, wired to the board).
+using PortWiring = std::function<std::unique_ptr<PortDriver>(std::unique_ptr<PortDriver> board, Clock& clock)>;
+
 class SimApp {
  public:
   /// A board holding `chip`, the catalogue device `deviceName` selected
   /// ("" leaves no device selected; the 16F72, which no catalogue line lists
   /// yet, is selected by hand as family 6), the home folder a fresh temporary one.
   /// `realClock` runs it on the PC's clock instead of the virtual one, whose
-  /// port accesses cost `portAccessNs` each.
+  /// port accesses cost `portAccessNs` each. `wiring`, when given, puts an
+  /// adapter in front of the board; the writes kept are the board's.
   SimApp(sim::ChipState chip, const std::string& deviceName, bool realClock = false,
-         int64_t portAccessNs = VirtualClock::kDefaultPortAccessNs);
+         int64_t portAccessNs = VirtualClock::kDefaultPortAccessNs, const PortWiring& wiring = {});
   /// A blank chip of that name, and the catalogue device of the same name.
   explicit SimApp(const std::string& chipName);
   /// Fails the test for every rule the host broke on the simulated board,
