@@ -23,6 +23,9 @@ struct PortEnvironment {
   PrivilegeOps* privileges = &SystemPrivileges();
   /// The simulated board takes its time from this clock.
   Clock* clock = nullptr;
+  /// The bit-bang ports' pin map: a preset's name or a map file; empty: the
+  /// adapter's own preset.
+  std::string pins;
 };
 
 /// What a kind of port is, so that no caller tells ports by their names.
