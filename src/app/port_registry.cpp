@@ -6,6 +6,8 @@
 #include <cctype>
 #include <charconv>
 
+#include "hw/ftdi_port.h"
+#include "hw/pin_map.h"
 #include "hw/port_address.h"
 #include "hw/recording_port.h"
 #include "sim/chip_info.h"
@@ -127,6 +129,25 @@ Result<OpenedPort> OpenSim(std::string_view port, const PortEnvironment& env) {
   return OpenedPort{std::move(board), {}, socket};
 }
 
+constexpr std::string_view kFtdiPrefix = "ftdi";
+
+bool AcceptsFtdi(std::string_view port) {
+  return Lower(port) == kFtdiPrefix || Lower(port.substr(0, kFtdiPrefix.size() + 1)) == "ftdi:";
+}
+
+Result<OpenedPort> OpenFtdi(std::string_view port, const PortEnvironment& env) {
+  if (env.clock == nullptr) return Status::Fail("The FTDI port needs a clock");
+  Result<FtdiAddress> address = ParseFtdiAddress(port.substr(kFtdiPrefix.size()));
+  if (!address) return address.status();
+  Result<std::unique_ptr<FtdiBus>> bus = OpenFtdiBus(address.value());
+  if (!bus) return bus.status();
+  Result<PinMap> map = LoadPinMap(env.pins.empty() ? std::string(PresetFor(bus.value()->Chip())) : env.pins);
+  if (!map) return map.status();
+  Result<std::unique_ptr<FtdiPort>> opened = FtdiPort::Open(std::move(bus).value(), map.value(), *env.clock);
+  if (!opened) return opened.status();
+  return Opened(std::unique_ptr<PortDriver>(std::move(opened).value()));
+}
+
 Result<OpenedPort> OpenRecord(std::string_view, const PortEnvironment&) {
   return Opened(std::unique_ptr<PortDriver>(std::make_unique<RecordingPort>()));
 }
@@ -142,6 +163,9 @@ constexpr std::array kBackends{
     PortBackend{"raw", "raw:lpt1 | raw:lpt2 | raw:0x3bc | raw!:0xADDR",
                 "direct port I/O (x86, needs root, drops it afterwards); raw! for a base that is no parallel port's",
                 AcceptsRaw, OpenRaw, kHardware},
+    PortBackend{"ftdi", "ftdi | ftdi:SERIAL | ftdi:VID:PID[:INDEX]",
+                "an FT232R, FT232H or FT2232H cable in synchronous bit-bang mode (libftdi), wired by --pins",
+                AcceptsFtdi, OpenFtdi, kHardware},
     PortBackend{"sim", "sim | sim:CHIP | sim:FILE.json",
                 "the simulated programmer board with a simulated chip in its socket", AcceptsSim, OpenSim,
                 {.takesChipFile = true, .virtualClock = true, .shownSuffix = " (simulated board)"}},

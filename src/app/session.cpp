@@ -71,6 +71,7 @@ Result<std::unique_ptr<Session>> Session::Open(const SessionOptions& options, co
 
   PortEnvironment env;
   env.clock = state.clock.get();
+  env.pins = options.pins.value_or(state.settings.pins);
   Result<OpenedPort> opened =
       options.openPort ? OpenPort(port, env) : Status::Fail("not opened: this run does not touch the chip");
   std::string_view shownSuffix;

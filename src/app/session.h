@@ -21,6 +21,7 @@ namespace quorvi {
 struct SessionOptions {
   std::optional<std::string> home;
   std::optional<std::string> port;  // else the settings file's port
+  std::optional<std::string> pins;  // else the settings file's pin map
   std::optional<std::string> chip;  // chip-state file of the simulated board
   std::string legacyLine;           // "/Q", "/D:", "/F:", "/W"
   bool virtualClock = false;        // no hardware only: waits take no real time

@@ -53,6 +53,12 @@ Result<Settings> LoadSettings(const std::string& path, const std::string& defaul
   const auto marked = std::remove(lines.begin(), lines.end(), std::string(kLegacyFilesLine));
   settings.legacyFiles = marked != lines.end();
   lines.erase(marked, lines.end());
+  const auto pinsLine = std::find_if(lines.begin(), lines.end(),
+                                     [](const std::string& line) { return line.starts_with(kPinsLinePrefix); });
+  if (pinsLine != lines.end()) {
+    settings.pins = pinsLine->substr(kPinsLinePrefix.size());
+    lines.erase(pinsLine);
+  }
   std::vector<InputField> fields = SplitInputFields(lines);
   // A custom address of 378h or 278h is written on two port lines, one for
   // each form that is true: the first one counts, the second is skipped but
@@ -103,6 +109,7 @@ std::string SettingsText(const Settings& settings, SettingsExtent extent, float 
   text += settings.deviceName + "\r\n";
   if (extent == SettingsExtent::kThroughWorkingDirectory) text += settings.workingDirectory + "\r\n";
   if (extent == SettingsExtent::kThroughVddMargins) text += NumberText(vddMin) + "\r\n" + NumberText(vddMax) + "\r\n";
+  if (!settings.pins.empty()) text += std::string(kPinsLinePrefix) + settings.pins + "\r\n";
   if (settings.legacyFiles) text += std::string(kLegacyFilesLine) + "\r\n";
   return text;
 }

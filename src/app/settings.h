@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "util/result.h"
 
@@ -22,7 +23,12 @@ struct Settings {
   std::string workingDirectory;
   /// Image files as our earlier versions read and wrote them.
   bool legacyFiles = false;
+  /// The bit-bang ports' pin map (a preset's name or a map file); empty: the adapter's own.
+  std::string pins = {};
 };
+
+/// Starts the line that names the bit-bang ports' pin map: "PINS rpi".
+inline constexpr std::string_view kPinsLinePrefix = "PINS ";
 
 /// The line that marks the legacy file format on; any writer keeps it last.
 inline constexpr const char* kLegacyFilesLine = "LEGACY FILES";

@@ -20,6 +20,7 @@ Result<std::unique_ptr<CliSession>> CliSession::Open(const GlobalOptions& option
   SessionOptions sessionOptions;
   sessionOptions.home = options.home;
   sessionOptions.port = options.port;
+  sessionOptions.pins = options.pins;
   sessionOptions.chip = options.chip;
   sessionOptions.legacyLine = legacyLine;
   sessionOptions.virtualClock = options.clock == "virtual";

@@ -15,6 +15,7 @@ namespace quorvi::cli {
 struct GlobalOptions {
   std::optional<std::string> home;
   std::optional<std::string> port;  // else the settings file's port
+  std::optional<std::string> pins;  // else the settings file's pin map
   std::optional<std::string> chip;  // chip-state file of the simulated board
   std::string clock = "real";
   std::string trace;

@@ -79,6 +79,9 @@ int main(int argc, char** argv) {
   app.add_option("--clock", options.clock, "real, or virtual (simulated board and record port only)")
       ->check(CLI::IsMember({"real", "virtual"}))
       ->capture_default_str();
+  app.add_option("--pins", options.pins,
+                 "Wiring of a bit-bang port (ftdi, gpio): ft232r, ft232h, ft2232h, rpi or a pin map file "
+                 "(default: the settings file's PINS line, else the adapter's own)");
   app.add_option("--trace", options.trace, "Write every line change to this VCD file");
   app.add_option("--mode", options.mode, "prot or prod, for this run only (default: the settings file's)")
       ->check(CLI::IsMember({"prot", "prod"}));
