@@ -96,10 +96,13 @@ OpResult ReadPic(OperationFrame& frame, int16_t readMode, OpResult result) {
       protocol.IncrementAddress();
     }
     const int32_t stride = ProgressStride(n);
-    for (int32_t i = 0; i <= n; ++i) {
-      if (i == n || i % stride == 0) frame.Progress(i, n);
-      image.programBuffer[static_cast<size_t>(i)] = protocol.ReadProgramWord();
-      protocol.IncrementAddress();
+    for (int32_t first = 0; first <= n; first += kWordsPerTake) {
+      const int32_t count = std::min(kWordsPerTake, n + 1 - first);
+      for (int32_t i = first; i < first + count; ++i) {
+        if (i == n || i % stride == 0) frame.Progress(i, n);
+      }
+      const std::vector<int> words = protocol.ReadProgramWords(count);
+      std::copy(words.begin(), words.end(), image.programBuffer.begin() + first);
     }
     const int32_t m = device.dataBytes;
     if (m >= 1) {

@@ -38,7 +38,11 @@ void Pic18Protocol::Send8ThenRelease(int value) {
 }
 
 int Pic18Protocol::Read8() {
-  int value = 0;
+  MarkByte();
+  return ByteFrom(link_.TakeSamples(), 0);
+}
+
+void Pic18Protocol::MarkByte() {
   for (int i = 0; i < kByteBits; ++i) {
     serial_.Hold(IcspTiming().setupNs);
     link_.SetClockLine(kTrue);
@@ -47,7 +51,11 @@ int Pic18Protocol::Read8() {
     link_.SetClockLine(kFalse);
     link_.MarkSample();
   }
-  for (const bool high : link_.TakeSamples()) value = value / 2 + (high ? kTopOfByte : 0);
+}
+
+int Pic18Protocol::ByteFrom(const std::vector<bool>& bits, size_t first) {
+  int value = 0;
+  for (size_t i = first; i < first + kByteBits; ++i) value = value / 2 + (bits[i] ? kTopOfByte : 0);
   return value;
 }
 
@@ -71,11 +79,16 @@ void Pic18Protocol::SetTablePointerTo(uint32_t address) {
 }
 
 int Pic18Protocol::ReadTableByte() {
+  MarkTableByte();
+  return ByteFrom(link_.TakeSamples(), 0);
+}
+
+void Pic18Protocol::MarkTableByte() {
   Send4(cmd18::kTableReadPostInc);
   Send8ThenRelease(0);
   link_.SetDataLine(kTrue);
   PauseHook();
-  return Read8();
+  MarkByte();
 }
 
 std::vector<int> Pic18Protocol::ReadProgramMemory(int lastWordAddress,
@@ -83,12 +96,20 @@ std::vector<int> Pic18Protocol::ReadProgramMemory(int lastWordAddress,
   std::vector<int> words;
   serial_.EnterProgrammingMode();
   SetTablePointer(0, 0, 0);
+  // The bits are taken a block at a time: one round trip for many words on a port that queues.
+  const auto take = [&] {
+    const std::vector<bool> bits = link_.TakeSamples();
+    for (size_t first = 0; first + 2 * kByteBits <= bits.size(); first += 2 * kByteBits) {
+      words.push_back(ByteFrom(bits, first + kByteBits) * 256 + ByteFrom(bits, first));
+    }
+  };
   for (int address = 0; address <= lastWordAddress; ++address) {
     if (keepGoing && !keepGoing(address)) break;
-    const int low = ReadTableByte();
-    const int high = ReadTableByte();
-    words.push_back(high * 256 + low);
+    MarkTableByte();
+    MarkTableByte();
+    if ((address + 1) % kWordsPerTake == 0) take();
   }
+  take();
   link_.SetDataLine(kFalse);
   serial_.LeaveProgrammingMode();
   return words;

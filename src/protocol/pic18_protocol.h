@@ -82,6 +82,10 @@ class Pic18Protocol {
   void SendWord16(uint32_t payload);
   void Send8ThenRelease(int value);
   int Read8();
+  /// Read8's line sequence with its bits marked, and the byte from taken bits.
+  void MarkByte();
+  static int ByteFrom(const std::vector<bool>& bits, size_t first);
+  void MarkTableByte();
   void SetTablePointer(int upper, int high, int low);
   /// One command with its payload: Send4 then SendWord16.
   void Transfer(int command, uint32_t payload);

@@ -128,6 +128,11 @@ void SerialProtocol::LoadDataMemory(int value) {
 }
 
 int SerialProtocol::ReadFrame() {
+  MarkFrame();
+  return WordFrom(link_.TakeSamples(), 0);
+}
+
+void SerialProtocol::MarkFrame() {
   Hold(IcspTiming().holdNs);
   link_.SetDataLine(kTrue);  // releases the line for the chip
   if (target_.core12) DelayUnit(link_.clock());
@@ -143,15 +148,30 @@ int SerialProtocol::ReadFrame() {
   Pulse();  // stop bit
   Hold(IcspTiming().holdNs);
   link_.SetDataLine(kFalse);
+}
+
+int SerialProtocol::WordFrom(const std::vector<bool>& bits, size_t first) {
   // LSB first: each bit read moves the word down and enters at the top.
   int word = 0;
-  for (const bool high : link_.TakeSamples()) word = (word >> 1) + (high ? kTopBit : 0);
+  for (size_t i = first; i < first + kWordBits; ++i) word = (word >> 1) + (bits[i] ? kTopBit : 0);
   return word;
 }
 
 int SerialProtocol::ReadProgramWord() {
   SendCommand(cmd::kReadDataProgram);
   return ReadFrame();
+}
+
+std::vector<int> SerialProtocol::ReadProgramWords(int count) {
+  for (int i = 0; i < count; ++i) {
+    SendCommand(cmd::kReadDataProgram);
+    MarkFrame();
+    IncrementAddress();
+  }
+  const std::vector<bool> bits = link_.TakeSamples();
+  std::vector<int> words;
+  for (size_t first = 0; first + kWordBits <= bits.size(); first += kWordBits) words.push_back(WordFrom(bits, first));
+  return words;
 }
 
 int SerialProtocol::ReadDataMemory() {

@@ -4,12 +4,17 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 #include <string_view>
 
 #include "hw/port_link.h"
 #include "protocol/timing.h"
 
 namespace quorvi {
+
+/// Words read in a row whose bits are taken in one go; a port that queues
+/// writes answers them in one round trip.
+inline constexpr int kWordsPerTake = 64;
 
 /// The six-bit command codes (sent LSB first).
 namespace cmd {
@@ -83,6 +88,9 @@ class SerialProtocol {
   void LoadProgramData(int word);
   void LoadDataMemory(int value);
   int ReadProgramWord();
+  /// `count` words from the address on, each followed by an increment: a
+  /// port that queues answers a block of them in one round trip.
+  std::vector<int> ReadProgramWords(int count);
   int ReadDataMemory();
   void IncrementAddress();
   /// Load Configuration with `data`, then seven increments: the counter on
@@ -106,6 +114,9 @@ class SerialProtocol {
   void SendBits(int value, int count);
   void SendDataFrame(int word, bool withCheckBits);
   int ReadFrame();
+  /// ReadFrame's line sequence with its data bits marked, and the word from taken bits.
+  void MarkFrame();
+  static int WordFrom(const std::vector<bool>& bits, size_t first);
   void Wait(float ms);
 
   PortLink& link_;
