@@ -8,6 +8,8 @@ install(DIRECTORY data/help DESTINATION ${QUORVI_INSTALL_DATADIR})
 install(FILES examples/eeprom_16f84a.asm examples/eeprom_16f84a.inhx32.hex
         DESTINATION ${QUORVI_INSTALL_DATADIR}/examples)
 install(FILES docs/quorvi2-cli.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+# Under the prefix's lib, not the multiarch libdir: udev reads /usr/lib/udev/rules.d.
+install(FILES data/udev/60-quorvi.rules DESTINATION lib/udev/rules.d)
 install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/quorvi RENAME copyright)
 if(QUORVI_BUILD_GUI)
   install(FILES docs/quorvi2.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
@@ -27,7 +29,7 @@ set(CPACK_PACKAGE_CONTACT "Quorvi developers <quorvi@example.org>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "programmer for PIC microcontrollers and 24Cxx EEPROMs")
 set(CPACK_PACKAGE_DESCRIPTION
     "Quorvi programs PIC microcontrollers (12-bit, 14-bit and 18F cores) and 24Cxx serial EEPROMs
-through a simple programmer board on a PC parallel port: read, blank check, erase, write, verify,
+through a simple programmer board on a PC parallel port, an FTDI bit-bang cable or GPIO pins: read, blank check, erase, write, verify,
 configuration bits by name, serial numbering. It has a Qt window (quorvi2), a command-line tool
 (quorvi2-cli) and a simulated board to try everything without hardware.")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
