@@ -9,7 +9,9 @@ namespace quorvi {
 
 namespace {
 
+// The outputs come first in the board's line order, DataIn last.
 constexpr size_t kOutputs = kBoardLines - 1;
+static_assert(static_cast<size_t>(BoardLine::kDataIn) == kOutputs);
 
 class GpioPort final : public PortDriver {
  public:
@@ -18,7 +20,7 @@ class GpioPort final : public PortDriver {
 
   void WriteData(uint8_t value) override {
     const uint64_t levels = map_.PinLevels(value);
-    // The ioctl is the cost; most of the protocols' writes change one line, many none.
+    // Many of the protocols' writes change no line: they cost no ioctl.
     if (levels == levels_ || lost_) {
       costNs_ = 0;
       return;
