@@ -16,6 +16,7 @@ std::optional<GpioFailure> BoardGpioChip::Request(std::span<const unsigned> outp
                                                   unsigned input) {
   ++requests;
   if (refusal) return refusal;
+  EXPECT_EQ(levels.size(), outputs.size());
   outputs_.assign(outputs.begin(), outputs.end());
   input_ = input;
   Drive(levels);
@@ -35,7 +36,6 @@ Result<bool> BoardGpioChip::GetInput() {
 }
 
 void BoardGpioChip::Drive(std::span<const int> levels) {
-  EXPECT_EQ(levels.size(), outputs_.size());
   for (size_t i = 0; i < outputs_.size() && i < levels.size(); ++i) {
     const uint64_t bit = uint64_t{1} << outputs_[i];
     pins_ = levels[i] != 0 ? pins_ | bit : pins_ & ~bit;
