@@ -7,6 +7,8 @@
 #include <charconv>
 
 #include "hw/ftdi_port.h"
+#include "hw/gpio_chip.h"
+#include "hw/gpio_port.h"
 #include "hw/pin_map.h"
 #include "hw/port_address.h"
 #include "hw/recording_port.h"
@@ -23,6 +25,9 @@ constexpr std::string_view kRawPrefix = "raw:";
 // bases, unless "raw!:" asks for another on purpose.
 constexpr std::string_view kRawAnyPrefix = "raw!:";
 constexpr std::array<long, 3> kParallelBases{0x378, 0x278, 0x3BC};
+constexpr std::string_view kGpioPrefix = "gpio:";
+// The adapters whose pin numbers are a GPIO chip's line offsets.
+constexpr std::array<std::string_view, 1> kGpioAdapters{"rpi"};
 
 std::string Lower(std::string_view text) {
   std::string lower(text);
@@ -79,6 +84,28 @@ Result<OpenedPort> OpenRaw(std::string_view port, const PortEnvironment& env) {
                         "raw!:" + FormatPortAddress(base) + " drives it all the same");
   }
   return Opened(OpenRawPort(base, *env.privileges));
+}
+
+bool AcceptsGpio(std::string_view port) { return Lower(port.substr(0, kGpioPrefix.size())) == kGpioPrefix; }
+
+Result<OpenedPort> OpenGpio(std::string_view port, const PortEnvironment& env) {
+  std::string chip(port.substr(kGpioPrefix.size()));
+  if (chip.starts_with("gpiochip")) chip = "/dev/" + chip;
+  if (!chip.starts_with("/")) {
+    return Status::Fail("\"" + std::string(port) + "\" names no GPIO chip: use gpio:/dev/gpiochipN or gpio:gpiochipN");
+  }
+  const std::string pins = env.pins.empty() ? "rpi" : env.pins;
+  Result<PinMap> map = LoadPinMap(pins);
+  if (!map) return map.status();
+  const std::string_view adapter = map.value().adapter->name;
+  if (std::find(kGpioAdapters.begin(), kGpioAdapters.end(), adapter) == kGpioAdapters.end()) {
+    return Status::Fail("The pin map " + pins + " is for the " + std::string(adapter) +
+                        ", an FTDI adapter; a gpio: port needs a map of GPIO lines (adapter rpi), such as --pins rpi");
+  }
+  Result<std::unique_ptr<GpioChip>> gpio = OpenGpioChip(chip);
+  if (!gpio) return gpio.status();
+  const bool preset = PresetPinMap(pins).ok();
+  return Opened(OpenGpioPort(std::move(gpio).value(), map.value(), preset ? pins + " pins" : "pins of " + pins));
 }
 
 bool AcceptsSim(std::string_view port) { return Lower(port) == "sim" || Lower(port.substr(0, 4)) == "sim:"; }
@@ -166,6 +193,10 @@ constexpr std::array kBackends{
     PortBackend{"ftdi", "ftdi | ftdi:SERIAL | ftdi:VID:PID[:INDEX]",
                 "an FT232R, FT232H or FT2232H cable in synchronous bit-bang mode (libftdi), wired by --pins",
                 AcceptsFtdi, OpenFtdi, kHardware},
+    PortBackend{"gpio", "gpio:/dev/gpiochipN",
+                "Linux GPIO chip through libgpiod, its lines wired as the pin map says (--pins; default rpi: the "
+                "Raspberry Pi's BCM GPIO numbers)",
+                AcceptsGpio, OpenGpio, kHardware},
     PortBackend{"sim", "sim | sim:CHIP | sim:FILE.json",
                 "the simulated programmer board with a simulated chip in its socket", AcceptsSim, OpenSim,
                 {.takesChipFile = true, .virtualClock = true, .shownSuffix = " (simulated board)"}},

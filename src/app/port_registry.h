@@ -61,7 +61,8 @@ std::span<const PortBackend> PortBackends();
 
 /// Opens the port named `port`: "lpt1", "lpt2", a hex address such as
 /// "0x3BC", a device path such as "/dev/parport0" (all through ppdev),
-/// "raw:" before any of the addresses for direct port I/O, "record", or the
+/// "raw:" before any of the addresses for direct port I/O, "gpio:/dev/gpiochipN"
+/// for a GPIO chip through libgpiod (wired by `env.pins`), "record", or the
 /// simulated board: "sim" (an empty socket until a device is selected),
 /// "sim:NAME" (a new chip of that name) or "sim:FILE.json" (a chip-state file).
 Result<OpenedPort> OpenPort(std::string_view port, const PortEnvironment& env = {});

@@ -108,6 +108,20 @@ void Pic18Chip::LeaveMode(int64_t nowNs) {
 }
 
 void Pic18Chip::Update(const SocketPins& pins, int64_t nowNs) {
+  // Work that ran its time out before this change ended then, at the supply it
+  // had: a port that writes only changes may show the chip nothing in between.
+  if (eraseRunning_ && nowNs - eraseStartNs_ >= static_cast<int64_t>(kP11Ns * state_.timingMargin)) {
+    eraseRunning_ = false;
+    if (vdd_ >= kMinEraseVdd) BulkErase();
+  }
+  if (eeWriting_ && nowNs >= eeWriteEndNs_) {
+    eeWriting_ = false;
+    eecon1_ = static_cast<uint8_t>(eecon1_ & ~(1U << kWr));
+    if (vdd_ >= kMinEraseVdd && !Contains(state_.faults.neverProgram, 0x2100 + eeadr_) &&
+        eeadr_ < state_.data.size()) {
+      state_.data[eeadr_] = eedata_;
+    }
+  }
   vdd_ = pins.vdd ? pins.vddVolts : 0.0;
   const bool powered = pins.vdd && pins.vddVolts >= kMinVdd;
   if (!powered && powered_ && pins.vpp) {
@@ -126,18 +140,6 @@ void Pic18Chip::Update(const SocketPins& pins, int64_t nowNs) {
       return;
     }
     EnterMode();
-  }
-  if (eraseRunning_ && nowNs - eraseStartNs_ >= static_cast<int64_t>(kP11Ns * state_.timingMargin)) {
-    eraseRunning_ = false;
-    if (vdd_ >= kMinEraseVdd) BulkErase();
-  }
-  if (eeWriting_ && nowNs >= eeWriteEndNs_) {
-    eeWriting_ = false;
-    eecon1_ = static_cast<uint8_t>(eecon1_ & ~(1U << kWr));
-    if (vdd_ >= kMinEraseVdd && !Contains(state_.faults.neverProgram, 0x2100 + eeadr_) &&
-        eeadr_ < state_.data.size()) {
-      state_.data[eeadr_] = eedata_;
-    }
   }
   if (!clock_ && pins.clock) {
     clock_ = true;

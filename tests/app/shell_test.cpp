@@ -92,7 +92,9 @@ TEST(OpenPort, ChoosesTheBackendByTheFormOfTheName) {
          return base ? std::string(text) : "none";
        }},
       {"OpenPort", [&](const auto& a) {
-         const auto port = OpenPort(test::Replaced(a.at(0), "$DIR", folder), env);
+         PortEnvironment withPins = env;
+         if (a.size() > 1) withPins.pins = test::Replaced(a.at(1), "$DIR", folder);
+         const auto port = OpenPort(test::Replaced(a.at(0), "$DIR", folder), withPins);
          return test::Replaced(port.ok() ? port.value().driver->Describe() : port.message(), folder, "$DIR");
        }}};
   EXPECT_EQ(test::TableMismatches("ports.txt", calls), "");
