@@ -2,8 +2,8 @@
 // Every PIC of the shipped catalogue through erase, blank check, write,
 // verify and read on chips held to their documents, on a port that costs
 // nothing (only the protocol's own waits and holds keep the minimums) and
-// over GPIO; and each documented minimum shown to matter: the same run with
-// that one wait cut below it fails.
+// over the FTDI and GPIO adapters; and each documented minimum shown to
+// matter: the same run with that one wait cut below it fails.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -22,6 +22,7 @@
 #include "sim/chip_info.h"
 #include "support/board_gpio.h"
 #include "support/devices.h"
+#include "support/fake_ftdi.h"
 #include "support/sim_app.h"
 
 namespace quorvi {
@@ -30,7 +31,7 @@ namespace {
 constexpr uint64_t kFactorySeed = 7;
 
 // How the program reaches the board.
-enum class Route { kPort, kGpio, kGpioInverted };
+enum class Route { kPort, kFtdi, kFtdiInverted, kGpio, kGpioInverted };
 
 struct Run {
   std::string part;
@@ -58,6 +59,10 @@ test::PortWiring WiringFor(Route route) {
   switch (route) {
     case Route::kPort:
       return {};
+    case Route::kFtdi:
+      return test::FtdiWiring(PresetPinMap("ft232r").value(), FtdiChip::kFt232r);
+    case Route::kFtdiInverted:
+      return test::FtdiWiring(test::InvertedFt232hWiring(), FtdiChip::kFt232h);
     case Route::kGpio:
       return test::GpioWiring(PresetPinMap("rpi").value());
     case Route::kGpioInverted:
@@ -178,7 +183,12 @@ std::string RunName(const ::testing::TestParamInfo<Run>& p) { return "PIC" + p.p
 
 INSTANTIATE_TEST_SUITE_P(Catalogue, EveryPic, ::testing::ValuesIn(CataloguePics(Route::kPort)), RunName);
 INSTANTIATE_TEST_SUITE_P(Gpio, EveryPic, ::testing::ValuesIn(CataloguePics(Route::kGpio)), RunName);
+// A wait inside an FTDI queue is a byte per microsecond through the fake chip: a
+// whole catalogue would take minutes, so one part of each family.
+INSTANTIATE_TEST_SUITE_P(Ftdi, EveryPic, ::testing::ValuesIn(CataloguePics(Route::kFtdi, true)), RunName);
 // Inverted lines are the port's business, not a family's: one part of each shows them.
+INSTANTIATE_TEST_SUITE_P(FtdiInverted, EveryPic, ::testing::ValuesIn(CataloguePics(Route::kFtdiInverted, true)),
+                         RunName);
 INSTANTIATE_TEST_SUITE_P(GpioInverted, EveryPic, ::testing::ValuesIn(CataloguePics(Route::kGpioInverted, true)),
                          RunName);
 

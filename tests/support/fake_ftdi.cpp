@@ -3,13 +3,18 @@
 
 #include <gtest/gtest.h>
 
+#include "hw/disconnected_port.h"
 #include "hw/ftdi_port.h"
 #include "support/board_wiring.h"
 
 namespace quorvi::test {
 
 FakeFtdiBus::FakeFtdiBus(std::unique_ptr<PortDriver> board, Clock& clock, const PinMap& wiring, FtdiChip chip)
-    : board_(std::move(board)), clock_(dynamic_cast<VirtualClock*>(&clock)), wiring_(wiring), chip_(chip) {}
+    : byteNs(TimingOf(chip).byteNs),
+      board_(std::move(board)),
+      clock_(dynamic_cast<VirtualClock*>(&clock)),
+      wiring_(wiring),
+      chip_(chip) {}
 
 Status FakeFtdiBus::Start(uint8_t outputMask, uint8_t levels) {
   outputs = outputMask;
@@ -22,7 +27,6 @@ Status FakeFtdiBus::Start(uint8_t outputMask, uint8_t levels) {
 Result<std::vector<uint8_t>> FakeFtdiBus::Transfer(std::span<const uint8_t> out) {
   ++transfers;
   bytes += static_cast<int64_t>(out.size());
-  const int64_t tick = TimingOf(chip_).byteNs;
   std::vector<uint8_t> in;
   in.reserve(out.size());
   for (const uint8_t byte : out) {
@@ -31,7 +35,7 @@ Result<std::vector<uint8_t>> FakeFtdiBus::Transfer(std::span<const uint8_t> out)
     const auto next = static_cast<uint8_t>((byte & outputs) | (pins_ & ~outputs));
     if (next != pins_) board_->WriteData(BoardByteFromPins(wiring_, next));
     pins_ = next;
-    if (clock_ != nullptr) clock_->Advance(tick);
+    if (clock_ != nullptr) clock_->Advance(byteNs);
   }
   return in;
 }
@@ -41,12 +45,19 @@ PortWiring FtdiWiring(const PinMap& wiring, FtdiChip chip, FakeFtdiBus** bus) {
     auto fake = std::make_unique<FakeFtdiBus>(std::move(board), clock, wiring, chip);
     if (bus != nullptr) *bus = fake.get();
     Result<std::unique_ptr<FtdiPort>> port = FtdiPort::Open(std::move(fake), wiring, clock);
-    if (!port) {
-      ADD_FAILURE() << port.message();
-      return nullptr;
-    }
-    return std::move(port).value();
+    if (port) return std::move(port).value();
+    ADD_FAILURE() << port.message();
+    return std::make_unique<DisconnectedPort>(port.message());
   };
+}
+
+PinMap InvertedFt232hWiring() {
+  Result<PinMap> map = ParsePinMap(
+      "adapter ft232h\nDataOut ADBUS3\nClock ADBUS0 inverted\nVdd ADBUS7\nVpp1 ADBUS6 inverted\nVpp2 ADBUS5\n"
+      "Vpp3 ADBUS4\nVddStep ADBUS2\nDataIn ADBUS1 inverted\n",
+      "inverted.pins");
+  EXPECT_TRUE(map) << map.message();
+  return map ? map.value() : PresetPinMap("ft232h").value();
 }
 
 }  // namespace quorvi::test

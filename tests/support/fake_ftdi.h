@@ -24,6 +24,8 @@ class FakeFtdiBus final : public FtdiBus {
   Status Start(uint8_t outputs, uint8_t levels) override;
   Result<std::vector<uint8_t>> Transfer(std::span<const uint8_t> out) override;
 
+  /// How long each byte holds the pins: the chip's own tick unless a test makes the baud faster.
+  int64_t byteNs;
   /// Round trips and bytes so far.
   int64_t transfers = 0;
   int64_t bytes = 0;
@@ -42,5 +44,8 @@ class FakeFtdiBus final : public FtdiBus {
 /// The FTDI port over a fake chip wired by `wiring` to the board; `bus`
 /// receives the fake so a test can count its round trips.
 PortWiring FtdiWiring(const PinMap& wiring, FtdiChip chip, FakeFtdiBus** bus = nullptr);
+
+/// An FT232H wiring unlike the preset: other pins, with Clock, Vpp1 and DataIn inverted.
+PinMap InvertedFt232hWiring();
 
 }  // namespace quorvi::test
