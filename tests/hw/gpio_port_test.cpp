@@ -8,6 +8,7 @@
 #include "hw/port_link.h"
 #include "hw/recording_port.h"
 #include "support/board_gpio.h"
+#include "support/board_wiring.h"
 
 namespace quorvi {
 namespace {

@@ -21,6 +21,7 @@
 #include "ops/write.h"
 #include "sim/chip_info.h"
 #include "support/board_gpio.h"
+#include "support/board_wiring.h"
 #include "support/devices.h"
 #include "support/fake_ftdi.h"
 #include "support/sim_app.h"

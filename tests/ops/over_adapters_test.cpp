@@ -11,6 +11,7 @@
 #include "ops/read.h"
 #include "ops/write.h"
 #include "support/board_gpio.h"
+#include "support/board_wiring.h"
 #include "support/fake_ftdi.h"
 #include "support/sim_app.h"
 

@@ -43,15 +43,6 @@ void BoardGpioChip::Drive(std::span<const int> levels) {
   board_->WriteData(BoardByteFromPins(wiring_, pins_));
 }
 
-PinMap InvertedRpiWiring() {
-  Result<PinMap> map = ParsePinMap(
-      "adapter rpi\nDataOut GPIO20\nClock GPIO21 inverted\nVdd GPIO16 inverted\nVpp1 GPIO12\nVpp2 GPIO13\n"
-      "Vpp3 GPIO19\nVddStep GPIO26\nDataIn GPIO2 inverted\n",
-      "inverted.pins");
-  EXPECT_TRUE(map) << map.message();
-  return map ? map.value() : PresetPinMap("rpi").value();
-}
-
 PortWiring GpioWiring(const PinMap& map) {
   return [map](std::unique_ptr<PortDriver> board, Clock&) -> std::unique_ptr<PortDriver> {
     Result<std::unique_ptr<PortDriver>> port =

@@ -44,9 +44,6 @@ class BoardGpioChip final : public GpioChip {
   uint64_t pins_ = 0;
 };
 
-/// A Raspberry Pi wiring unlike the preset: other pins, with Clock, Vdd and DataIn inverted.
-PinMap InvertedRpiWiring();
-
 /// Puts a GPIO port between a SimApp and its board, over a BoardGpioChip wired as `map`.
 PortWiring GpioWiring(const PinMap& map);
 

@@ -15,4 +15,8 @@ uint8_t BoardByteFromPins(const PinMap& wiring, uint64_t pinLevels);
 /// The adapter's pin levels with DataIn's pin showing the board's status byte.
 uint64_t PinsWithDataIn(const PinMap& wiring, uint64_t pinLevels, uint8_t boardStatus);
 
+/// Wirings unlike the presets: other pins, and Clock, a supply and DataIn inverted.
+PinMap InvertedFt232hWiring();
+PinMap InvertedRpiWiring();
+
 }  // namespace quorvi::test

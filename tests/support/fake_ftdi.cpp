@@ -51,13 +51,4 @@ PortWiring FtdiWiring(const PinMap& wiring, FtdiChip chip, FakeFtdiBus** bus) {
   };
 }
 
-PinMap InvertedFt232hWiring() {
-  Result<PinMap> map = ParsePinMap(
-      "adapter ft232h\nDataOut ADBUS3\nClock ADBUS0 inverted\nVdd ADBUS7\nVpp1 ADBUS6 inverted\nVpp2 ADBUS5\n"
-      "Vpp3 ADBUS4\nVddStep ADBUS2\nDataIn ADBUS1 inverted\n",
-      "inverted.pins");
-  EXPECT_TRUE(map) << map.message();
-  return map ? map.value() : PresetPinMap("ft232h").value();
-}
-
 }  // namespace quorvi::test

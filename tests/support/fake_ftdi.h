@@ -45,7 +45,4 @@ class FakeFtdiBus final : public FtdiBus {
 /// receives the fake so a test can count its round trips.
 PortWiring FtdiWiring(const PinMap& wiring, FtdiChip chip, FakeFtdiBus** bus = nullptr);
 
-/// An FT232H wiring unlike the preset: other pins, with Clock, Vpp1 and DataIn inverted.
-PinMap InvertedFt232hWiring();
-
 }  // namespace quorvi::test
