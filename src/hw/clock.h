@@ -16,7 +16,7 @@ class Clock {
 
   /// Nanoseconds since the clock was made; never goes back.
   virtual int64_t Nanoseconds() = 0;
-  /// Busy-waits `ns` without giving the processor away (short waits).
+  /// Waits `ns`, never less, without letting the window run (short waits).
   virtual void Spin(int64_t ns) = 0;
   /// Gives time away for up to `ns` (one slice of a long wait); may return early.
   virtual void Idle(int64_t ns) = 0;
@@ -39,16 +39,21 @@ class Clock {
   std::function<void()> pump_;
 };
 
-/// The PC's steady clock: spins on it for short waits, sleeps in slices for long ones.
+/// The PC's steady clock. A short wait sleeps until just before its end and
+/// spins the rest; a long one sleeps in slices. Made on the thread that waits:
+/// it sets that thread's timer slack and measures its wake-up lateness.
 class RealClock final : public Clock {
  public:
   RealClock();
   int64_t Nanoseconds() override;
   void Spin(int64_t ns) override;
   void Idle(int64_t ns) override;
+  /// How early a sleep ends before a short wait's deadline, to spin the rest.
+  int64_t wakeUpMarginNs() const { return wakeUpMarginNs_; }
 
  private:
   int64_t origin_;
+  int64_t wakeUpMarginNs_ = 0;
 };
 
 /// Simulated time: advances only when waited on, plus a fixed cost per port access.

@@ -21,17 +21,14 @@ double RealDelayMs(float ms) {
 
 void DelayMs(Clock& clock, float ms) {
   if (ms >= kLongWaitMs) {
-    // The fraction is cut off: 20.9 ms waits 20. Capped so the deadline stays comparable.
+    // The fraction is cut off: 20.9 ms waits 20, counted from now, not from a millisecond tick.
     const int64_t whole = ms < 2.0e9F ? static_cast<int64_t>(ms) : int64_t{2'000'000'000};
-    const uint32_t deadline = static_cast<uint32_t>(whole) + clock.Milliseconds();
-    // Compared as a signed difference so a wrap of the 32-bit clock ends no wait early.
-    for (;;) {
-      const int64_t now = clock.Nanoseconds();
-      const auto remainingMs = static_cast<int32_t>(deadline - static_cast<uint32_t>(now / 1'000'000));
-      if (remainingMs <= 0) return;
+    const int64_t deadline = clock.Nanoseconds() + whole * 1'000'000;
+    for (int64_t left = whole * 1'000'000; left > 0; left = deadline - clock.Nanoseconds()) {
       clock.PumpEvents();
-      clock.Idle(int64_t{remainingMs} * 1'000'000 - now % 1'000'000);
+      clock.Idle(left);
     }
+    return;
   }
   const int64_t units = ShortWaitUnits(ms);
   if (units > 0) clock.Spin(units * 1'000'000'000 / 12'000);
