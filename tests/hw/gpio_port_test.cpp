@@ -13,17 +13,25 @@
 namespace quorvi {
 namespace {
 
+// The chip's view of a board the test keeps: a refused open destroys the chip.
+class BorrowedBoard final : public PortWrapper {
+ public:
+  explicit BorrowedBoard(PortDriver& board) : board_(board) {}
+
+ private:
+  PortDriver& Inner() const override { return board_; }
+  PortDriver& board_;
+};
+
 struct Opened {
-  RecordingPort* board = nullptr;  // owned by chip
+  std::unique_ptr<RecordingPort> board = std::make_unique<RecordingPort>();  // outlives the chip
   test::BoardGpioChip* chip = nullptr;  // owned by port, when it opened
   Result<std::unique_ptr<PortDriver>> port = Status::Fail("not opened");
 };
 
 Opened Open(const PinMap& map, std::optional<GpioFailure> refusal = std::nullopt) {
   Opened o;
-  auto board = std::make_unique<RecordingPort>();
-  o.board = board.get();
-  auto chip = std::make_unique<test::BoardGpioChip>(std::move(board), map, "/dev/gpiochip4");
+  auto chip = std::make_unique<test::BoardGpioChip>(std::make_unique<BorrowedBoard>(*o.board), map, "/dev/gpiochip4");
   chip->refusal = std::move(refusal);
   o.chip = chip.get();
   o.port = OpenGpioPort(std::move(chip), map, "rpi pins");
