@@ -45,10 +45,16 @@ int64_t MeasureWakeUpMarginNs() {
 
 }  // namespace
 
-RealClock::RealClock() : origin_(SteadyNs()) {
-  // The default 50 µs timer slack would be most of a short wait's margin.
-  prctl(PR_SET_TIMERSLACK, 1UL, 0UL, 0UL, 0UL);
-  wakeUpMarginNs_ = MeasureWakeUpMarginNs();
+RealClock::RealClock() : origin_(SteadyNs()) {}
+
+int64_t RealClock::wakeUpMarginNs() {
+  // Measured on first need: a run that never waits (a file conversion) pays nothing.
+  if (wakeUpMarginNs_ < 0) {
+    // The default 50 µs timer slack would be most of a short wait's margin.
+    prctl(PR_SET_TIMERSLACK, 1UL, 0UL, 0UL, 0UL);
+    wakeUpMarginNs_ = MeasureWakeUpMarginNs();
+  }
+  return wakeUpMarginNs_;
 }
 
 int64_t RealClock::Nanoseconds() { return SteadyNs() - origin_; }
@@ -56,8 +62,9 @@ int64_t RealClock::Nanoseconds() { return SteadyNs() - origin_; }
 void RealClock::Spin(int64_t ns) {
   // Sleep most of the wait so the core is free, and spin the last stretch,
   // which the scheduler cannot be trusted to end on time.
+  const int64_t margin = wakeUpMarginNs();
   const int64_t end = SteadyNs() + ns;
-  if (ns > wakeUpMarginNs_) SleepUntil(end - wakeUpMarginNs_);
+  if (ns > margin) SleepUntil(end - margin);
   while (SteadyNs() < end) {
   }
 }

@@ -40,8 +40,8 @@ class Clock {
 };
 
 /// The PC's steady clock. A short wait sleeps until just before its end and
-/// spins the rest; a long one sleeps in slices. Made on the thread that waits:
-/// it sets that thread's timer slack and measures its wake-up lateness.
+/// spins the rest; a long one sleeps in slices. Used on one thread: the first
+/// short wait sets that thread's timer slack and measures its wake-up lateness.
 class RealClock final : public Clock {
  public:
   RealClock();
@@ -49,11 +49,11 @@ class RealClock final : public Clock {
   void Spin(int64_t ns) override;
   void Idle(int64_t ns) override;
   /// How early a sleep ends before a short wait's deadline, to spin the rest.
-  int64_t wakeUpMarginNs() const { return wakeUpMarginNs_; }
+  int64_t wakeUpMarginNs();
 
  private:
   int64_t origin_;
-  int64_t wakeUpMarginNs_ = 0;
+  int64_t wakeUpMarginNs_ = -1;
 };
 
 /// Simulated time: advances only when waited on, plus a fixed cost per port access.
