@@ -49,8 +49,9 @@ class Pic18 final : public ChipFamily {
       }
       if (erased) continue;
       const auto address = static_cast<uint32_t>(w) * 2U;
-      pic18.BeginBlock(address);
-      pic18.LoadPanelBuffer(address, bytes, true);
+      TablePointer pointer;
+      pic18.BeginBlock(address, pointer);
+      pic18.LoadPanelBuffer(address, bytes, true, pointer);
       for (int32_t k = 0; k < kWordsPerWrite; ++k) job.Cycles(w + k, 1);
     }
     return std::nullopt;

@@ -125,7 +125,8 @@ const Rule kBitRules[] = {
     {"18F: PGC low 5 us after programming, or the next command is lost (DS39576 P10)", "18F452", 0, 0x0000, 0x1234,
      "P10 keeps PGC low 5 us", [](SimLink& s, bool keep) {
        Pic18Protocol p18 = Enter18(s);
-       p18.BeginBlock(0);
+       TablePointer pointer;
+       p18.BeginBlock(0, pointer);
        p18.Transfer(cmd18::kTableWriteStartProgram, 0x1234);
        if (keep) {
          p18.StartProgrammingHold();
@@ -209,9 +210,10 @@ const Rule kCycleRules[] = {
     {"18F: PGC high 1 ms to program (DS39576 P9)", "18F452", 0, 0x0201, 0xFFFF, "P9 needs 1 ms",
      [](SimLink& s, bool keep) {
        Pic18Protocol p18 = Enter18(s);
-       p18.BeginBlock(0);
+       TablePointer pointer;
+       p18.BeginBlock(0, pointer);
        s.shortWaits = !keep;
-       p18.LoadPanelBuffer(0, kBytes, true);
+       p18.LoadPanelBuffer(0, kBytes, true, pointer);
      }},
     {"18F: bulk erase 5 ms without clocks (DS39576 P11)", "18F452", 0, 0xFFFF, 0x1234, "P11 needs 5 ms",
      [](SimLink& s, bool keep) {
