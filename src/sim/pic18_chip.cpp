@@ -2,6 +2,7 @@
 #include "sim/pic18_chip.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <string>
 #include <utility>
 
@@ -47,6 +48,12 @@ constexpr double kMinVdd = 2.0;
 // PIC18FXX2 configuration registers: CONFIG1L..CONFIG7H.
 constexpr std::array<uint8_t, kConfig18Bytes> kConfigMasks = {0x00, 0x27, 0x0F, 0x0F, 0x00, 0x01, 0x85,
                                                               0x00, 0x0F, 0xC0, 0x0F, 0xE0, 0x0F, 0x40};
+
+std::string Hex(uint32_t address) {
+  std::array<char, 16> text{};
+  std::snprintf(text.data(), text.size(), "%06Xh", address);
+  return text.data();
+}
 
 bool Contains(const std::vector<int>& list, int value) {
   return std::find(list.begin(), list.end(), value) != list.end();
@@ -388,11 +395,13 @@ void Pic18Chip::Program(bool heldLongEnough, int64_t nowNs) {
     }
     configLatch_.reset();
   }
-  auto commit = [&](Panel& p, bool ids) {
+  // The buffer goes to the group the pointer stands in (`base`), whatever
+  // group it was loaded for.
+  auto commit = [&](Panel& p, bool ids, uint32_t base) {
     if (!p.loaded) return;
     for (uint32_t i = 0; i < 8; ++i) {
       if (!p.bytes[i]) continue;
-      const uint32_t a = p.base + i;
+      const uint32_t a = base + i;
       if (ids) {
         const size_t word = (a - kIdFirst) / 2;
         const int shift = (a % 2 == 0) ? 0 : 8;
@@ -413,16 +422,34 @@ void Pic18Chip::Program(bool heldLongEnough, int64_t nowNs) {
     idBuffer_ = Panel{};
     return;
   }
-  commit(idBuffer_, true);
-  if (multiPanel_) {
-    for (Panel& p : panels_) commit(p, false);
-  } else {
-    const uint32_t address = tblptr_ & ~1U;
-    if (address < static_cast<uint32_t>(info_.programWords) * 2) {
-      commit(panels_[static_cast<size_t>(PanelOf(address))], false);
+  commit(idBuffer_, true, idBuffer_.base);
+  const uint32_t group = tblptr_ & ~7U;
+  const uint32_t programBytes = static_cast<uint32_t>(info_.programWords) * 2;
+  // DS39576 3.2: each panel's 8-byte buffer is loaded before the write
+  // starts, and the pointer then holds the offset they were loaded at.
+  auto check = [&](const Panel& p, uint32_t base, const std::string& which) {
+    const bool full = std::all_of(p.bytes.begin(), p.bytes.end(), [](const auto& b) { return b.has_value(); });
+    if (!p.loaded || !full) {
+      Violate(nowNs, std::string(info_.name) + ": " + which + " buffer not loaded with all 8 bytes before "
+                     "programming; DS39576 3.2 loads it whole");
+    } else if (p.base != base) {
+      Violate(nowNs, std::string(info_.name) + ": " + which + " buffer loaded for " + Hex(p.base) +
+                         " but programmed with the pointer at " + Hex(base) + "; DS39576 3.2 keeps the offset");
     }
-    for (Panel& p : panels_) p = Panel{};
+  };
+  if (group < programBytes && multiPanel_) {
+    const uint32_t offset = group % kPanelSpan;
+    for (size_t i = 0; i < panels_.size(); ++i) {
+      const uint32_t base = static_cast<uint32_t>(i) * kPanelSpan + offset;
+      check(panels_[i], base, "panel " + std::to_string(i + 1) + "'s");
+      commit(panels_[i], false, base);
+    }
+  } else if (group < programBytes) {
+    Panel& p = panels_[static_cast<size_t>(PanelOf(group))];
+    check(p, group, "the panel's");
+    commit(p, false, group);
   }
+  for (Panel& p : panels_) p = Panel{};
 }
 
 void Pic18Chip::BulkErase() {
