@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cstdio>
 #include <functional>
 #include <tuple>
 #include <vector>
@@ -75,16 +74,7 @@ TEST(Pic18, SequencesSendTheseTransfers) {
     pointer.reset();
     Fixture f;
     run(f.p18);
-    const std::vector<int> bits = FallingEdgeBits(f.rl.TakeWrites());
-    std::string transfers;
-    for (size_t i = 0; i + 20 <= bits.size(); i += 20) {
-      unsigned command = 0, payload = 0;
-      for (size_t b = 0; b < 4; ++b) command |= static_cast<unsigned>(bits[i + b]) << b;
-      for (size_t b = 0; b < 16; ++b) payload |= static_cast<unsigned>(bits[i + 4 + b]) << b;
-      char text[16];
-      std::snprintf(text, sizeof text, "%u/%04X ", command, payload);
-      transfers += text;
-    }
+    const std::string transfers = test::Pic18Transfers(f.rl.TakeWrites());
     EXPECT_EQ(test::Words(transfers), test::Words(golden.at(name))) << name;
     EXPECT_GE(f.rl.clock.Nanoseconds(), atLeastNs) << name;
   }
