@@ -2,9 +2,10 @@
 #include "sim/pic18_chip.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <string>
 #include <utility>
+
+#include "util/arith.h"
 
 namespace quorvi::sim {
 
@@ -48,12 +49,6 @@ constexpr double kMinVdd = 2.0;
 // PIC18FXX2 configuration registers: CONFIG1L..CONFIG7H.
 constexpr std::array<uint8_t, kConfig18Bytes> kConfigMasks = {0x00, 0x27, 0x0F, 0x0F, 0x00, 0x01, 0x85,
                                                               0x00, 0x0F, 0xC0, 0x0F, 0xE0, 0x0F, 0x40};
-
-std::string Hex(uint32_t address) {
-  std::array<char, 16> text{};
-  std::snprintf(text.data(), text.size(), "%06Xh", address);
-  return text.data();
-}
 
 bool Contains(const std::vector<int>& list, int value) {
   return std::find(list.begin(), list.end(), value) != list.end();
@@ -433,8 +428,9 @@ void Pic18Chip::Program(bool heldLongEnough, int64_t nowNs) {
       Violate(nowNs, std::string(info_.name) + ": " + which + " buffer not loaded with all 8 bytes before "
                      "programming; DS39576 3.2 loads it whole");
     } else if (p.base != base) {
-      Violate(nowNs, std::string(info_.name) + ": " + which + " buffer loaded for " + Hex(p.base) +
-                         " but programmed with the pointer at " + Hex(base) + "; DS39576 3.2 keeps the offset");
+      Violate(nowNs, std::string(info_.name) + ": " + which + " buffer loaded for " +
+                         HexText(static_cast<int32_t>(p.base)) + "h but programmed with the pointer at " +
+                         HexText(static_cast<int32_t>(base)) + "h; DS39576 3.2 keeps the offset");
     }
   };
   if (group < programBytes && multiPanel_) {
