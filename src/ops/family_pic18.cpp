@@ -2,13 +2,13 @@
 // The 18F parts (DS39576): 4-bit commands, table writes through the panel
 // buffers, data EEPROM through EECON1, configuration in bytes of their own.
 #include <algorithm>
-#include <array>
 #include <vector>
 
 #include "ops/compare.h"
 #include "ops/families.h"
 #include "ops/op_texts.h"
 #include "ops/pic18_config_bytes.h"
+#include "ops/pic18_program_write.h"
 #include "ops/read.h"
 #include "protocol/pic18_protocol.h"
 
@@ -20,39 +20,36 @@ constexpr int kByteMask = 0xFF;
 constexpr int kErased18 = 0xFFFF;
 constexpr int32_t kMaxDataBytes = 256;
 
+// The write erases the whole chip, data EEPROM included, when the option asks.
+bool ErasesFirst(WriteJob& job) { return job.state().options.chkErase; }
+
 class Pic18 final : public ChipFamily {
  public:
   void Erase(OperationFrame& frame, bool /*blankCalibration*/) const override {
     Pic18Protocol(frame.protocol()).BulkErase();
   }
 
-  // After the preparation, single-panel writes of eight bytes (four words)
-  // each, every one started by its last table write and the P9 hold.
+  // After the preparation, the groups that hold data, in multi-panel cycles
+  // where two or more panels hold data at one offset. A group of FFFFh words
+  // needs no cycle: programming leaves erased cells as they are and cannot
+  // erase the others, which the verify then finds.
   std::optional<WriteError> WriteProgram(WriteJob& job) const override {
     Pic18Protocol pic18(job.protocol());
     // The flash cells only go from 1 to 0: the erase the option asks for comes first.
-    if (job.state().options.chkErase) pic18.BulkErase();
+    if (ErasesFirst(job)) pic18.BulkErase();
     pic18.PrepareWrite();
     job.frame().ui().ShowStatus(op_text::kWritingData);
-    const int32_t n = job.device().programSize;
-    const int32_t stride = ProgressStride(n);
-    constexpr int32_t kWordsPerWrite = static_cast<int32_t>(kPanelBufferBytes / 2);
-    for (int32_t w = 0; w <= n; w += kWordsPerWrite) {
-      std::array<uint8_t, kPanelBufferBytes> bytes{};
-      bool erased = true;
-      for (int32_t k = 0; k < kWordsPerWrite; ++k) {
-        if ((w + k) % stride == 0 || w + k == n) job.frame().Progress(w + k, n);
-        const int word = w + k <= n ? job.Word(w + k) & kErased18 : kErased18;
-        if (word != kErased18) erased = false;
-        bytes[static_cast<size_t>(2 * k)] = static_cast<uint8_t>(word & kByteMask);
-        bytes[static_cast<size_t>(2 * k + 1)] = static_cast<uint8_t>(word >> 8);
+    std::vector<int> words(static_cast<size_t>(job.device().programSize) + 1);
+    for (size_t i = 0; i < words.size(); ++i) words[i] = job.Word(static_cast<int32_t>(i)) & kErased18;
+    const std::vector<PanelCycle> cycles = PlanPanelCycles(words);
+    const auto total = static_cast<int32_t>(cycles.size());
+    const int32_t stride = ProgressStride(total);
+    WritePanelCycles(pic18, words, cycles, [&](size_t i) {
+      for (const uint32_t group : cycles[i].groups) {
+        for (uint32_t k = 0; k < kPanelBufferBytes / 2; ++k) job.Cycles(static_cast<int32_t>(group / 2 + k), 1);
       }
-      if (erased) continue;
-      const auto address = static_cast<uint32_t>(w) * 2U;
-      pic18.BeginBlock(address);
-      pic18.LoadPanelBuffer(address, bytes, true);
-      for (int32_t k = 0; k < kWordsPerWrite; ++k) job.Cycles(w + k, 1);
-    }
+      job.StepProgress(static_cast<int32_t>(i) + 1, total, stride);
+    });
     return std::nullopt;
   }
 
@@ -62,9 +59,12 @@ class Pic18 final : public ChipFamily {
     if (!state.options.opEEdata || bytes < 1) return std::nullopt;
     Pic18Protocol pic18(job.protocol());
     job.frame().ui().ShowStatus(op_text::kWritingEeData);
+    const bool erased = ErasesFirst(job);
     for (int32_t j = 0; j < bytes; ++j) {
       const int value = state.image.dataBuffer[static_cast<size_t>(j)] & kByteMask;
-      if (!pic18.WriteDataEeprom(j, value) || pic18.ReadDataEeprom(j) != value) return WriteError{j};
+      // The bulk erase left FFh in every byte: those are only read back.
+      const bool write = !erased || value != kByteMask;
+      if ((write && !pic18.WriteDataEeprom(j, value)) || pic18.ReadDataEeprom(j) != value) return WriteError{j};
     }
     return std::nullopt;
   }

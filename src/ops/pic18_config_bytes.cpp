@@ -39,8 +39,10 @@ std::optional<Mismatch> LastDifferingIdWord18(Pic18Protocol& pic18, const Memory
 }
 
 bool WriteConfigBytes18(Pic18Protocol& pic18, const DeviceDescriptor& device, const MemoryImage& image) {
+  pic18.SelectConfigurationMemory();
+  TablePointer pointer;
   for (int offset = 0; offset < kConfig18Registers; ++offset) {
-    if (const auto byte = Config18ByteToWrite(device, image, offset)) pic18.WriteConfigByte(offset, *byte);
+    if (const auto byte = Config18ByteToWrite(device, image, offset)) pic18.ProgramConfigByte(offset, *byte, pointer);
   }
   return !FirstDifferingConfigByte18(pic18, device, image);
 }

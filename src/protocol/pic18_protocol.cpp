@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "protocol/pic18_protocol.h"
 
+#include <utility>
+
 #include "hw/delay.h"
 
 namespace quorvi {
@@ -78,6 +80,23 @@ void Pic18Protocol::SetTablePointerTo(uint32_t address) {
                   static_cast<int>(address & 0xFF));
 }
 
+void Pic18Protocol::MoveTablePointer(uint32_t address, TablePointer& pointer) {
+  if (!pointer) {
+    SetTablePointerTo(address);
+  } else {
+    // Upper, high, low, in the order SetTablePointer loads them.
+    constexpr std::array<std::pair<int, uint32_t>, 3> kBytes = {
+        {{16, insn18::kMovwfTblptrU}, {8, insn18::kMovwfTblptrH}, {0, insn18::kMovwfTblptrL}}};
+    for (const auto& [shift, store] : kBytes) {
+      const uint32_t byte = (address >> shift) & 0xFF;
+      if (byte == ((*pointer >> shift) & 0xFF)) continue;
+      Transfer(cmd18::kCoreInstruction, insn18::kMovlw + byte);
+      Transfer(cmd18::kCoreInstruction, store);
+    }
+  }
+  pointer = address;
+}
+
 int Pic18Protocol::ReadTableByte() {
   MarkTableByte();
   return ByteFrom(link_.TakeSamples(), 0);
@@ -120,22 +139,23 @@ void Pic18Protocol::PrepareWrite() {
   Transfer(cmd18::kTableWrite, 0x0000);
 }
 
-void Pic18Protocol::BeginBlock(uint32_t address) {
+void Pic18Protocol::BeginBlock(uint32_t address, TablePointer& pointer) {
   Transfer(cmd18::kCoreInstruction, insn18::kBsfEepgd);
   Transfer(cmd18::kCoreInstruction, insn18::kBcfCfgs);
   SetTablePointerTo(address);
+  pointer = address;
 }
 
-void Pic18Protocol::SetPanelMode(bool multiPanel) {
+void Pic18Protocol::SetPanelMode(bool multiPanel, TablePointer& pointer) {
   Transfer(cmd18::kCoreInstruction, insn18::kBsfEepgd);
   Transfer(cmd18::kCoreInstruction, insn18::kBsfCfgs);
-  SetTablePointerTo(addr18::kPanelModeRegister);
+  MoveTablePointer(addr18::kPanelModeRegister, pointer);
   Transfer(cmd18::kTableWrite, multiPanel ? kMultiPanelWrites : kSinglePanelWrites);
 }
 
 void Pic18Protocol::LoadPanelBuffer(uint32_t address, std::span<const uint8_t, kPanelBufferBytes> bytes,
-                                    bool startProgramming) {
-  SetTablePointerTo(address);
+                                    bool startProgramming, TablePointer& pointer) {
+  MoveTablePointer(address, pointer);
   for (int pair = 0; pair < kPanelBufferBytes / 2; ++pair) {
     const auto index = static_cast<size_t>(pair * 2);
     const uint32_t payload = bytes[index] | (static_cast<uint32_t>(bytes[index + 1]) << 8);
@@ -144,6 +164,8 @@ void Pic18Protocol::LoadPanelBuffer(uint32_t address, std::span<const uint8_t, k
     if (last) command = startProgramming ? cmd18::kTableWriteStartProgram : cmd18::kTableWrite;
     Transfer(command, payload);
   }
+  // Three writes moved it two bytes each; the last leaves it where it wrote.
+  pointer = address + kPanelBufferBytes - 2;
   if (startProgramming) StartProgrammingHold();
 }
 
@@ -159,17 +181,26 @@ void Pic18Protocol::StartProgrammingHold() {
   SendWord16(insn18::kNop);
 }
 
-void Pic18Protocol::WriteConfigByte(int index, int value) {
+void Pic18Protocol::SelectConfigurationMemory() {
   Transfer(cmd18::kCoreInstruction, insn18::kBsfEepgd);
   Transfer(cmd18::kCoreInstruction, insn18::kBsfCfgs);
   // A code-protect bit programmed while the counter sits in its block could
   // lock out the writes after it.
   Transfer(cmd18::kCoreInstruction, insn18::kGotoOutsideCodeFirst);
   Transfer(cmd18::kCoreInstruction, insn18::kGotoOutsideCodeSecond);
-  SetTablePointerTo(addr18::kConfigBytes + static_cast<uint32_t>(index));
+}
+
+void Pic18Protocol::ProgramConfigByte(int index, int value, TablePointer& pointer) {
+  MoveTablePointer(addr18::kConfigBytes + static_cast<uint32_t>(index), pointer);
   const auto byte = static_cast<uint32_t>(value & 0xFF);
   Transfer(cmd18::kTableWriteStartProgram, (index % 2 == 0) ? byte : (byte << 8));
   StartProgrammingHold();
+}
+
+void Pic18Protocol::WriteConfigByte(int index, int value) {
+  SelectConfigurationMemory();
+  TablePointer pointer;
+  ProgramConfigByte(index, value, pointer);
 }
 
 std::vector<int> Pic18Protocol::ReadBytes(uint32_t address, int count) {
@@ -180,8 +211,9 @@ std::vector<int> Pic18Protocol::ReadBytes(uint32_t address, int count) {
 }
 
 void Pic18Protocol::WriteIdBytes(std::span<const uint8_t, kPanelBufferBytes> bytes) {
-  BeginBlock(addr18::kIdLocations);
-  LoadPanelBuffer(addr18::kIdLocations, bytes, true);
+  TablePointer pointer;
+  BeginBlock(addr18::kIdLocations, pointer);
+  LoadPanelBuffer(addr18::kIdLocations, bytes, true, pointer);
 }
 
 int Pic18Protocol::ShiftOutTablat() {

@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -71,6 +72,11 @@ inline constexpr int kPanelBufferBytes = 8;
 /// The panels of a 32 KB part are 8 KB apart.
 inline constexpr uint32_t kPanelSpan = 0x2000;
 
+/// Where the chip's table pointer stands as far as the host knows: nothing
+/// after mode entry. A sequence that moves the pointer by a known step
+/// updates it, so the next one loads only the bytes that change.
+using TablePointer = std::optional<uint32_t>;
+
 /// The 18F layer over the serial command layer's lines and mode entry.
 class Pic18Protocol {
  public:
@@ -91,6 +97,9 @@ class Pic18Protocol {
   void Transfer(int command, uint32_t payload);
   /// SetTablePointer from a 22-bit address.
   void SetTablePointerTo(uint32_t address);
+  /// Loads only the pointer bytes that differ from where `pointer` says it
+  /// stands (all three when it does not know); `pointer` is then `address`.
+  void MoveTablePointer(uint32_t address, TablePointer& pointer);
 
   /// One byte by table read with post-increment (command 1001).
   int ReadTableByte();
@@ -101,18 +110,27 @@ class Pic18Protocol {
 
   /// Write preparation: 0 at 3C0006h (single-panel writes).
   void PrepareWrite();
-  /// Opens one block of the write loop: EEPGD set, CFGS clear, pointer to `address`.
-  void BeginBlock(uint32_t address);
-  /// Selects single- or multi-panel writes through 3C0006h (configuration space).
-  void SetPanelMode(bool multiPanel);
+  /// Opens one block of the write loop: EEPGD set, CFGS clear, the whole
+  /// pointer loaded with `address`.
+  void BeginBlock(uint32_t address, TablePointer& pointer);
+  /// Selects single- or multi-panel writes through 3C0006h (configuration
+  /// space); code memory must be selected again after it.
+  void SetPanelMode(bool multiPanel, TablePointer& pointer);
   /// Loads 8 bytes into the write buffer of the panel holding `address` (an
-  /// 8-byte boundary, pointer set here). With `startProgramming` the last
-  /// pair is written with 1111 and the programming hold follows.
-  void LoadPanelBuffer(uint32_t address, std::span<const uint8_t, kPanelBufferBytes> bytes, bool startProgramming);
+  /// 8-byte boundary), moving the pointer there first. With
+  /// `startProgramming` the last pair is written with 1111 and the
+  /// programming hold follows.
+  void LoadPanelBuffer(uint32_t address, std::span<const uint8_t, kPanelBufferBytes> bytes, bool startProgramming,
+                       TablePointer& pointer);
   /// The NOP whose fourth clock is held high for P9, then low for P10.
   void StartProgrammingHold();
-  /// Writes one configuration byte at 300000h + index (DS39576 3.4): even
-  /// addresses take the payload's low byte, odd ones its high byte.
+  /// EEPGD and CFGS set, and the program counter out of code memory: what
+  /// every configuration write needs, once before them (DS39576 3.4).
+  void SelectConfigurationMemory();
+  /// Programs the configuration byte at 300000h + index, configuration memory
+  /// selected: even addresses take the payload's low byte, odd ones its high byte.
+  void ProgramConfigByte(int index, int value, TablePointer& pointer);
+  /// One configuration byte on its own: the selection, then the byte.
   void WriteConfigByte(int index, int value);
   /// Reads `count` bytes from `address` by table reads.
   std::vector<int> ReadBytes(uint32_t address, int count);

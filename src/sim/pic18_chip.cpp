@@ -5,6 +5,8 @@
 #include <string>
 #include <utility>
 
+#include "util/arith.h"
+
 namespace quorvi::sim {
 
 namespace {
@@ -388,11 +390,13 @@ void Pic18Chip::Program(bool heldLongEnough, int64_t nowNs) {
     }
     configLatch_.reset();
   }
-  auto commit = [&](Panel& p, bool ids) {
+  // The buffer goes to the group the pointer stands in (`base`), whatever
+  // group it was loaded for.
+  auto commit = [&](Panel& p, bool ids, uint32_t base) {
     if (!p.loaded) return;
     for (uint32_t i = 0; i < 8; ++i) {
       if (!p.bytes[i]) continue;
-      const uint32_t a = p.base + i;
+      const uint32_t a = base + i;
       if (ids) {
         const size_t word = (a - kIdFirst) / 2;
         const int shift = (a % 2 == 0) ? 0 : 8;
@@ -413,16 +417,35 @@ void Pic18Chip::Program(bool heldLongEnough, int64_t nowNs) {
     idBuffer_ = Panel{};
     return;
   }
-  commit(idBuffer_, true);
-  if (multiPanel_) {
-    for (Panel& p : panels_) commit(p, false);
-  } else {
-    const uint32_t address = tblptr_ & ~1U;
-    if (address < static_cast<uint32_t>(info_.programWords) * 2) {
-      commit(panels_[static_cast<size_t>(PanelOf(address))], false);
+  commit(idBuffer_, true, idBuffer_.base);
+  const uint32_t group = tblptr_ & ~7U;
+  const uint32_t programBytes = static_cast<uint32_t>(info_.programWords) * 2;
+  // DS39576 3.2: each panel's 8-byte buffer is loaded before the write
+  // starts, and the pointer then holds the offset they were loaded at.
+  auto check = [&](const Panel& p, uint32_t base, const std::string& which) {
+    const bool full = std::all_of(p.bytes.begin(), p.bytes.end(), [](const auto& b) { return b.has_value(); });
+    if (!p.loaded || !full) {
+      Violate(nowNs, std::string(info_.name) + ": " + which + " buffer not loaded with all 8 bytes before "
+                     "programming; DS39576 3.2 loads it whole");
+    } else if (p.base != base) {
+      Violate(nowNs, std::string(info_.name) + ": " + which + " buffer loaded for " +
+                         HexText(static_cast<int32_t>(p.base)) + "h but programmed with the pointer at " +
+                         HexText(static_cast<int32_t>(base)) + "h; DS39576 3.2 keeps the offset");
     }
-    for (Panel& p : panels_) p = Panel{};
+  };
+  if (group < programBytes && multiPanel_) {
+    const uint32_t offset = group % kPanelSpan;
+    for (size_t i = 0; i < panels_.size(); ++i) {
+      const uint32_t base = static_cast<uint32_t>(i) * kPanelSpan + offset;
+      check(panels_[i], base, "panel " + std::to_string(i + 1) + "'s");
+      commit(panels_[i], false, base);
+    }
+  } else if (group < programBytes) {
+    Panel& p = panels_[static_cast<size_t>(PanelOf(group))];
+    check(p, group, "the panel's");
+    commit(p, false, group);
   }
+  for (Panel& p : panels_) p = Panel{};
 }
 
 void Pic18Chip::BulkErase() {

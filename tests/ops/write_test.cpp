@@ -20,6 +20,7 @@
 #include "ops/write.h"
 #include "sim/eprom_chip.h"
 #include "support/golden.h"
+#include "support/line_trace.h"
 #include "support/sim_app.h"
 
 namespace quorvi {
@@ -288,6 +289,59 @@ TEST(Write18, ProgramsOnlyTheImagesBlocksAndReadsBackTheSameFields) {
               full ? data : std::vector<int>(256, 0));
     EXPECT_TRUE(std::equal(ids.begin(), ids.end(), image.idWords.begin()));
     EXPECT_EQ(std::vector<int>(image.config18Bytes.begin(), image.config18Bytes.end()), config);
+  }
+}
+
+// How often `transfer` begins one of the space-separated `transfers`.
+int Count(const std::string& transfers, const std::string& transfer) {
+  int count = 0;
+  const std::string start = " " + transfer;
+  for (size_t at = transfers.find(start); at != std::string::npos; at = transfers.find(start, at + 1)) ++count;
+  return count;
+}
+
+// An 18F452 image that holds program words [first, end) takes one
+// programming cycle (1111) per offset that holds data, all panels at once
+// where two or more do, besides those of the IDs and configuration; a data
+// EEPROM byte is written (BSF EECON1, WR) unless the erase left it as the
+// image has it. The chip then holds the image, FFFFh and FFh elsewhere.
+TEST(Write18, TakesOneCycleForEachOffsetTheImageHoldsAndLeavesTheRestErased) {
+  struct Layout {
+    const char* name;
+    int32_t first, end;
+    bool writtenChip;  // a chip that holds a program, erased by the write; the image's data EEPROM blank
+    int cycles, dataWrites;
+  };
+  const Layout layouts[] = {
+      {"no word", 0, 0, false, 0, 256},
+      {"2 KiB", 0, 1024, true, 256, 0},
+      {"every word", 0, 0x4000, false, 1024, 256},
+      {"a panel and a half", 0, 0x1800, false, 1024, 256},
+      {"the last word", 0x3FFF, 0x4000, true, 1, 0},
+  };
+  int others = 0;
+  for (const Layout& layout : layouts) {
+    SCOPED_TRACE(layout.name);
+    test::SimApp sim(layout.writtenChip ? test::PatternedChip("18F452") : test::BlankChip("18F452"), "18F452");
+    AppState& state = sim.state();
+    test::PatternImage(state);
+    state.options.chkErase = layout.writtenChip;
+    std::vector<int> program(0x4000, 0xFFFF);
+    for (int32_t a = 0; a < 0x4000; ++a) {
+      int32_t& word = state.image.programBuffer[static_cast<size_t>(a)];
+      word = a >= layout.first && a < layout.end ? word & 0xFFFF : 0xFFFF;
+      program[static_cast<size_t>(a)] = word;
+    }
+    if (layout.writtenChip) state.image.dataBuffer.fill(0xFF);
+    sim.TakeWrites();
+    ASSERT_TRUE(cmdWrite(state, sim.ui).ok()) << (sim.ui.messages.empty() ? "" : sim.ui.messages[0].text);
+    EXPECT_EQ(sim.chip().program, program);
+    EXPECT_TRUE(std::equal(sim.chip().data.begin(), sim.chip().data.end(), state.image.dataBuffer.begin()));
+    const std::string sent = " " + test::Pic18Transfers(sim.TakeWrites());
+    const int starts = Count(sent, "15/");
+    if (layout.cycles == 0) others = starts;
+    EXPECT_EQ(starts - others, layout.cycles);
+    EXPECT_EQ(Count(sent, "0/82A6"), layout.dataWrites);
   }
 }
 

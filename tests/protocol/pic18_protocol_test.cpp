@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cstdio>
 #include <functional>
 #include <tuple>
 #include <vector>
@@ -48,31 +47,34 @@ TEST(Pic18, Send8ReleasesTheLineAndRead8SamplesAfterTheFallingEdge) {
 // pic18_transfers.txt), and the least it must take (P9 hold, P11 erase).
 TEST(Pic18, SequencesSendTheseTransfers) {
   const std::array<uint8_t, 8> bytes{0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0x88};
+  TablePointer pointer;  // where each sequence starts: unknown
   const std::tuple<const char*, std::function<void(Pic18Protocol&)>, int64_t> cases[] = {
       {"pointer by address", [](Pic18Protocol& p) { p.SetTablePointerTo(0x012345); }, 0},
       {"write preparation", [](Pic18Protocol& p) { p.PrepareWrite(); }, 0},
-      {"multi-panel writes", [](Pic18Protocol& p) { p.SetPanelMode(true); }, 0},
-      {"block opening", [](Pic18Protocol& p) { p.BeginBlock(0x000140); }, 0},
-      {"panel buffer, programmed", [&](Pic18Protocol& p) { p.LoadPanelBuffer(0x2008, bytes, true); }, 1'000'000},
-      {"panel buffer, not programmed", [&](Pic18Protocol& p) { p.LoadPanelBuffer(0, bytes, false); }, 0},
+      {"multi-panel writes", [&](Pic18Protocol& p) { p.SetPanelMode(true, pointer); }, 0},
+      {"block opening", [&](Pic18Protocol& p) { p.BeginBlock(0x000140, pointer); }, 0},
+      {"panel buffer, programmed", [&](Pic18Protocol& p) { p.LoadPanelBuffer(0x2008, bytes, true, pointer); },
+       1'000'000},
+      {"panel buffer, not programmed", [&](Pic18Protocol& p) { p.LoadPanelBuffer(0, bytes, false, pointer); }, 0},
+      {"block of two groups and the next panel's", [&](Pic18Protocol& p) {
+         p.BeginBlock(0x0100, pointer);
+         for (const uint32_t address : {0x0100U, 0x0108U, 0x2108U}) p.LoadPanelBuffer(address, bytes, false, pointer);
+       }, 0},
+      {"configuration bytes 1 and 3", [&](Pic18Protocol& p) {
+         p.SelectConfigurationMemory();
+         p.ProgramConfigByte(1, 0x22, pointer);
+         p.ProgramConfigByte(3, 0x0E, pointer);
+       }, 2'000'000},
       {"configuration byte 3", [](Pic18Protocol& p) { p.WriteConfigByte(3, 0xA5); }, 1'000'000},
       {"configuration byte 2", [](Pic18Protocol& p) { p.WriteConfigByte(2, 0x5A); }, 1'000'000},
       {"bulk erase", [](Pic18Protocol& p) { p.BulkErase(); }, 5'000'000},
   };
   const auto golden = test::DataSections("pic18_transfers.txt");
   for (const auto& [name, run, atLeastNs] : cases) {
+    pointer.reset();
     Fixture f;
     run(f.p18);
-    const std::vector<int> bits = FallingEdgeBits(f.rl.TakeWrites());
-    std::string transfers;
-    for (size_t i = 0; i + 20 <= bits.size(); i += 20) {
-      unsigned command = 0, payload = 0;
-      for (size_t b = 0; b < 4; ++b) command |= static_cast<unsigned>(bits[i + b]) << b;
-      for (size_t b = 0; b < 16; ++b) payload |= static_cast<unsigned>(bits[i + 4 + b]) << b;
-      char text[16];
-      std::snprintf(text, sizeof text, "%u/%04X ", command, payload);
-      transfers += text;
-    }
+    const std::string transfers = test::Pic18Transfers(f.rl.TakeWrites());
     EXPECT_EQ(test::Words(transfers), test::Words(golden.at(name))) << name;
     EXPECT_GE(f.rl.clock.Nanoseconds(), atLeastNs) << name;
   }

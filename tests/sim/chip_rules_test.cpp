@@ -122,11 +122,15 @@ const Rule kBitRules[] = {
        s.p.BeginProgramming();
        Wait(s, true, kProgram);
      }},
-    {"18F: PGC low 5 us after programming, or the next command is lost (DS39576 P10)", "18F452", 0, 0x0000, 0x1234,
+    {"18F: PGC low 5 us after programming, or the next command is lost (DS39576 P10)", "18F452", 4, 0x0000, 0xFFFF,
      "P10 keeps PGC low 5 us", [](SimLink& s, bool keep) {
+       const std::array<uint8_t, 8> first{0x34, 0x12, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
+       const std::array<uint8_t, 8> zeros{};
        Pic18Protocol p18 = Enter18(s);
-       p18.BeginBlock(0);
-       p18.Transfer(cmd18::kTableWriteStartProgram, 0x1234);
+       TablePointer pointer;
+       p18.BeginBlock(0, pointer);
+       p18.LoadPanelBuffer(0, first, false, pointer);
+       p18.Transfer(cmd18::kTableWriteStartProgram, 0xFFFF);
        if (keep) {
          p18.StartProgrammingHold();
        } else {  // the programming hold without its P10
@@ -136,12 +140,25 @@ const Rule kBitRules[] = {
          s.link.SetClockLine(kFalse);
          s.p.SendWord16(insn18::kNop);
        }
-       p18.Transfer(cmd18::kTableWriteStartProgram, 0x0000);
-       p18.StartProgrammingHold();
+       // The command lost is the MOVLW that moves the pointer on: the zeros go to group 0.
+       p18.LoadPanelBuffer(8, zeros, true, pointer);
      }},
 };
 
 const std::array<uint8_t, 8> kBytes{1, 2, 3, 4, 5, 6, 7, 8};
+
+// A multi-panel write of kBytes at offset 10h of each panel of an 18F452 but
+// the `skipped` one, the last panel's group at `lastOffset`.
+void MultiPanelWrite(SimLink& s, uint32_t skipped, uint32_t lastOffset) {
+  Pic18Protocol p18 = Enter18(s);
+  TablePointer pointer;
+  p18.SetPanelMode(true, pointer);
+  p18.BeginBlock(0x10, pointer);
+  for (uint32_t panel = 0; panel < 4; ++panel) {
+    const bool last = panel == 3;
+    if (panel != skipped) p18.LoadPanelBuffer(panel * kPanelSpan + (last ? lastOffset : 0x10), kBytes, last, pointer);
+  }
+}
 
 const Rule kCycleRules[] = {
     {"a Load before every Begin Programming (DS30262 p.4)", "16F84A", 1, 0x1234, 0x3FFF, "without a Load",
@@ -209,10 +226,16 @@ const Rule kCycleRules[] = {
     {"18F: PGC high 1 ms to program (DS39576 P9)", "18F452", 0, 0x0201, 0xFFFF, "P9 needs 1 ms",
      [](SimLink& s, bool keep) {
        Pic18Protocol p18 = Enter18(s);
-       p18.BeginBlock(0);
+       TablePointer pointer;
+       p18.BeginBlock(0, pointer);
        s.shortWaits = !keep;
-       p18.LoadPanelBuffer(0, kBytes, true);
+       p18.LoadPanelBuffer(0, kBytes, true, pointer);
      }},
+    {"18F: every panel's buffer loaded whole before a multi-panel write (DS39576 3.2)", "18F452", 0x1008, 0x0201,
+     0xFFFF, "panel 2's buffer not loaded",
+     [](SimLink& s, bool keep) { MultiPanelWrite(s, keep ? 4 : 1, 0x10); }},
+    {"18F: the pointer keeps the offset the panels were loaded at (DS39576 3.2)", "18F452", 0x08, 0x0201, 0xFFFF,
+     "but programmed with the pointer at", [](SimLink& s, bool keep) { MultiPanelWrite(s, 4, keep ? 0x10 : 0x18); }},
     {"18F: bulk erase 5 ms without clocks (DS39576 P11)", "18F452", 0, 0xFFFF, 0x1234, "P11 needs 5 ms",
      [](SimLink& s, bool keep) {
        s.state().program[0] = 0x1234;

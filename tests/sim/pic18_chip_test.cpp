@@ -20,14 +20,17 @@ TEST(Pic18, MultiPanelWritesEveryLoadedPanelSinglePanelOnlyItsOwn) {
   test::SimLink s("18F452");
   Pic18Protocol p(s.p);
   s.p.EnterProgrammingMode();
-  p.SetPanelMode(true);
-  p.BeginBlock(0);
-  for (uint32_t panel = 0; panel < 4; ++panel) p.LoadPanelBuffer(panel * kPanelSpan + 0x10, kBytes, panel == 3);
+  TablePointer pointer;
+  p.SetPanelMode(true, pointer);
+  p.BeginBlock(0, pointer);
+  for (uint32_t panel = 0; panel < 4; ++panel) {
+    p.LoadPanelBuffer(panel * kPanelSpan + 0x10, kBytes, panel == 3, pointer);
+  }
   for (size_t panel = 0; panel < 4; ++panel) EXPECT_EQ(s.state().program[panel * 0x1000 + 8], 0x2211) << panel;
-  p.SetPanelMode(false);
-  p.BeginBlock(0);
-  p.LoadPanelBuffer(0x20, kBytes, false);
-  p.LoadPanelBuffer(kPanelSpan + 0x20, kBytes, true);
+  p.SetPanelMode(false, pointer);
+  p.BeginBlock(0, pointer);
+  p.LoadPanelBuffer(0x20, kBytes, false, pointer);
+  p.LoadPanelBuffer(kPanelSpan + 0x20, kBytes, true, pointer);
   EXPECT_EQ(s.state().program[0x10], 0xFFFF);
   EXPECT_EQ(s.state().program[0x1010], 0x2211);
   EXPECT_EQ(s.Problems(), "");

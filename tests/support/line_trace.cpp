@@ -16,13 +16,20 @@ std::vector<int> FallingEdgeBits(const std::vector<uint8_t>& writes) {
   return bits;
 }
 
+namespace {
+
+// `count` bits from `first` on, the first the least significant.
+int Value(const std::vector<int>& bits, size_t first, size_t count) {
+  int v = 0;
+  for (size_t b = 0; b < count; ++b) v |= bits[first + b] << b;
+  return v;
+}
+
+}  // namespace
+
 std::string Commands(const std::vector<uint8_t>& writes) {
   const std::vector<int> bits = FallingEdgeBits(writes);
-  const auto value = [&bits](size_t first, size_t count) {
-    int v = 0;
-    for (size_t b = 0; b < count; ++b) v |= bits[first + b] << b;
-    return v;
-  };
+  const auto value = [&bits](size_t first, size_t count) { return Value(bits, first, count); };
   std::string text;
   for (size_t i = 0; i + 6 <= bits.size();) {
     const int code = value(i, 6);
@@ -35,6 +42,23 @@ std::string Commands(const std::vector<uint8_t>& writes) {
       i += 16;
     }
     text += word;
+  }
+  return text;
+}
+
+std::string Pic18Transfers(const std::vector<uint8_t>& writes) {
+  const std::vector<int> bits = FallingEdgeBits(writes);
+  std::string text;
+  for (size_t i = 0; i + 20 <= bits.size(); i += 20) {
+    const int command = Value(bits, i, 4);
+    char transfer[16];
+    const bool read = command == 2 || (command >= 8 && command <= 11);
+    if (read) {
+      std::snprintf(transfer, sizeof transfer, "%d/--", command);
+    } else {
+      std::snprintf(transfer, sizeof transfer, "%d/%04X", command, Value(bits, i + 4, 16));
+    }
+    text += text.empty() ? transfer : std::string(" ") + transfer;
   }
   return text;
 }

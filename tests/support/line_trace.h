@@ -19,6 +19,11 @@ std::vector<int> FallingEdgeBits(const std::vector<uint8_t>& writes);
 /// (4, 5) take a 16-clock frame after the command.
 std::string Commands(const std::vector<uint8_t>& writes);
 
+/// The 18F transfers a chip takes from those writes, "command/payload" in
+/// hex each: "0/0E3C 12/0080". Table reads and TABLAT shifts (1000..1011,
+/// 0010), whose last eight clocks the chip drives, show as "9/--".
+std::string Pic18Transfers(const std::vector<uint8_t>& writes);
+
 /// A port that keeps each write with the clock time it happened at.
 class TimedPort final : public PortDriver {
  public:
