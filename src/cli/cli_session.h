@@ -7,8 +7,8 @@
 
 #include "app/app_state.h"
 #include "app/session.h"
-#include "hw/trace_window.h"
 #include "cli/terminal_ui.h"
+#include "hw/trace_window.h"
 #include "util/result.h"
 
 namespace quorvi::cli {

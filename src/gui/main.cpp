@@ -80,7 +80,8 @@ int main(int argc, char** argv) {
   if (parser.isSet(chip)) options.chip = parser.value(chip).toStdString();
   if (parser.isSet(trace)) options.trace = parser.value(trace).toStdString();
   if (parser.isSet(traceWindow)) {
-    const quorvi::Result<quorvi::TraceWindow> window = quorvi::ParseTraceWindow(parser.value(traceWindow).toStdString());
+    const std::string text = parser.value(traceWindow).toStdString();
+    const quorvi::Result<quorvi::TraceWindow> window = quorvi::ParseTraceWindow(text);
     if (!window || options.trace.empty()) {
       std::fprintf(stderr, "quorvi2: %s\n%s\n", window ? "--trace-window needs --trace" : window.message().c_str(),
                    kUsage);

@@ -37,7 +37,7 @@ class VcdTracePort final : public PortWrapper {
 
   /// Flushes and closes the file, if the window's end has not already;
   /// later accesses still reach the port. Fails, naming the file, when
-  /// anything could not be written or no change came within the window.
+  /// anything could not be written or the run ended before the window.
   Status Close();
  protected:
   PortDriver& Inner() const override { return *inner_; }
