@@ -111,8 +111,8 @@ Result<std::unique_ptr<Session>> Session::Open(const SessionOptions& options, co
 Status Session::BuildLines() {
   std::unique_ptr<PortDriver> driver = std::make_unique<ForwardingPort>(port_);
   if (!options_.trace.empty()) {
-    Result<std::unique_ptr<VcdTracePort>> traced = VcdTracePort::Open(std::move(driver), *state_->clock,
-                                                                        options_.trace);
+    Result<std::unique_ptr<VcdTracePort>> traced =
+        VcdTracePort::Open(std::move(driver), *state_->clock, options_.trace, options_.traceWindow);
     if (!traced) return traced.status();
     tracer_ = traced.value().get();
     driver = std::move(traced).value();

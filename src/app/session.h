@@ -26,6 +26,7 @@ struct SessionOptions {
   std::string legacyLine;           // "/Q", "/D:", "/F:", "/W"
   bool virtualClock = false;        // no hardware only: waits take no real time
   std::string trace;                // VCD file of every line change; empty: none
+  TraceWindow traceWindow;          // the stretch of the run the trace keeps
   /// False for a run that never touches the chip: no port is opened and the
   /// lines go nowhere.
   bool openPort = true;

@@ -25,6 +25,7 @@ Result<std::unique_ptr<CliSession>> CliSession::Open(const GlobalOptions& option
   sessionOptions.legacyLine = legacyLine;
   sessionOptions.virtualClock = options.clock == "virtual";
   sessionOptions.trace = options.trace;
+  sessionOptions.traceWindow = options.traceWindow;
   sessionOptions.openPort = touchesChip;
   sessionOptions.programName = "quorvi2-cli";
   sessionOptions.onInterrupt = [self] { self->Finish(); };

@@ -8,6 +8,7 @@
 #include "app/app_state.h"
 #include "app/session.h"
 #include "cli/terminal_ui.h"
+#include "hw/trace_window.h"
 #include "util/result.h"
 
 namespace quorvi::cli {
@@ -19,6 +20,7 @@ struct GlobalOptions {
   std::optional<std::string> chip;  // chip-state file of the simulated board
   std::string clock = "real";
   std::string trace;
+  TraceWindow traceWindow;
   std::optional<std::string> mode;  // prot | prod, for this run only
   bool legacyFiles = false;         // for this run only
   std::optional<std::string> device;  // the catalogue's name, any case

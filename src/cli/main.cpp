@@ -82,7 +82,18 @@ int main(int argc, char** argv) {
   app.add_option("--pins", options.pins,
                  "Wiring of a bit-bang port (ftdi, gpio): ft232r, ft232h, ft2232h, rpi or a pin map file "
                  "(default: the settings file's PINS line, else the adapter's own)");
-  app.add_option("--trace", options.trace, "Write every line change to this VCD file");
+  CLI::Option* trace = app.add_option(
+      "--trace", options.trace, "Write every line change to this VCD file (FILE.vcd.zst or FILE.vcd.gz: compressed)");
+  app.add_option_function<std::string>(
+         "--trace-window",
+         [&options](const std::string& text) {
+           Result<TraceWindow> window = ParseTraceWindow(text);
+           if (!window) throw CLI::ValidationError("--trace-window", window.message());
+           options.traceWindow = window.value();
+         },
+         "Trace only from START to END ms on the trace's clock (250: or :40 leave a side open)")
+      ->type_name("START:END")
+      ->needs(trace);
   app.add_option("--mode", options.mode, "prot or prod, for this run only (default: the settings file's)")
       ->check(CLI::IsMember({"prot", "prod"}));
   app.add_option("--device", options.device,

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // quorvi2: the main window. Legacy options "/Q", "/D:", "/F:", "/W" as
-// another program passes them, plus --port, --home, --chip and --trace.
+// another program passes them, plus --port, --home, --chip, --trace and --trace-window.
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QStringList>
@@ -19,7 +19,8 @@ namespace {
 constexpr int kUsageError = 2;
 constexpr int kSignalWatchMs = 100;
 constexpr const char* kUsage =
-    "usage: quorvi2 [--port PORT] [--home DIR] [--chip FILE] [--trace FILE] [/D:DEVICE] [/F:FILE] [/W] [/Q]";
+    "usage: quorvi2 [--port PORT] [--home DIR] [--chip FILE] [--trace FILE [--trace-window START:END]]\n"
+    "               [/D:DEVICE] [/F:FILE] [/W] [/Q]";
 
 std::string HelpText(const QCommandLineParser& parser) {
   // Qt's own help names the program only once an application object exists;
@@ -53,10 +54,14 @@ int main(int argc, char** argv) {
   const QCommandLineOption port("port", "The programmer's port (see PORT below).", "PORT");
   const QCommandLineOption home("home", "The program's folder: settings, device.ini, error log.", "DIR");
   const QCommandLineOption chip("chip", "Chip-state file of the simulated board, kept from run to run.", "FILE");
-  const QCommandLineOption trace("trace", "Write every line change to this VCD file.", "FILE");
+  const QCommandLineOption trace("trace", "Write every line change to this VCD file (.vcd.zst, .vcd.gz: compressed).",
+                                 "FILE");
+  const QCommandLineOption traceWindow(
+      "trace-window", "Trace only from START to END ms on the trace's clock (250: or :40 leave a side open).",
+      "START:END");
   const QCommandLineOption help(QStringList{"h", "help"}, "Show this help and end.");
   const QCommandLineOption version("version", "Show the program's version and end.");
-  parser.addOptions({port, home, chip, trace, help, version});
+  parser.addOptions({port, home, chip, trace, traceWindow, help, version});
   if (!parser.parse(args)) {
     std::fprintf(stderr, "quorvi2: %s\n%s\n", parser.errorText().toLocal8Bit().constData(), kUsage);
     return kUsageError;
@@ -74,6 +79,16 @@ int main(int argc, char** argv) {
   if (parser.isSet(home)) options.home = parser.value(home).toStdString();
   if (parser.isSet(chip)) options.chip = parser.value(chip).toStdString();
   if (parser.isSet(trace)) options.trace = parser.value(trace).toStdString();
+  if (parser.isSet(traceWindow)) {
+    const std::string text = parser.value(traceWindow).toStdString();
+    const quorvi::Result<quorvi::TraceWindow> window = quorvi::ParseTraceWindow(text);
+    if (!window || options.trace.empty()) {
+      std::fprintf(stderr, "quorvi2: %s\n%s\n", window ? "--trace-window needs --trace" : window.message().c_str(),
+                   kUsage);
+      return kUsageError;
+    }
+    options.traceWindow = window.value();
+  }
   options.programName = "quorvi2";
   options.legacyLine = parser.positionalArguments().join(' ').toStdString();
 

@@ -11,55 +11,62 @@ namespace quorvi {
 
 namespace {
 
-struct Wire {
-  const char* name;
-  char id;
-  uint8_t mask;  // in the data byte; 0 for DataIn and SDA
-};
-
-constexpr char kSdaId = 'i';
-
-constexpr std::array<Wire, 9> kWires{{
-    {"DataOut", 'a', line::kDataOut},
-    {"Clock", 'b', line::kClock},
-    {"Vdd", 'c', line::kVdd},
-    {"Vpp1", 'd', line::kVpp1},
-    {"Vpp2", 'e', line::kVpp2},
-    {"Vpp3", 'f', line::kVpp3},
-    {"VddStep", 'g', line::kVddStep},
-    {"DataIn", 'h', 0},
-    {"SDA", kSdaId, 0},
+constexpr std::array<VcdWire, 9> kWires{{
+    {"DataOut", 'a'},
+    {"Clock", 'b'},
+    {"Vdd", 'c'},
+    {"Vpp1", 'd'},
+    {"Vpp2", 'e'},
+    {"Vpp3", 'f'},
+    {"VddStep", 'g'},
+    {"DataIn", 'h'},
+    {"SDA", 'i'},
 }};
+// The data register's bits of the first seven wires.
+constexpr std::array<uint8_t, 7> kDataMasks{line::kDataOut, line::kClock, line::kVdd,    line::kVpp1,
+                                            line::kVpp2,    line::kVpp3,  line::kVddStep};
+constexpr uint16_t kDataInBit = 1U << 7;
+constexpr uint16_t kSdaBit = 1U << 8;
 
-bool Level(const Wire& wire, uint8_t data, bool dataIn, bool sda) {
-  if (wire.id == kSdaId) return sda;
-  return wire.mask == 0 ? dataIn : (data & wire.mask) != 0;
+uint16_t Levels(uint8_t data, bool dataIn, bool sda) {
+  uint16_t levels = (dataIn ? kDataInBit : 0) | (sda ? kSdaBit : 0);
+  for (size_t i = 0; i < kDataMasks.size(); ++i) {
+    if ((data & kDataMasks[i]) != 0) levels |= 1U << i;
+  }
+  return levels;
 }
 
 }  // namespace
 
 Result<std::unique_ptr<VcdTracePort>> VcdTracePort::Open(std::unique_ptr<PortDriver> inner, Clock& clock,
-                                                         const std::string& path) {
-  std::ofstream file(path, std::ios::binary | std::ios::trunc);
-  if (!file) return Status::Fail("Cannot write the trace file " + path);
-  file << "$version Quorvi port trace $end\n$timescale 1 ns $end\n$scope module board $end\n";
-  for (const Wire& wire : kWires) file << "$var wire 1 " << wire.id << ' ' << wire.name << " $end\n";
-  file << "$upscope $end\n$enddefinitions $end\n";
-  return std::unique_ptr<VcdTracePort>(new VcdTracePort(std::move(inner), clock, std::move(file), path));
+                                                         const std::string& path, TraceWindow window) {
+  Result<std::unique_ptr<TraceSink>> sink = OpenTraceSink(path);
+  if (!sink) return sink.status();
+  auto writer = std::make_unique<VcdWriter>(std::move(sink).value(), kWires);
+  return std::unique_ptr<VcdTracePort>(new VcdTracePort(std::move(inner), clock, std::move(writer), path, window));
 }
 
-VcdTracePort::VcdTracePort(std::unique_ptr<PortDriver> inner, Clock& clock, std::ofstream file, std::string path)
-    : inner_(std::move(inner)), clock_(clock), file_(std::move(file)), path_(std::move(path)) {}
+VcdTracePort::VcdTracePort(std::unique_ptr<PortDriver> inner, Clock& clock, std::unique_ptr<VcdWriter> writer,
+                           std::string path, TraceWindow window)
+    : inner_(std::move(inner)), clock_(clock), writer_(std::move(writer)), path_(std::move(path)), window_(window) {}
 
 VcdTracePort::~VcdTracePort() { (void)Close(); }
 
 Status VcdTracePort::Close() {
-  if (!file_.is_open()) return Status::Ok();
-  // A final timestamp so viewers show the last levels for a moment.
-  if (started_) file_ << '#' << (lastTime_ + 1) << '\n';
-  file_.close();
-  if (!file_) return Status::Fail("Cannot write the trace file " + path_ + ": it is incomplete (disk full?)");
-  return Status::Ok();
+  if (writer_) CloseAt(writer_->lastStamp() + 1);
+  return closed_;
+}
+
+void VcdTracePort::CloseAt(int64_t ns) {
+  const bool started = writer_->started();
+  const bool written = writer_->Close(ns);
+  writer_.reset();
+  if (!written) {
+    closed_ = Status::Fail("Cannot write the trace file " + path_ + ": it is incomplete (disk full?)");
+  } else if (!started && levelsKnown_) {
+    closed_ = Status::Fail("The trace file " + path_ + " holds no samples: the last line change, at " +
+                           std::to_string(lastTime_ / 1'000'000) + " ms, came before the trace window");
+  }
 }
 
 bool VcdTracePort::Sda(uint8_t data, bool dataIn) const {
@@ -68,37 +75,31 @@ bool VcdTracePort::Sda(uint8_t data, bool dataIn) const {
 }
 
 void VcdTracePort::Emit(uint8_t data, bool dataIn) {
-  const bool sda = Sda(data, dataIn);
-  if (!file_.is_open()) {
-    sda_ = sda;
-    return;
-  }
+  data_ = data;
+  dataIn_ = dataIn;
+  const uint16_t levels = Levels(data, dataIn, Sda(data, dataIn));
+  const uint16_t before = std::exchange(levels_, levels);
+  const bool first = !std::exchange(levelsKnown_, true);
+  if (!writer_ || (!first && levels == before)) return;
   // Edges that depend on each other must not share a timestamp, or decoders miss them.
   // A port that queues writes keeps the time they reach the lines.
   Clock* timeline = inner_->WireClock();
   const int64_t now = std::max((timeline != nullptr ? *timeline : clock_).Nanoseconds(), lastTime_ + 1);
-  if (!started_) {
-    file_ << '#' << now << "\n$dumpvars\n";
-    for (const Wire& wire : kWires) file_ << (Level(wire, data, dataIn, sda) ? '1' : '0') << wire.id << '\n';
-    file_ << "$end\n";
-    started_ = true;
-    lastTime_ = now;
-  } else {
-    bool stamped = false;
-    for (const Wire& wire : kWires) {
-      const bool level = Level(wire, data, dataIn, sda);
-      if (level == Level(wire, data_, dataIn_, sda_)) continue;
-      if (!stamped) {
-        file_ << '#' << now << '\n';
-        stamped = true;
-        lastTime_ = now;
-      }
-      file_ << (level ? '1' : '0') << wire.id << '\n';
+  lastTime_ = now;
+  if (now < window_.startNs) return;
+  if (!writer_->started()) {
+    if (first || now == window_.startNs) {
+      writer_->Start(now, levels);
+      return;
     }
+    // The window opened between two changes: the levels that held then.
+    writer_->Start(window_.startNs, before);
   }
-  data_ = data;
-  dataIn_ = dataIn;
-  sda_ = sda;
+  if (now > window_.endNs) {
+    CloseAt(window_.endNs);
+  } else {
+    writer_->Change(now, levels, before);
+  }
 }
 
 void VcdTracePort::WriteData(uint8_t value) {

@@ -170,6 +170,44 @@ TEST_F(CliTrace, A16F877AWriteKeepsTheDocumentsWaitsAndStartsWithEverySupplyOff)
   }
 }
 
+// On the virtual clock every run is the same: a window of a compressed trace
+// is the whole trace's levels at its start, then its changes up to its end.
+TEST_F(CliTrace, AWindowedCompressedTraceIsThatStretchOfTheWholeTrace) {
+  ASSERT_TRUE(test::HaveProgram("zstd")) << "zstd is missing: run scripts/install-deps --test";
+  const std::string image = std::string(QUORVI_SOURCE_DIR) + "/examples/eeprom_16f84a.inhx32.hex";
+  ASSERT_EQ(Run("--port sim --device 16F84A --trace '" + Path("whole.vcd") + "' write '" + image + "'").exitCode, 0)
+      << Stderr();
+  ASSERT_EQ(Run("--port sim --device 16F84A --trace '" + Path("part.vcd.zst") + "' --trace-window 200:215 write '" +
+                image + "'")
+                .exitCode,
+            0)
+      << Stderr();
+  const std::string part = test::RunCommand("zstd -dc '" + Path("part.vcd.zst") + "'").out;
+  ASSERT_NE(part.find("#200000000\n$dumpvars"), std::string::npos) << part.substr(0, 1000);
+
+  const auto shown = [](const WireEdge& e) { return std::to_string(e.ns) + " " + e.wire + (e.high ? "1" : "0"); };
+  std::map<char, bool> atStart;
+  std::vector<std::string> expected;
+  for (const WireEdge& e : WireEdges(home_.Read("whole.vcd"), "abcdefghi")) {
+    if (e.ns <= 200'000'000) atStart[e.wire] = e.high;
+    if (e.ns > 200'000'000 && e.ns <= 215'000'000) expected.push_back(shown(e));
+  }
+  const std::vector<WireEdge> edges = WireEdges(part, "abcdefghi");
+  ASSERT_GT(edges.size(), 9U + 100U);
+  std::map<char, bool> dumped;
+  std::vector<std::string> changes;
+  for (size_t i = 0; i < edges.size(); ++i) {
+    if (i < 9) {
+      dumped[edges[i].wire] = edges[i].high;
+    } else {
+      changes.push_back(shown(edges[i]));
+    }
+  }
+  EXPECT_EQ(dumped, atStart);
+  EXPECT_EQ(changes, expected);
+  EXPECT_EQ(part.substr(part.size() - 11), "#215000000\n");
+}
+
 TEST_F(CliTrace, TheDeviceIdStopsAWrongChipUnlessForced) {
   const std::string image = std::string(QUORVI_SOURCE_DIR) + "/examples/eeprom_16f628a.inhx32.hex";
   const auto onA877 = Run("--port sim:16F877A --device 16F628A write '" + image + "'");

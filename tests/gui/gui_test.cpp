@@ -328,7 +328,8 @@ class GuiTest : public QObject {
     QTest::addColumn<int>("exitCode");
     QTest::addColumn<std::string>("output");  // standard output, then errors; "@NAME" is tests/data/NAME
     const std::string usage =
-        "usage: quorvi2 [--port PORT] [--home DIR] [--chip FILE] [--trace FILE] [/D:DEVICE] [/F:FILE] [/W] [/Q]\n";
+        "usage: quorvi2 [--port PORT] [--home DIR] [--chip FILE] [--trace FILE [--trace-window START:END]]\n"
+        "               [/D:DEVICE] [/F:FILE] [/W] [/Q]\n";
     QTest::newRow("help") << std::string("--help") << 0 << std::string("@quorvi2_help.txt");
     QTest::newRow("-h among legacy options") << std::string("/Q -h") << 0 << std::string("@quorvi2_help.txt");
     QTest::newRow("version") << std::string("--version") << 0 << "quorvi2 " + std::string(kProgramVersion) + "\n";
@@ -338,6 +339,11 @@ class GuiTest : public QObject {
                                                "quorvi2-cli works without one\n");
     QTest::newRow("no value") << std::string("/D:16F84 --port") << 2
                               << "quorvi2: Missing value after '--port'.\n" + usage;
+    QTest::newRow("trace window no window") << std::string("--trace t.vcd --trace-window 40") << 2
+                                            << "quorvi2: not a trace window: 40 (START:END in milliseconds, such as "
+                                               "120:135.5, 250: or :40)\n" + usage;
+    QTest::newRow("trace window without a trace") << std::string("--trace-window :40") << 2
+                                                  << "quorvi2: --trace-window needs --trace\n" + usage;
   }
 
   // A signal powers the target down and keeps the chip, whether it comes

@@ -6,6 +6,8 @@
 #include <memory>
 #include <optional>
 #include <regex>
+#include <sstream>
+#include <string>
 #include <vector>
 
 #include "hw/clock.h"
@@ -22,20 +24,22 @@ using test::TempDir;
 
 // A traced link on a virtual clock whose port accesses cost `accessNs`.
 struct TracedLink {
-  explicit TracedLink(int64_t accessNs = 1000, std::unique_ptr<PortDriver> inner = std::make_unique<RecordingPort>())
-      : clock(accessNs), port(dynamic_cast<RecordingPort*>(inner.get())) {
-    auto traced = VcdTracePort::Open(std::move(inner), clock, path);
+  explicit TracedLink(int64_t accessNs = 1000, std::unique_ptr<PortDriver> inner = std::make_unique<RecordingPort>(),
+                      const std::string& name = "t.vcd", TraceWindow window = {})
+      : path((dir.path() / name).string()), clock(accessNs), port(dynamic_cast<RecordingPort*>(inner.get())) {
+    auto traced = VcdTracePort::Open(std::move(inner), clock, path, window);
     EXPECT_TRUE(traced.ok()) << traced.message();
     tracer = traced.value().get();
     link = std::make_unique<PortLink>(std::move(traced).value(), clock);
   }
   // The file as it stands once the trace is closed.
   std::string Closed() {
-    tracer->Close();
-    return dir.Read("t.vcd");
+    const Status closed = tracer->Close();
+    EXPECT_TRUE(closed.ok()) << closed.message();
+    return dir.Read(path.substr(path.rfind('/') + 1));
   }
   TempDir dir;
-  const std::string path = (dir.path() / "t.vcd").string();
+  const std::string path;
   VirtualClock clock;
   RecordingPort* port;  // null when the link runs on another port
   VcdTracePort* tracer;
@@ -91,6 +95,91 @@ TEST(VcdTrace, AccessesStillReachThePortAfterClose) {
   t.link->SetDataLine(kFalse);
   EXPECT_EQ(t.port->Writes(), (std::vector<uint8_t>{0x7C, 0x7D, 0x7C}));
   EXPECT_EQ(t.dir.Read("t.vcd"), closed);
+}
+
+// The times a trace's stamps give, in order.
+std::vector<int64_t> Stamps(const std::string& vcd) {
+  std::vector<int64_t> stamps;
+  std::istringstream lines(vcd);
+  for (std::string line; std::getline(lines, line);) {
+    if (!line.empty() && line[0] == '#') stamps.push_back(std::stoll(line.substr(1)));
+  }
+  return stamps;
+}
+
+TEST(VcdTrace, StampsAreTheClocksNanosecondsAcrossEveryDigitCount) {
+  TracedLink t(/*accessNs=*/0);  // the link's first write, at 0, starts the trace
+  const std::vector<int64_t> times{999'999,       1'000'000,         1'000'001,        1'000'999'999,
+                                   1'001'000'000, 12'345'678'901LL, 98'765'432'109'876LL};
+  Flag level = kTrue;
+  for (const int64_t ns : times) {
+    t.clock.Advance(ns - t.clock.Nanoseconds());
+    t.link->SetDataLine(level);
+    level = level == kTrue ? kFalse : kTrue;
+  }
+  std::vector<int64_t> expected{0};
+  expected.insert(expected.end(), times.begin(), times.end());
+  expected.push_back(times.back() + 1);  // the closing stamp
+  EXPECT_EQ(Stamps(t.Closed()), expected);
+}
+
+// Changes every microsecond: DataOut toggles from 1000 ns on.
+void ToggleData(PortLink& link, int count) {
+  for (int i = 0; i < count; ++i) link.SetDataLine(i % 2 == 0 ? kTrue : kFalse);
+}
+
+TEST(VcdTrace, AWindowOpensWithTheLevelsThatHeldAndClosesAtItsEnd) {
+  TracedLink t(1000, std::make_unique<RecordingPort>(), "t.vcd", {.startNs = 3500, .endNs = 6500});
+  ToggleData(*t.link, 10);
+  EXPECT_EQ(test::GoldenMismatch("trace_window.vcd", t.Closed()), "");
+}
+
+TEST(VcdTrace, AWindowTheRunNeverReachesIsAMessage) {
+  TracedLink t(1000, std::make_unique<RecordingPort>(), "t.vcd", {.startNs = 2'000'000'000});
+  ToggleData(*t.link, 3);
+  EXPECT_EQ(t.tracer->Close().message(), "The trace file " + t.path +
+                                             " holds no samples: the last line change, at 0 ms, came before the trace "
+                                             "window");
+}
+
+TEST(TraceWindow, ParsesMillisecondsOnEitherSideOfTheColon) {
+  EXPECT_EQ(test::TableMismatches("trace_window.txt",
+                                  [](const std::string& text) {
+                                    const Result<TraceWindow> window = ParseTraceWindow(text);
+                                    if (!window) return "error: " + window.message();
+                                    return std::to_string(window.value().startNs) + " to " +
+                                           (window.value().endNs == TraceWindow{}.endNs
+                                                ? std::string("the end")
+                                                : std::to_string(window.value().endNs));
+                                  }),
+            "");
+}
+
+// Compressed traces are the plain trace once the usual tools have unpacked
+// them, and sigrok reads what they unpack. Enough changes for many pieces.
+TEST(VcdTrace, ACompressedTraceUnpacksToThePlainOne) {
+  ASSERT_TRUE(test::HaveProgram("zstd")) << "zstd is missing: run scripts/install-deps --test";
+  ASSERT_TRUE(test::HaveProgram("sigrok-cli")) << "sigrok-cli is missing: run scripts/install-deps --test";
+  TracedLink plain;
+  ToggleData(*plain.link, 30'000);
+  const std::string expected = plain.Closed();
+  ASSERT_GT(expected.size(), 400'000U);
+  const struct {
+    const char* name;
+    const char* unpack;
+  } kinds[] = {{"t.vcd.zst", "zstd -dc"}, {"t.vcd.gz", "gzip -dc"}};
+  for (const auto& kind : kinds) {
+    SCOPED_TRACE(kind.name);
+    TracedLink t(1000, std::make_unique<RecordingPort>(), kind.name);
+    ToggleData(*t.link, 30'000);
+    const std::string packed = t.Closed();
+    EXPECT_LT(packed.size(), expected.size() / 4);
+    const std::string unpack = std::string(kind.unpack) + " '" + t.path + "'";
+    EXPECT_EQ(test::RunCommand(unpack).out, expected);
+    const test::CommandOutput show = test::RunCommand(unpack + " | sigrok-cli -i - -I vcd --show 2>&1");
+    EXPECT_NE(show.out.find("Logic sample count: " + std::to_string(30'000 * 1000 + 1)), std::string::npos)
+        << show.out;
+  }
 }
 
 TEST(VcdTrace, AnUnwritableFileIsAMessage) {
