@@ -38,7 +38,9 @@ std::string RunCommands(const std::string& row) {
     const int64_t before = state.clock->Nanoseconds();
     if (port() != nullptr) port()->Clear();
     Status status = Status::Ok();
-    if (w.at(0) == "select") status = SelectAndRemember(state, w.at(1), false).status();
+    if (w.at(0) == "select") {
+      status = SelectAndRemember(state, ReadCatalogue(state.paths.Catalogue()).value(), w.at(1), false).status();
+    }
     if (w.at(0) == "mode") status = ChooseMode(state, w.at(1));
     if (w.at(0) == "port") status = ChoosePort(state, PortEntry::kLpt2, opener);
     if (w.at(0) == "custom") status = ChangeCustomAddress(state, w.at(1), opener);
