@@ -9,16 +9,17 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using namespace quorvi;
-  const std::string path = fuzz::AsFile(data, size, "device.ini");
+  const Result<CatalogueText> catalogue = ReadCatalogue(fuzz::AsFile(data, size, "device.ini"));
+  if (!catalogue) return 0;
   DeviceDescriptor scratch;
-  const Result<std::vector<std::string>> names = FillDeviceList(path, scratch);
+  const Result<std::vector<std::string>> names = FillDeviceList(catalogue.value(), scratch);
   if (!names) return 0;
   for (const std::string& entry : names.value()) {
     DeviceDescriptor device;
-    if (!LoadDeviceRecord(path, entry, device)) continue;
-    (void)LoadFuseMap(path, device.fuseMap, device);
-    (void)FillOptionList(path, std::to_string(device.oscList) + "OSC");
-    (void)FillOptionList(path, std::to_string(device.wrtList) + "WRT");
+    if (!LoadDeviceRecord(catalogue.value(), entry, device)) continue;
+    (void)LoadFuseMap(catalogue.value(), device.fuseMap, device);
+    (void)FillOptionList(catalogue.value(), std::to_string(device.oscList) + "OSC");
+    (void)FillOptionList(catalogue.value(), std::to_string(device.wrtList) + "WRT");
     (void)FuseMask(device, "CP0");
   }
   return 0;

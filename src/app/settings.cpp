@@ -39,16 +39,14 @@ std::string NumberText(float value) {
 Result<Settings> LoadSettings(const std::string& path, const std::string& defaultWorkingDirectory) {
   Settings settings;
   settings.workingDirectory = defaultWorkingDirectory;
-  if (const auto reason = UnreadableReason(path)) {
+  const FileContent file = ReadWholeFile(path);
+  if (!file.bytes) {
     // Only a file that is not there is created; one that cannot be read is never overwritten.
-    if (*reason != "not found") return Status::Fail("Cannot read the settings file " + path + ": " + *reason);
+    if (!file.missing) return Status::Fail("Cannot read the settings file " + file.problem);
     if (Status created = WriteFileAtomically(path, "LPT1\r\nPROT\r\n16F84\r\n"); !created) return created;
     return settings;
   }
-  std::vector<std::string> lines;
-  if (Status read = ReadTextLines(path, lines); !read) {
-    return Status::Fail("Cannot read the settings file " + read.message());
-  }
+  std::vector<std::string> lines = SplitTextLines(*file.bytes);
   // The switch has a line of its own so that the positional lines read as always.
   const auto marked = std::remove(lines.begin(), lines.end(), std::string(kLegacyFilesLine));
   settings.legacyFiles = marked != lines.end();
@@ -116,7 +114,10 @@ std::string SettingsText(const Settings& settings, SettingsExtent extent, float 
 
 Status WriteSettings(const std::string& path, const Settings& settings, SettingsExtent extent, float vddMin,
                      float vddMax) {
-  return WriteFileAtomically(path, SettingsText(settings, extent, vddMin, vddMax));
+  const std::string text = SettingsText(settings, extent, vddMin, vddMax);
+  // Every start selects the remembered device: a file that already says so stays untouched.
+  if (ReadWholeFile(path).bytes == text) return Status::Ok();
+  return WriteFileAtomically(path, text);
 }
 
 }  // namespace quorvi

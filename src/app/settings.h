@@ -47,7 +47,7 @@ Result<Settings> LoadSettings(const std::string& path, const std::string& defaul
 /// The file's lines as a writer of `extent` writes them.
 std::string SettingsText(const Settings& settings, SettingsExtent extent, float vddMin = 0.0F, float vddMax = 0.0F);
 
-/// Replaces the file at `path` with `SettingsText`.
+/// Replaces the file at `path` with `SettingsText`, unless it holds that text already.
 Status WriteSettings(const std::string& path, const Settings& settings, SettingsExtent extent, float vddMin = 0.0F,
                      float vddMax = 0.0F);
 

@@ -30,8 +30,9 @@ void PutProgrammerAtRest(AppState& state) {
   state.link.SetVdd("off");
 }
 
-Result<SelectionView> SelectAndRemember(AppState& state, const std::string& name, bool keepImage) {
-  Result<SelectionView> view = SelectDevice(state.paths.Catalogue(), name, state.device, state.image, keepImage);
+Result<SelectionView> SelectAndRemember(AppState& state, const CatalogueText& catalogue, const std::string& name,
+                                        bool keepImage) {
+  Result<SelectionView> view = SelectDevice(catalogue, name, state.device, state.image, keepImage);
   if (!view) return view;
   state.blankWord = view.value().blankWord;
   state.settings.deviceName = view.value().deviceName;

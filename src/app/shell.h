@@ -31,9 +31,10 @@ Status LoadSettingsInto(AppState& state, const std::string& userHome);
 /// The programmer at rest: programming voltage off, supply off, lines low.
 void PutProgrammerAtRest(AppState& state);
 
-/// Selects a device as the device panel does: the record, the blank image
-/// (unless kept), and the settings file rewritten (lines 1-3).
-Result<SelectionView> SelectAndRemember(AppState& state, const std::string& name, bool keepImage);
+/// Selects a device from `catalogue` as the device panel does: the record,
+/// the blank image (unless kept), and the settings file rewritten (lines 1-3).
+Result<SelectionView> SelectAndRemember(AppState& state, const CatalogueText& catalogue, const std::string& name,
+                                        bool keepImage);
 
 /// Opens the port at a base address; the front end decides how (and traces).
 using PortOpener = std::function<Result<std::unique_ptr<PortDriver>>(long base)>;

@@ -43,13 +43,16 @@ Result<std::unique_ptr<CliSession>> CliSession::Open(const GlobalOptions& option
   state.legacyFilesForRun = options.legacyFiles;
   state.clock->SetEventPump([self] { self->ui_->PumpEvents(); });
 
+  Result<CatalogueText> catalogue = ReadCatalogue(state.paths.Catalogue());
+  if (!catalogue) return cli->QuietFailure(catalogue.message());
+  cli->catalogue_ = std::move(catalogue).value();
   std::string device = state.settings.deviceName;
   if (options.device) {
-    Result<std::string> exact = CatalogueName(state.paths.Catalogue(), *options.device);
+    Result<std::string> exact = CatalogueName(cli->catalogue_, *options.device);
     if (!exact) return cli->QuietFailure(exact.message());
     device = exact.value();
   }
-  Result<SelectionView> selected = SelectAndRemember(state, device, false);
+  Result<SelectionView> selected = SelectAndRemember(state, cli->catalogue_, device, false);
   if (!selected) return cli->QuietFailure(selected.message());
   if (selected.value().message) cli->ui_->ShowMessage(*selected.value().message);
   cli->session_->InsertChipForDevice();

@@ -8,6 +8,7 @@
 #include "app/app_state.h"
 #include "app/session.h"
 #include "cli/terminal_ui.h"
+#include "device/catalogue.h"
 #include "hw/trace_window.h"
 #include "util/result.h"
 
@@ -44,6 +45,8 @@ class CliSession {
   CliSession& operator=(const CliSession&) = delete;
 
   AppState& state() { return session_->state(); }
+  /// The catalogue as read when the run began; a run reads it once.
+  const CatalogueText& catalogue() const { return catalogue_; }
   TerminalUi& ui() { return *ui_; }
   /// Powers down, saves the simulated chip and closes the trace; idempotent.
   void Finish();
@@ -63,6 +66,7 @@ class CliSession {
 
   std::unique_ptr<Session> session_;
   std::unique_ptr<TerminalUi> ui_;
+  CatalogueText catalogue_;
   bool finished_ = false;
   size_t simulationProblems_ = 0;
   bool saveFailed_ = false;

@@ -31,8 +31,8 @@ std::string Trimmed(const std::string& entry) {
   return end == std::string::npos ? "" : entry.substr(0, end + 1);
 }
 
-void PrintOptionList(const std::string& cataloguePath, const std::string& key, const char* what) {
-  Result<OptionList> list = FillOptionList(cataloguePath, key);
+void PrintOptionList(const CatalogueText& catalogue, const std::string& key, const char* what) {
+  Result<OptionList> list = FillOptionList(catalogue, key);
   if (!list) return;
   std::printf("%s (%s):\n", what, key.c_str());
   for (size_t i = 0; i < list.value().entries.size(); ++i) {
@@ -134,7 +134,7 @@ int ShowConfiguration(CliSession& session) {
     std::printf("Configuration  %s\n", Config18Line(device, state.image).c_str());
     return 0;
   }
-  Result<OptionList> oscillators = FillOptionList(state.paths.Catalogue(), std::to_string(device.oscList) + "OSC");
+  Result<OptionList> oscillators = FillOptionList(session.catalogue(), std::to_string(device.oscList) + "OSC");
   const std::vector<std::string> entries = oscillators ? oscillators.value().entries : std::vector<std::string>{};
   const ConfigDisplay shown =
       ShowConfigWord(device, state.image.configWord, state.image.idWords, static_cast<int>(entries.size()));
@@ -187,7 +187,7 @@ int Fuses(CliSession& session, const FuseEdit& edit) {
   }
   if (edit.oscillator) {
     const int choice = *edit.oscillator;
-    Result<OptionList> list = FillOptionList(state.paths.Catalogue(), std::to_string(state.device.oscList) + "OSC");
+    Result<OptionList> list = FillOptionList(session.catalogue(), std::to_string(state.device.oscList) + "OSC");
     const int entries = list ? static_cast<int>(list.value().entries.size()) : 0;
     if (choice < 0 || choice >= entries) return Fail("--osc: choose an entry of the oscillator list");
     if (!OscillatorEntryUsable(list.value().entries[static_cast<size_t>(choice)])) {
@@ -213,26 +213,28 @@ int UsageError(const std::string& message) {
 }
 
 int ListDevices(const std::string& cataloguePath) {
+  const Result<CatalogueText> catalogue = ReadCatalogue(cataloguePath);
+  if (!catalogue) return Fail(catalogue.message());
   DeviceDescriptor scratch;
   std::vector<std::string> problems;
-  Result<std::vector<std::string>> names = FillDeviceList(cataloguePath, scratch, &problems);
+  Result<std::vector<std::string>> names = FillDeviceList(catalogue.value(), scratch, &problems);
   if (!names) return Fail(names.message());
   SayLeftOut(problems);
   std::printf("%-10s %-44s %8s %6s %5s\n", "DEVICE", "FAMILY", "PROGRAM", "DATA", "PINS");
   for (const std::string& entry : names.value()) {
     const std::string name = Trimmed(entry);
     DeviceDescriptor d;
-    if (!LoadDeviceRecord(cataloguePath, name, d)) continue;
+    if (!LoadDeviceRecord(catalogue.value(), name, d)) continue;
     const std::string family(d.traits().description);
     std::printf("%-10s %-44s %8d %6d %5d\n", name.c_str(), family.c_str(), d.programSize + 1, d.dataBytes, d.pinCount);
   }
   return 0;
 }
 
-Result<std::string> CatalogueName(const std::string& cataloguePath, const std::string& typed) {
+Result<std::string> CatalogueName(const CatalogueText& catalogue, const std::string& typed) {
   DeviceDescriptor scratch;
   std::vector<std::string> problems;
-  Result<std::vector<std::string>> names = FillDeviceList(cataloguePath, scratch, &problems);
+  Result<std::vector<std::string>> names = FillDeviceList(catalogue, scratch, &problems);
   if (!names) return names.status();
   Result<std::string> name = ExactDeviceName(names.value(), typed);
   if (name) return name;
@@ -242,12 +244,14 @@ Result<std::string> CatalogueName(const std::string& cataloguePath, const std::s
 }
 
 int ShowDeviceInfo(const std::string& cataloguePath, const std::string& typed) {
-  Result<std::string> name = CatalogueName(cataloguePath, typed);
+  const Result<CatalogueText> catalogue = ReadCatalogue(cataloguePath);
+  if (!catalogue) return Fail(catalogue.message());
+  Result<std::string> name = CatalogueName(catalogue.value(), typed);
   if (!name) return Fail(name.message());
   DeviceDescriptor d;
-  Result<std::optional<VddCaptions>> record = LoadDeviceRecord(cataloguePath, name.value(), d);
+  Result<std::optional<VddCaptions>> record = LoadDeviceRecord(catalogue.value(), name.value(), d);
   if (!record) return Fail(record.message());
-  if (Status map = LoadFuseMap(cataloguePath, d.fuseMap, d); !map) return Fail(map.message());
+  if (Status map = LoadFuseMap(catalogue.value(), d.fuseMap, d); !map) return Fail(map.message());
   std::printf("Device        %s\n", d.name.c_str());
   std::printf("Family        %d (%.*s)\n", FamilyCode(d.family), static_cast<int>(d.traits().description.size()),
               d.traits().description.data());
@@ -270,9 +274,11 @@ int ShowDeviceInfo(const std::string& cataloguePath, const std::string& typed) {
     if (mask != 0) std::printf("  %-6s %s%s\n", fuse, mask < 0 ? "-" : " ", HexText(mask < 0 ? -mask : mask).c_str());
   }
   if (d.oscList >= 1 && d.core() != Core::kSerialEeprom) {
-    PrintOptionList(cataloguePath, std::to_string(d.oscList) + "OSC", "Oscillator");
+    PrintOptionList(catalogue.value(), std::to_string(d.oscList) + "OSC", "Oscillator");
   }
-  if (FuseMask(d, "WRT1") != 0) PrintOptionList(cataloguePath, std::to_string(d.wrtList) + "WRT", "Write protection");
+  if (FuseMask(d, "WRT1") != 0) {
+    PrintOptionList(catalogue.value(), std::to_string(d.wrtList) + "WRT", "Write protection");
+  }
   return 0;
 }
 
@@ -339,7 +345,7 @@ int RunLegacyOptions(CliSession& session) {
   if (legacy.device) {
     // Only the record changes: the fuse frames stay as the saved device set them.
     DeviceDescriptor device = state.device;
-    if (Status loaded = LoadDeviceRecord(state.paths.Catalogue(), *legacy.device, device).status(); !loaded) {
+    if (Status loaded = LoadDeviceRecord(session.catalogue(), *legacy.device, device).status(); !loaded) {
       EndQuietRun(state, session.ui(), loaded.message());
       return Fail(loaded.message());
     }

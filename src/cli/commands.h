@@ -17,7 +17,7 @@ inline constexpr int kUsageError = 2;
 int ListDevices(const std::string& cataloguePath);
 /// The catalogue's name for a typed one: the same but for case, else a
 /// failure naming the nearest (and any catalogue line left out).
-Result<std::string> CatalogueName(const std::string& cataloguePath, const std::string& typed);
+Result<std::string> CatalogueName(const CatalogueText& catalogue, const std::string& typed);
 int ShowDeviceInfo(const std::string& cataloguePath, const std::string& name);
 int ShowListing(CliSession& session, const std::string& file);
 int ConvertImage(CliSession& session, const std::string& in, const std::string& out);

@@ -13,14 +13,6 @@ namespace {
 // A device line is longer than this when it carries the two supply values.
 constexpr size_t kShortLineLength = 78;
 
-Result<std::vector<std::string>> ReadLines(const std::string& path) {
-  std::vector<std::string> lines;
-  if (Status read = ReadTextLines(path, lines); !read) {
-    return Status::Fail("Cannot open the device catalogue " + read.message());
-  }
-  return lines;
-}
-
 Status LineError(const std::string& path, size_t index, const std::string& what) {
   return Status::Fail(path + " line " + std::to_string(index + 1) + ": " + what);
 }
@@ -164,35 +156,39 @@ Result<std::optional<VddCaptions>> ParseDeviceLine(const std::string& line, Devi
   return std::optional<VddCaptions>(captions);
 }
 
-Result<std::optional<VddCaptions>> LoadDeviceRecord(const std::string& path, std::string_view name,
+Result<CatalogueText> ReadCatalogue(const std::string& path) {
+  CatalogueText catalogue{path, {}};
+  if (Status read = ReadTextLines(path, catalogue.lines); !read) {
+    return Status::Fail("Cannot open the device catalogue " + read.message());
+  }
+  return catalogue;
+}
+
+Result<std::optional<VddCaptions>> LoadDeviceRecord(const CatalogueText& catalogue, std::string_view name,
                                                     DeviceDescriptor& device) {
-  Result<std::vector<std::string>> lines = ReadLines(path);
-  if (!lines) return lines.status();
   // The key is not upper-cased: names are expected in upper case.
   const std::string key = (!name.empty() && name[0] == '1' ? "PIC" : "EEP") + std::string(name);
-  for (size_t i = 0; i < lines.value().size(); ++i) {
-    const std::string& line = lines.value()[i];
+  for (size_t i = 0; i < catalogue.lines.size(); ++i) {
+    const std::string& line = catalogue.lines[i];
     if (!StartsWithUpper(line, key)) continue;
-    if (std::optional<std::string> problem = DeviceLineProblem(line)) return LineError(path, i, *problem);
+    if (std::optional<std::string> problem = DeviceLineProblem(line)) return LineError(catalogue.path, i, *problem);
     DeviceDescriptor parsed = device;
     Result<std::optional<VddCaptions>> captions = ParseDeviceLine(line, parsed);
-    if (!captions) return LineError(path, i, captions.message());
+    if (!captions) return LineError(catalogue.path, i, captions.message());
     device = parsed;
     return captions;
   }
-  return Status::Fail("The device " + std::string(name) + " is not in the catalogue " + path);
+  return Status::Fail("The device " + std::string(name) + " is not in the catalogue " + catalogue.path);
 }
 
-Status LoadFuseMap(const std::string& path, int number, DeviceDescriptor& device) {
-  Result<std::vector<std::string>> lines = ReadLines(path);
-  if (!lines) return lines.status();
+Status LoadFuseMap(const CatalogueText& catalogue, int number, DeviceDescriptor& device) {
   for (int slot = 0; slot < 16; ++slot) device.fuseNames[static_cast<size_t>(slot)].clear();
   device.pairFlag = false;
 
   // Slots are not cleared between lines, and any line can match: a short
   // line keeps an earlier line's lower slots, and without a match the last
   // line of the file is the map. Map 0 matches the empty slots at once.
-  const std::vector<std::string>& all = lines.value();
+  const std::vector<std::string>& all = catalogue.lines;
   const std::string* lastRead = nullptr;
   size_t next = 0;
   while (VbVal(device.fuseNames[14]) != number && next < all.size()) {
@@ -217,39 +213,37 @@ Status LoadFuseMap(const std::string& path, int number, DeviceDescriptor& device
   return Status::Ok();
 }
 
-Result<std::vector<std::string>> FillDeviceList(const std::string& path, DeviceDescriptor& device,
+Result<std::vector<std::string>> FillDeviceList(const CatalogueText& catalogue, DeviceDescriptor& device,
                                                 std::vector<std::string>* problems) {
-  Result<std::vector<std::string>> lines = ReadLines(path);
-  if (!lines) return lines.status();
   const auto note = [&](const std::string& problem) {
     if (problems != nullptr) problems->push_back(problem);
   };
   // A bad line is left out and named; the others still load.
   std::vector<std::string> names;
-  for (const InputField& field : SplitInputFields(lines.value())) {
+  for (const InputField& field : SplitInputFields(catalogue.lines)) {
     if (!StartsWithUpper(field.text, "PIC") && !StartsWithUpper(field.text, "EEP")) continue;
     if (std::optional<std::string> problem = DeviceLineProblem(field.text)) {
-      note(LineError(path, field.line, *problem).message());
+      note(LineError(catalogue.path, field.line, *problem).message());
       continue;
     }
     const size_t blank = field.text.find(' ');
     names.push_back(field.text.substr(3, blank - 2));
     if (const std::optional<int16_t> pins = ToInt16(VbVal(Columns(field.text, 57, 2)))) device.pinCount = *pins;
   }
-  if (names.empty()) return Status::Fail(path + ": no usable device line");
+  if (names.empty()) return Status::Fail(catalogue.path + ": no usable device line");
   return names;
 }
 
-Result<OptionList> FillOptionList(const std::string& path, std::string_view key) {
-  Result<std::vector<std::string>> lines = ReadLines(path);
-  if (!lines) return lines.status();
-  const std::vector<std::string>& all = lines.value();
+Result<OptionList> FillOptionList(const CatalogueText& catalogue, std::string_view key) {
+  const std::vector<std::string>& all = catalogue.lines;
   size_t i = 0;
   while (i < all.size() && !StartsWithUpper(all[i], key)) ++i;
-  if (i == all.size()) return Status::Fail("The option list " + std::string(key) + " is missing from " + path);
+  if (i == all.size()) {
+    return Status::Fail("The option list " + std::string(key) + " is missing from " + catalogue.path);
+  }
   OptionList list;
   for (; i < all.size() && StartsWithUpper(all[i], key); ++i) {
-    if (all[i].size() < 5) return LineError(path, i, "an option line needs at least five characters");
+    if (all[i].size() < 5) return LineError(catalogue.path, i, "an option line needs at least five characters");
     list.entries.push_back(all[i].substr(5));
   }
   list.selectedIndex = static_cast<int>(list.entries.size()) - 1;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Readers of the device catalogue "device.ini". The file is opened for each
-// lookup and closed again; nothing is cached, and it is never written.
+// Readers of the device catalogue "device.ini". Each reading is taken when it
+// is needed (by the window at each selection, by the command-line tool once
+// for its run) and kept no longer; the file is never written.
 #pragma once
 
 #include <cstdint>
@@ -21,21 +22,29 @@ struct VddCaptions {
   std::string max;
 };
 
+/// The catalogue's lines as read at one moment.
+struct CatalogueText {
+  std::string path;
+  std::vector<std::string> lines;
+};
+
+Result<CatalogueText> ReadCatalogue(const std::string& path);
+
 /// Fills the fixed-column fields of `device` from the first line that starts
 /// with "PIC" + `name` (names starting with "1") or "EEP" + `name`. The fuse
 /// names and pair flag are left alone. Returns the supply captions when the
 /// line is long enough to carry them (they are then also in `device`).
-Result<std::optional<VddCaptions>> LoadDeviceRecord(const std::string& path, std::string_view name,
+Result<std::optional<VddCaptions>> LoadDeviceRecord(const CatalogueText& catalogue, std::string_view name,
                                                     DeviceDescriptor& device);
 
 /// Fills `device.fuseNames` and `device.pairFlag` from fuse-map line `number`.
-Status LoadFuseMap(const std::string& path, int number, DeviceDescriptor& device);
+Status LoadFuseMap(const CatalogueText& catalogue, int number, DeviceDescriptor& device);
 
 /// Every device of the catalogue in file order, each with the trailing blank
 /// the list entries keep. Also leaves the last device's pin columns in
 /// `device.pinCount`, as the list filling always did. Bad device lines are
 /// left out; each is named, with its file and line, in `problems`.
-Result<std::vector<std::string>> FillDeviceList(const std::string& path, DeviceDescriptor& device,
+Result<std::vector<std::string>> FillDeviceList(const CatalogueText& catalogue, DeviceDescriptor& device,
                                                 std::vector<std::string>* problems = nullptr);
 
 /// An option list and the entry it selects (the last).
@@ -47,7 +56,7 @@ struct OptionList {
 
 /// The first run of lines starting with `key` ("1OSC", "2WRT", ...), each
 /// without its first five characters.
-Result<OptionList> FillOptionList(const std::string& path, std::string_view key);
+Result<OptionList> FillOptionList(const CatalogueText& catalogue, std::string_view key);
 
 /// The bits of the configuration word that fuse `name` owns: plus 2^i for
 /// each slot named `name`, minus 2^i for each named `name` + "/". 0: no such fuse.

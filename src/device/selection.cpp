@@ -53,11 +53,11 @@ std::optional<int> DeviceListIndex(const std::vector<std::string>& entries, std:
   return std::nullopt;
 }
 
-Result<SelectionView> ChooseDevice(const std::string& cataloguePath, std::string_view name, DeviceDescriptor& device) {
+Result<SelectionView> ChooseDevice(const CatalogueText& catalogue, std::string_view name, DeviceDescriptor& device) {
   DeviceDescriptor chosen = device;
   SelectionView view;
   view.deviceName = TrimBlanks(name);
-  Result<std::optional<VddCaptions>> record = LoadDeviceRecord(cataloguePath, view.deviceName, chosen);
+  Result<std::optional<VddCaptions>> record = LoadDeviceRecord(catalogue, view.deviceName, chosen);
   if (!record) return record.status();
   view.vddCaptions = record.value();
   const FamilyTraits& family = chosen.traits();
@@ -80,7 +80,7 @@ Result<SelectionView> ChooseDevice(const std::string& cataloguePath, std::string
     chosen.programSize = 0;
   }
 
-  if (Status map = LoadFuseMap(cataloguePath, chosen.fuseMap, chosen); !map) return map;
+  if (Status map = LoadFuseMap(catalogue, chosen.fuseMap, chosen); !map) return map;
 
   const bool hasOscillator = chosen.oscList >= 1;
   view.frameIDVisible = hasOscillator;
@@ -88,7 +88,7 @@ Result<SelectionView> ChooseDevice(const std::string& cataloguePath, std::string
   int position = hasOscillator ? kFramesTopWithOscillator : 0;
 
   if (!eeprom && chosen.programSize != 0) {
-    Result<OptionList> oscillators = FillOptionList(cataloguePath, std::to_string(chosen.oscList) + "OSC");
+    Result<OptionList> oscillators = FillOptionList(catalogue, std::to_string(chosen.oscList) + "OSC");
     if (!oscillators) return oscillators.status();
     view.oscillatorList = oscillators.value();
   }
@@ -111,7 +111,7 @@ Result<SelectionView> ChooseDevice(const std::string& cataloguePath, std::string
   if (FuseMask(chosen, "WRT") != 0) {
     view.writeProtectionList = OptionList{{"ON", "OFF"}, -1};
   } else if (FuseMask(chosen, "WRT1") != 0) {
-    Result<OptionList> protections = FillOptionList(cataloguePath, std::to_string(chosen.wrtList) + "WRT");
+    Result<OptionList> protections = FillOptionList(catalogue, std::to_string(chosen.wrtList) + "WRT");
     if (!protections) return protections.status();
     view.writeProtectionList = protections.value();
   }

@@ -79,10 +79,10 @@ struct SelectionView {
   std::optional<std::string> socketPicture;
 };
 
-/// Chooses device `name` from the catalogue at `cataloguePath`: fills
+/// Chooses device `name` from `catalogue`: fills
 /// `device` and describes the window but for `config`, which shows the image
 /// (image/device_image.h selects both). On failure `device` is left as it was.
-Result<SelectionView> ChooseDevice(const std::string& cataloguePath, std::string_view name, DeviceDescriptor& device);
+Result<SelectionView> ChooseDevice(const CatalogueText& catalogue, std::string_view name, DeviceDescriptor& device);
 
 /// The list entry to preselect when the device list opens: the first entry
 /// after index 0 whose trimmed text is `current`; index 0 is never examined.

@@ -542,8 +542,11 @@ void MainWindow::Activate() {
     if (EndQuietRun(state_, *this, text)) return;
     ShowMessage({text, kPortInitTitle, MessageIcon::kExclamation});
   }
+  // The list, the remembered device and "/D:" come from one reading of the catalogue.
+  Result<CatalogueText> catalogue = ReadCatalogue(state_.paths.Catalogue());
   std::vector<std::string> problems;
-  Result<std::vector<std::string>> entries = FillDeviceList(state_.paths.Catalogue(), state_.device, &problems);
+  Result<std::vector<std::string>> entries =
+      catalogue ? FillDeviceList(catalogue.value(), state_.device, &problems) : catalogue.status();
   if (!entries) {
     if (EndQuietRun(state_, *this, entries.message())) return;
     ShowMessage({entries.message(), title::kQuorvi2Error, MessageIcon::kCritical});
@@ -558,12 +561,12 @@ void MainWindow::Activate() {
   MList3_->clear();
   for (const std::string& entry : entries.value()) MList3_->addItem(Q(entry));
   applying_ = false;
-  SelectDeviceNamed(state_.settings.deviceName);
+  SelectFrom(catalogue, state_.settings.deviceName);
   if (legacy.device) {
     // "/D:" loads the record only; the frames stay as set for the saved device.
     panelDevice_->setText(Q(*legacy.device));
     DeviceDescriptor device = state_.device;
-    if (Result<std::optional<VddCaptions>> loaded = LoadDeviceRecord(state_.paths.Catalogue(), *legacy.device, device);
+    if (Result<std::optional<VddCaptions>> loaded = LoadDeviceRecord(catalogue.value(), *legacy.device, device);
         loaded) {
       state_.device = device;
       session_.InsertChipForDevice();
@@ -604,7 +607,13 @@ void MainWindow::ReportLoad(const LoadReport& report) {
 }
 
 void MainWindow::SelectDeviceNamed(const std::string& name) {
-  Result<SelectionView> selected = SelectAndRemember(state_, name, false);
+  // Read afresh: the catalogue may have been edited since the last selection.
+  SelectFrom(ReadCatalogue(state_.paths.Catalogue()), name);
+}
+
+void MainWindow::SelectFrom(const Result<CatalogueText>& catalogue, const std::string& name) {
+  Result<SelectionView> selected =
+      catalogue ? SelectAndRemember(state_, catalogue.value(), name, false) : catalogue.status();
   if (!selected) {
     // Unattended, the "/D:" device or the operation's own check speaks instead.
     if (!state_.quiet()) ShowMessage({selected.message(), title::kQuorvi2Error, MessageIcon::kCritical});

@@ -46,7 +46,7 @@ class MainWindow final : public QMainWindow, public UiHost {
   /// First activation: the port report, the device list, the remembered
   /// device, then the legacy options. Runs once.
   void Activate();
-  /// Selects `name` as the panel's second click does.
+  /// Selects `name` as the panel's second click does, from the catalogue as it is now.
   void SelectDeviceNamed(const std::string& name);
   bool busy() const { return busy_; }
 
@@ -68,6 +68,7 @@ class MainWindow final : public QMainWindow, public UiHost {
   bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
+  void SelectFrom(const Result<CatalogueText>& catalogue, const std::string& name);
   void BuildMenus();
   void BuildCommands(QWidget* column);
   QWidget* BuildDevicePanel();

@@ -8,9 +8,9 @@ namespace quorvi {
 
 static_assert(MemoryImage::kConfig18Bytes == kConfig18Registers);
 
-Result<SelectionView> SelectDevice(const std::string& cataloguePath, std::string_view name, DeviceDescriptor& device,
+Result<SelectionView> SelectDevice(const CatalogueText& catalogue, std::string_view name, DeviceDescriptor& device,
                                    MemoryImage& image, bool keepImage) {
-  Result<SelectionView> chosen = ChooseDevice(cataloguePath, name, device);
+  Result<SelectionView> chosen = ChooseDevice(catalogue, name, device);
   if (!chosen) return chosen;
   SelectionView& view = chosen.value();
   if (!keepImage) ResetImageOnSelection(device, image);

@@ -15,10 +15,10 @@
 
 namespace quorvi {
 
-/// Selects device `name` from the catalogue at `cataloguePath`: fills
+/// Selects device `name` from `catalogue`: fills
 /// `device`, blanks `image` unless `keepImage`, and describes the window.
 /// On failure `device` and `image` are left as they were.
-Result<SelectionView> SelectDevice(const std::string& cataloguePath, std::string_view name, DeviceDescriptor& device,
+Result<SelectionView> SelectDevice(const CatalogueText& catalogue, std::string_view name, DeviceDescriptor& device,
                                    MemoryImage& image, bool keepImage);
 
 /// The byte a write puts in the register at 300000h + `offset`: the image's,

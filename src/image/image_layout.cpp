@@ -73,12 +73,10 @@ void PutWordByte(int32_t& cell, uint32_t offset, uint8_t byte, int32_t mask) {
   cell = static_cast<int32_t>((kept | (static_cast<uint32_t>(byte) << shift)) & static_cast<uint32_t>(mask));
 }
 
-void PutByte(const Region& region, ImageCore core, uint32_t offset, uint8_t byte, MemoryImage& image) {
-  const int32_t mask = ProgramWordMask(core);
-  const bool wordCells = core != ImageCore::kSerialEeprom;
+void PutByte(const Region& region, ImageCore core, int32_t mask, uint32_t offset, uint8_t byte, MemoryImage& image) {
   switch (region.area) {
     case Area::kProgram:
-      if (wordCells) {
+      if (core != ImageCore::kSerialEeprom) {
         PutWordByte(image.programBuffer[offset / 2], offset, byte, mask);
       } else {
         image.programBuffer[offset] = byte;
@@ -179,12 +177,11 @@ void AddOutside(const DeviceDescriptor& device, ImageCore core, uint32_t first, 
 
 // Words as the chip holds them, low byte first.
 HexBlock WordBlock(uint32_t address, const int32_t* words, size_t count, int32_t mask) {
-  HexBlock block{address, {}, {}};
-  block.bytes.reserve(2 * count);
+  HexBlock block{address, std::string(2 * count, '\0'), {}};
   for (size_t i = 0; i < count; ++i) {
     const auto word = static_cast<uint32_t>(words[i] & mask);
-    block.bytes += static_cast<char>(word & 0xFFU);
-    block.bytes += static_cast<char>((word >> 8U) & 0xFFU);
+    block.bytes[2 * i] = static_cast<char>(word & 0xFFU);
+    block.bytes[2 * i + 1] = static_cast<char>((word >> 8U) & 0xFFU);
   }
   return block;
 }
@@ -211,6 +208,7 @@ int32_t ProgramWordMask(ImageCore core) {
 PlacementReport PlaceFileBytes(const std::vector<HexBlock>& blocks, const DeviceDescriptor& device,
                                MemoryImage& image) {
   const ImageCore core = ImageCoreOf(device);
+  const int32_t mask = ProgramWordMask(core);
   std::vector<Region> regions = RegionsOf(device, core);
   std::sort(regions.begin(), regions.end(), [](const Region& a, const Region& b) { return a.first < b.first; });
   PlacementReport report;
@@ -221,9 +219,19 @@ PlacementReport PlaceFileBytes(const std::vector<HexBlock>& blocks, const Device
       const uint32_t to = std::min(block.end(), region.first + region.size);
       if (from >= to) continue;
       if (from > covered) AddOutside(device, core, covered, from, report.outside);
-      for (uint32_t a = from; a < to; ++a) {
-        PutByte(region, core, a - region.first, static_cast<uint8_t>(block.bytes[a - block.address]), image);
+      const auto byteAt = [&block](uint32_t a) { return static_cast<uint8_t>(block.bytes[a - block.address]); };
+      uint32_t a = from;
+      if (region.area == Area::kProgram && core != ImageCore::kSerialEeprom) {
+        // The bulk of a file, a whole word at a time.
+        if ((a - region.first) % 2 != 0) {
+          PutByte(region, core, mask, a - region.first, byteAt(a), image);
+          ++a;
+        }
+        for (; a + 1 < to; a += 2) {
+          image.programBuffer[(a - region.first) / 2] = (byteAt(a) | byteAt(a + 1) << 8U) & mask;
+        }
       }
+      for (; a < to; ++a) PutByte(region, core, mask, a - region.first, byteAt(a), image);
       report.oldIdRecords = report.oldIdRecords || region.old;
       covered = to;
     }
@@ -242,8 +250,8 @@ std::vector<HexBlock> ImageFileBlocks(const DeviceDescriptor& device, const Memo
     const int32_t* words = image.programBuffer.data() + firstWord;
     const auto count = static_cast<size_t>(last - firstWord);
     if (core == ImageCore::kSerialEeprom) {
-      HexBlock block{static_cast<uint32_t>(firstWord), {}, {}};
-      for (size_t i = 0; i < count; ++i) block.bytes += static_cast<char>(words[i] & 0xFF);
+      HexBlock block{static_cast<uint32_t>(firstWord), std::string(count, '\0'), {}};
+      for (size_t i = 0; i < count; ++i) block.bytes[i] = static_cast<char>(words[i] & 0xFF);
       blocks.push_back(std::move(block));
     } else {
       blocks.push_back(WordBlock(2 * static_cast<uint32_t>(firstWord), words, count, mask));

@@ -28,40 +28,48 @@ constexpr int32_t kLastConfig18Word = 5;
 
 std::string Hex0x(int32_t value) { return "0x" + HexText(value); }
 
-/// Walks the HEX text character by character, as the old reader did, and
-/// counts lines so that problems can name them.
+std::string BeyondProgram(int32_t address) { return "word address " + Hex0x(address) + " is beyond the program buffer"; }
+
+/// The HEX text as the old reader walked it: from just behind each ':' in
+/// fixed-width fields, whatever lies between. Lines are counted only when a
+/// problem names one.
 class HexStream {
  public:
   explicit HexStream(std::string_view text) : text_(text) {}
 
   /// Skips to just behind the next ':'; false at the end of the file.
   bool SkipPastColon() {
-    while (pos_ < text_.size()) {
-      const char c = text_[pos_++];
-      if (c == '\n') ++line_;
-      if (c == ':') return true;
-    }
-    return false;
+    const size_t colon = text_.find(':', pos_);
+    pos_ = colon == std::string_view::npos ? text_.size() : colon + 1;
+    return colon != std::string_view::npos;
   }
 
   /// The next `count` characters; nothing when the file ends first.
-  std::optional<std::string_view> Take(size_t count) {
-    if (text_.size() - pos_ < count) {
-      pos_ = text_.size();
-      return std::nullopt;
-    }
-    const std::string_view taken = text_.substr(pos_, count);
-    line_ += static_cast<int>(std::count(taken.begin(), taken.end(), '\n'));
+  const char* Take(size_t count) {
+    if (text_.size() - pos_ < count) return nullptr;
     pos_ += count;
-    return taken;
+    return text_.data() + pos_ - count;
   }
 
-  int line() const { return line_; }
+  /// What is left, for a record's data read two characters at a time.
+  std::string_view Rest() const { return text_.substr(pos_); }
+  /// Passes `count` characters of the rest; when they are not all there, the
+  /// whole pairs that are.
+  bool SkipPairs(size_t count) {
+    const size_t left = text_.size() - pos_;
+    pos_ += count <= left ? count : left & ~size_t{1};
+    return count <= left;
+  }
+
+  size_t position() const { return pos_; }
+  int LineAt(size_t position) const {
+    return 1 + static_cast<int>(std::count(text_.begin(), text_.begin() + static_cast<ptrdiff_t>(position), '\n'));
+  }
+  int line() const { return LineAt(pos_); }
 
  private:
   std::string_view text_;
   size_t pos_ = 0;
-  int line_ = 1;
 };
 
 class LoadError {
@@ -103,50 +111,55 @@ Placement PlacementFor(const DeviceDescriptor& device) {
 }
 
 std::optional<LoadError> ReadLegacyHex(std::string_view text, const std::string& path, const Placement& place,
-                                 const LoadOptions& options, MemoryImage& image) {
+                                       const LoadOptions& options, MemoryImage& image) {
   HexStream in(text);
   const auto endedEarly = [&] { return LoadError(path, in.line(), "the file ends before its end record"); };
-  std::string upper = "0000";
+  // The upper address is kept as the type 04 record's digits, second byte first.
+  enum class Upper { kProgram, kConfig18, kOther } upper = Upper::kProgram;
   for (;;) {
     if (options.stop && options.stop()) {
       return LoadError(path, in.line(), "the load was stopped");
     }
     if (!in.SkipPastColon()) return endedEarly();
-    const int recordLine = in.line();
-    const auto countField = in.Take(2);
+    const size_t recordAt = in.position();
+    const auto beyond = [&](const std::string& what) { return LoadError(path, in.LineAt(recordAt), what); };
+    const char* countField = in.Take(2);
     if (!countField) return endedEarly();
-    const int32_t words = HalveHalfEven(HexPairVal(*countField));
+    const int32_t words = HalveHalfEven(HexPairVal({countField, 2}));
     if (words == 0) return std::nullopt;
-    const auto addressField = in.Take(4);
+    const char* addressField = in.Take(4);
     if (!addressField) return endedEarly();
-    int32_t start = HalveHalfEven(HexWordVal(addressField->substr(0, 2), addressField->substr(2)));
+    int32_t start = HalveHalfEven(HexWordVal({addressField, 2}, {addressField + 2, 2}));
     if (start < 0) start += 32768;
-    const auto typeField = in.Take(2);
+    const char* typeField = in.Take(2);
     if (!typeField) return endedEarly();
-    if (*typeField == "01") return std::nullopt;
-    const bool upperRecord = *typeField == "04";
+    if (typeField[0] == '0' && typeField[1] == '1') return std::nullopt;
+    const bool upperRecord = typeField[0] == '0' && typeField[1] == '4';
     const bool configArea = place.smallDevice && start >= kConfigAreaStart && !place.serialEeprom;
 
-    for (int32_t i = 0; i < words; ++i) {
-      const auto low = in.Take(2);
-      if (!low) return endedEarly();
-      const auto high = in.Take(2);
-      if (!high) return endedEarly();
-      const int32_t word = HexWordVal(*high, *low);
+    // The words, then the checksum (never checked). A file that ends inside
+    // them still has its whole words read, as the old reader read them.
+    const std::string_view data = in.Rest();
+    const auto needed = 4 * static_cast<size_t>(words) + 2;
+    const int32_t present = data.size() >= needed ? words : static_cast<int32_t>(data.size() / 4);
+    for (int32_t i = 0; i < present; ++i) {
+      const std::string_view low = data.substr(4 * static_cast<size_t>(i), 2);
+      const std::string_view high = data.substr(4 * static_cast<size_t>(i) + 2, 2);
+      const int32_t word = HexWordVal(high, low);
       const int32_t a = start + i;
 
       if (!place.smallDevice) {
         if (upperRecord) {
-          upper = std::string(*high) + std::string(*low);
-        } else if (upper == "0000") {
-          if (a >= MemoryImage::kProgramSlots) {
-            return LoadError(path, recordLine, "word address " + Hex0x(a) + " is beyond the program buffer");
-          }
+          upper = high == "00" && low == "00" ? Upper::kProgram
+                  : high == "30" && low == "00" ? Upper::kConfig18
+                                                : Upper::kOther;
+        } else if (upper == Upper::kProgram) {
+          if (a >= MemoryImage::kProgramSlots) return beyond(BeyondProgram(a));
           image.programBuffer[static_cast<size_t>(a)] = word;
-        } else if (upper == "3000" && a <= kLastConfig18Word) {
+        } else if (upper == Upper::kConfig18 && a <= kLastConfig18Word) {
           // Word 7 (30000Eh/Fh) would fill a seventh pair that no register takes.
-          image.config18Bytes[2 * static_cast<size_t>(a)] = static_cast<uint8_t>(HexPairVal(*low));
-          image.config18Bytes[2 * static_cast<size_t>(a) + 1] = static_cast<uint8_t>(HexPairVal(*high));
+          image.config18Bytes[2 * static_cast<size_t>(a)] = static_cast<uint8_t>(HexPairVal(low));
+          image.config18Bytes[2 * static_cast<size_t>(a) + 1] = static_cast<uint8_t>(HexPairVal(high));
         }
         continue;
       }
@@ -159,24 +172,21 @@ std::optional<LoadError> ReadLegacyHex(std::string_view text, const std::string&
         } else if (a >= image_address::kDataFirst && a <= kDataAreaLast) {
           const int32_t slot = a - image_address::kDataFirst;
           if (slot >= MemoryImage::kDataSlots) {
-            return LoadError(path, recordLine,
-                             "data EEPROM address " + Hex0x(a) + " is beyond the data buffer (0x2100 to 0x2200)");
+            return beyond("data EEPROM address " + Hex0x(a) + " is beyond the data buffer (0x2100 to 0x2200)");
           }
           image.dataBuffer[static_cast<size_t>(slot)] = static_cast<int16_t>(word);
         }
         continue;
       }
 
-      if (a >= MemoryImage::kProgramSlots) {
-        return LoadError(path, recordLine, "word address " + Hex0x(a) + " is beyond the program buffer");
-      }
+      if (a >= MemoryImage::kProgramSlots) return beyond(BeyondProgram(a));
       image.programBuffer[static_cast<size_t>(a)] = word;
       if (a == image_address::kConfig12 &&
           (place.configAnywhere || (place.configAtRecordStart && start == image_address::kConfig12))) {
         image.configWord = word;
       }
     }
-    if (!in.Take(2)) return endedEarly();  // the checksum, never checked
+    if (!in.SkipPairs(needed)) return endedEarly();
 
     if (place.reportsProgress && options.progress && place.limit != 0 &&
         (start % 128 == 0 || start == place.limit)) {

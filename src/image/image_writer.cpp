@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <string_view>
 
 #include "image/image_layout.h"
 #include "image/image_reader.h"
@@ -18,54 +19,56 @@ namespace {
 constexpr char kLineEnd[] = "\r\n";
 constexpr int32_t kFiveDigitDeviceWords = 32768;
 constexpr int32_t kDataSectionEnd = 0x2200;
-constexpr int32_t kIdRecordPrefixSum = 0x50;
+constexpr uint32_t kIdRecordPrefixSum = 0x50;
 
-/// A word as written: its hex text padded to four digits, then the last two
-/// digits (low byte) before the first two (high byte). Wider texts are
-/// split the same way, as they stand.
-struct WordDigits {
-  std::string low;
-  std::string high;
-};
-
-WordDigits SplitWord(const std::string& hex) {
-  const std::string text = PadLeft(hex, 4);
-  return {text.substr(text.size() - 2), text.substr(0, 2)};
+/// How many digits the old writer's hex text of `value` had: none leading,
+/// padded to `width`, a longer text kept whole.
+uint32_t DigitCount(uint32_t value, uint32_t width) {
+  uint32_t digits = 1;
+  for (uint32_t rest = value >> 4U; rest != 0; rest >>= 4U) ++digits;
+  return std::max(digits, width);
 }
 
-int32_t ByteValue(const std::string& twoDigits) { return HexVal(twoDigits); }
+/// One record of the old layout, built in place and appended whole, with the
+/// sum its checksum comes from.
+class LegacyRecord {
+ public:
+  LegacyRecord(std::string_view start, uint32_t sum) : sum_(sum) { Text(start); }
 
-std::string ChecksumText(int32_t sum) {
-  const int32_t checksum = 256 - (sum % 256);
-  return checksum == 256 ? "00" : PadLeft(HexText(checksum), 2);
-}
-
-void AppendWord(std::string& out, int32_t& sum, const std::string& hex) {
-  const WordDigits digits = SplitWord(hex);
-  out += digits.low;
-  out += digits.high;
-  sum += ByteValue(digits.low) + ByteValue(digits.high);
-}
-
-void AppendByte(std::string& out, uint32_t byte) {
-  static constexpr char kDigits[] = "0123456789ABCDEF";
-  out += kDigits[(byte >> 4U) & 0xFU];
-  out += kDigits[byte & 0xFU];
-}
-
-/// The same for a program word, without building its text when it already
-/// fits four digits (nearly always): a large file saves in a few ms.
-void AppendProgramWord(std::string& out, int32_t& sum, int32_t word) {
-  if (word < 0 || word > 0xFFFF) {
-    AppendWord(out, sum, HexText(word));
-    return;
+  void Text(std::string_view text) { at_ = std::copy(text.begin(), text.end(), at_); }
+  void Byte(uint32_t byte) {
+    *at_++ = kHexDigits[(byte >> 4U) & 0xFU];
+    *at_++ = kHexDigits[byte & 0xFU];
   }
-  const auto low = static_cast<uint32_t>(word) & 0xFFU;
-  const auto high = static_cast<uint32_t>(word) >> 8U;
-  AppendByte(out, low);
-  AppendByte(out, high);
-  sum += static_cast<int32_t>(low + high);
-}
+  /// A field as the old text had it: all its digits; the sum takes the values
+  /// of the first two and of the last two (a five-digit address leaves its middle out).
+  void Field(uint32_t value, uint32_t width) {
+    const uint32_t digits = DigitCount(value, width);
+    for (uint32_t i = digits; i-- > 0;) *at_++ = kHexDigits[(value >> (4 * i)) & 0xFU];
+    sum_ += (value >> (4 * (digits - 2))) + (value & 0xFFU);
+  }
+  /// A word: its text padded to four digits, then the last two digits (low
+  /// byte) before the first two (high byte). A wider text (a word the old
+  /// reader made negative, or one above FFFF) is split the same way.
+  void Word(uint32_t bits) {
+    const uint32_t low = bits & 0xFFU;
+    const uint32_t high = bits >> (4 * (DigitCount(bits, 4) - 2));
+    Byte(low);
+    Byte(high);
+    sum_ += low + high;
+  }
+  /// The checksum, 256 less the sum modulo 256 ("00" for 256), and the line end.
+  void AppendTo(std::string& out) {
+    Byte((256U - sum_ % 256U) & 0xFFU);
+    Text(kLineEnd);
+    out.append(line_, at_);
+  }
+
+ private:
+  char line_[64];  // ':', count, an address of up to 8 digits, type, 8 words, checksum, CR LF
+  char* at_ = line_;
+  uint32_t sum_;
+};
 
 Status CheckRange(int32_t firstWord, int32_t endWord) {
   if (firstWord >= 0 && firstWord <= endWord) return Status::Ok();
@@ -80,48 +83,39 @@ bool WritesIdsAndConfig(const DeviceDescriptor& device, int32_t firstWord, SaveI
 Result<std::string> FormatLegacyHex(int32_t firstWord, int32_t& endWord, const DeviceDescriptor& device,
                                     const MemoryImage& image, SaveIdAnswer answer) {
   if (Status range = CheckRange(firstWord, endWord); !range) return range;
-  const size_t addressWidth = device.programSize < kFiveDigitDeviceWords ? 4 : 5;
+  const uint32_t addressWidth = device.programSize < kFiveDigitDeviceWords ? 4 : 5;
   std::string out;
   out.reserve(static_cast<size_t>(endWord - firstWord) * 5 + 4096);
 
-  out += ':';
   for (int32_t a = firstWord;;) {
     const int32_t remaining = endWord - a;
     const int32_t count = remaining < 7 ? remaining : 8;
-    out += remaining < 7 ? PadLeft(HexText(2 * count), 2) : "10";
-    int32_t sum = 2 * count;
-    const std::string address = PadLeft(HexText(2 * a), addressWidth);
-    sum += ByteValue(address.substr(0, 2)) + ByteValue(address.substr(address.size() - 2));
-    out += address;
-    out += "00";
+    LegacyRecord record(":", 2 * static_cast<uint32_t>(count));
+    record.Byte(2 * static_cast<uint32_t>(count));
+    record.Field(2 * static_cast<uint32_t>(a), addressWidth);
+    record.Text("00");
     for (int32_t i = 0; i < count; ++i) {
       const int32_t slot = a + i;
       if (slot >= MemoryImage::kProgramSlots) {
         return Status::Fail("Cannot save word address 0x" + HexText(slot) + ": it is beyond the program buffer");
       }
-      AppendProgramWord(out, sum, image.programBuffer[static_cast<size_t>(slot)]);
+      record.Word(static_cast<uint32_t>(image.programBuffer[static_cast<size_t>(slot)]));
     }
-    out += ChecksumText(sum);
-    out += kLineEnd;
+    record.AppendTo(out);
     a += count;
     if (a >= endWord) break;
-    out += ':';
   }
 
   const bool dataSection = device.rules.fileSavesDataSection;
   if (dataSection) {
     for (int32_t a = image_address::kDataFirst; a < kDataSectionEnd; a += 8) {
-      out += ":10";
-      const std::string address = PadLeft(HexText(2 * a), 4);
-      int32_t sum = 0x10 + ByteValue(address.substr(0, 2)) + ByteValue(address.substr(2));
-      out += address;
-      out += "00";
+      LegacyRecord record(":10", 0x10);
+      record.Field(2 * static_cast<uint32_t>(a), 4);
+      record.Text("00");
       for (int32_t i = 0; i < 8; ++i) {
-        const auto slot = static_cast<size_t>(a - image_address::kDataFirst + i);
-        AppendWord(out, sum, HexText16(image.dataBuffer[slot]));
+        record.Word(static_cast<uint16_t>(image.dataBuffer[static_cast<size_t>(a - image_address::kDataFirst + i)]));
       }
-      out += ChecksumText(sum);
-      out += kLineEnd;
+      record.AppendTo(out);
     }
   }
 
@@ -133,11 +127,9 @@ Result<std::string> FormatLegacyHex(int32_t firstWord, int32_t& endWord, const D
     const int32_t values[] = {image.idWords[0], image.idWords[1], image.idWords[2], image.idWords[3],
                               image.configWord};
     for (size_t i = 0; i < 5; ++i) {
-      out += kPrefixes[i];
-      int32_t sum = kIdRecordPrefixSum;
-      AppendWord(out, sum, HexText(values[i]));
-      out += ChecksumText(sum);
-      out += kLineEnd;
+      LegacyRecord record(kPrefixes[i], kIdRecordPrefixSum);
+      record.Word(static_cast<uint32_t>(values[i]));
+      record.AppendTo(out);
     }
   }
 

@@ -18,20 +18,11 @@ constexpr int kStartSegment = 0x03;
 constexpr int kLinearAddress = 0x04;
 constexpr int kStartLinear = 0x05;
 constexpr size_t kRecordBytes = 16;
-constexpr char kLineEnd[] = "\r\n";
-constexpr char kDigits[] = "0123456789ABCDEF";
 
 // Our earlier versions summed every ID and configuration record as if its
 // address were 400Eh; those four ID records are known and accepted.
 constexpr std::array<uint32_t, 4> kOldIdRecordAddresses = {0x4000, 0x4002, 0x4004, 0x4006};
 constexpr unsigned kOldIdPrefixSum = 0x50;
-
-int DigitValue(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  return -1;
-}
 
 std::string Hex2(int value) { return PadLeft(HexText(value), 2); }
 
@@ -63,21 +54,23 @@ Status Parser::Decode(std::string_view record, std::vector<uint8_t>& bytes) {
     return Fail("the record \"" + std::string(record) + "\" is not a whole Intel HEX record");
   }
   bytes.resize((record.size() - 1) / 2);
+  const char* digits = record.data() + 1;
+  unsigned sum = 0;
   for (size_t i = 0; i < bytes.size(); ++i) {
-    const int high = DigitValue(record[1 + 2 * i]);
-    const int low = DigitValue(record[2 + 2 * i]);
-    if (high < 0 || low < 0) {
+    const int high = HexDigitValue(digits[2 * i]);
+    const int low = HexDigitValue(digits[2 * i + 1]);
+    if ((high | low) < 0) {
       return Fail("\"" + std::string(record.substr(1 + 2 * i, 2)) + "\" at column " + std::to_string(2 + 2 * i) +
                   " is not a hex byte");
     }
     bytes[i] = static_cast<uint8_t>(high * 16 + low);
+    sum += bytes[i];
   }
   if (bytes[0] + 5U != bytes.size()) {
     return Fail("the record says it holds " + std::to_string(bytes[0]) + " bytes but holds " +
                 std::to_string(bytes.size() - 5));
   }
-  unsigned sum = 0;
-  for (size_t i = 0; i + 1 < bytes.size(); ++i) sum += bytes[i];
+  sum -= bytes.back();
   const auto expected = static_cast<uint8_t>(0x100U - (sum & 0xFFU));
   const uint8_t found = bytes.back();
   if (found == expected) return Status::Ok();
@@ -179,6 +172,26 @@ Result<HexContent> Parser::Run() {
   return std::move(content_);
 }
 
+// One record of at most kRecordBytes data bytes, built in place: a large
+// image is written in a few ms.
+void AppendRecord(std::string& out, unsigned type, uint32_t address, const char* data, size_t count) {
+  char line[1 + 2 * (4 + kRecordBytes + 1) + 2];
+  char* at = line;
+  unsigned sum = 0;
+  const auto put = [&at, &sum](unsigned byte) {
+    *at++ = kHexDigits[byte >> 4U];
+    *at++ = kHexDigits[byte & 0xFU];
+    sum += byte;
+  };
+  *at++ = ':';
+  for (const unsigned byte : {static_cast<unsigned>(count), address >> 8U, address & 0xFFU, type}) put(byte);
+  for (size_t i = 0; i < count; ++i) put(static_cast<uint8_t>(data[i]));
+  put((0x100U - (sum & 0xFFU)) & 0xFFU);
+  *at++ = '\r';
+  *at++ = '\n';
+  out.append(line, at);
+}
+
 }  // namespace
 
 int HexBlock::LineOf(uint32_t offset) const {
@@ -196,38 +209,22 @@ std::string FormatIntelHex(const std::vector<HexBlock>& blocks) {
   size_t total = 0;
   for (const HexBlock& block : blocks) total += block.bytes.size();
   out.reserve(total * 2 + total / kRecordBytes * 13 + 64);
-  const auto appendByte = [&out](unsigned byte, unsigned& sum) {
-    out += kDigits[(byte >> 4U) & 0xFU];
-    out += kDigits[byte & 0xFU];
-    sum += byte;
-  };
   uint32_t upper = 0;
   for (const HexBlock& block : blocks) {
     for (size_t at = 0; at < block.bytes.size();) {
       const uint32_t address = block.address + static_cast<uint32_t>(at);
       if (address >> 16U != upper) {
         upper = address >> 16U;
-        unsigned sum = 0;
-        out += ':';
-        for (const unsigned byte : {2U, 0U, 0U, 4U, upper >> 8U, upper & 0xFFU}) appendByte(byte, sum);
-        appendByte((0x100U - (sum & 0xFFU)) & 0xFFU, sum);
-        out += kLineEnd;
+        const char value[] = {static_cast<char>(upper >> 8U), static_cast<char>(upper & 0xFFU)};
+        AppendRecord(out, kLinearAddress, 0, value, sizeof value);
       }
       const size_t room = kRecordBytes - address % kRecordBytes;
       const size_t count = std::min(room, block.bytes.size() - at);
-      unsigned sum = 0;
-      out += ':';
-      for (const unsigned byte : {static_cast<unsigned>(count), (address >> 8U) & 0xFFU, address & 0xFFU, 0U}) {
-        appendByte(byte, sum);
-      }
-      for (size_t i = 0; i < count; ++i) appendByte(static_cast<uint8_t>(block.bytes[at + i]), sum);
-      appendByte((0x100U - (sum & 0xFFU)) & 0xFFU, sum);
-      out += kLineEnd;
+      AppendRecord(out, kData, address & 0xFFFFU, block.bytes.data() + at, count);
       at += count;
     }
   }
-  out += ":00000001FF";
-  out += kLineEnd;
+  AppendRecord(out, kEnd, 0, nullptr, 0);
   return out;
 }
 

@@ -20,19 +20,11 @@ int64_t RoundHalfEven(double value) {
 
 namespace {
 
-int HexDigitValue(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  return -1;
-}
-
 std::string HexOfUnsigned(uint32_t value) {
-  static constexpr char kDigits[] = "0123456789ABCDEF";
   char text[8];
   size_t used = 0;
   do {
-    text[used++] = kDigits[value & 0xFU];
+    text[used++] = kHexDigits[value & 0xFU];
     value >>= 4U;
   } while (value != 0);
   std::string result(used, '0');
@@ -102,17 +94,6 @@ double VbVal(std::string_view text) {
     if (kind == 'O') return RadixValue(std::string_view(s).substr(2), 8);
   }
   return DecimalValue(s);
-}
-
-int32_t HexPairVal(std::string_view pair) {
-  if (pair.size() != 2) return 0;
-  const int high = HexDigitValue(pair[0]);
-  const int low = HexDigitValue(pair[1]);
-  return high < 0 || low < 0 ? 0 : high * 16 + low;
-}
-
-int32_t HexWordVal(std::string_view high, std::string_view low) {
-  return static_cast<int16_t>(static_cast<uint16_t>(HexPairVal(high) * 256 + HexPairVal(low)));
 }
 
 std::string HexText(int32_t value) { return HexOfUnsigned(static_cast<uint32_t>(value)); }

@@ -2,6 +2,7 @@
 // The old numeric rules the behaviour depends on, each in one place.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -30,13 +31,35 @@ int32_t HexVal(std::string_view text);
 /// fit; no number is 0.
 double VbVal(std::string_view text);
 
+/// Digits of upper-case hex text, by value.
+inline constexpr char kHexDigits[] = "0123456789ABCDEF";
+
+/// A hex digit's value, either case; -1 for any other character. A table:
+/// the HEX readers look up every digit of a file.
+inline constexpr std::array<int8_t, 256> kHexDigitValues = [] {
+  std::array<int8_t, 256> values{};
+  values.fill(-1);
+  for (size_t i = 0; i < 10; ++i) values['0' + i] = static_cast<int8_t>(i);
+  for (size_t i = 0; i < 6; ++i) values['A' + i] = values['a' + i] = static_cast<int8_t>(10 + i);
+  return values;
+}();
+
+constexpr int HexDigitValue(char c) { return kHexDigitValues[static_cast<unsigned char>(c)]; }
+
 /// Two characters read as one byte of a HEX file: 0..255 when both are hex
 /// digits; any other pair reads as 0 (malformed digits are not diagnosed).
-int32_t HexPairVal(std::string_view pair);
+inline int32_t HexPairVal(std::string_view pair) {
+  if (pair.size() != 2) return 0;
+  const int high = HexDigitValue(pair[0]);
+  const int low = HexDigitValue(pair[1]);
+  return high < 0 || low < 0 ? 0 : high * 16 + low;
+}
 
 /// Two such pairs, high then low, as a signed 16-bit number ("8000" and up
 /// come out negative).
-int32_t HexWordVal(std::string_view high, std::string_view low);
+inline int32_t HexWordVal(std::string_view high, std::string_view low) {
+  return static_cast<int16_t>(static_cast<uint16_t>(HexPairVal(high) * 256 + HexPairVal(low)));
+}
 
 /// Upper-case hex text without leading zeros of a 32-bit value; a negative
 /// value shows all eight digits of its two's complement ("FFFFFFFF").

@@ -2,7 +2,7 @@
 #include "util/input_fields.h"
 
 #include <algorithm>
-#include <sstream>
+#include <string_view>
 
 #include "util/file_check.h"
 
@@ -39,16 +39,23 @@ std::string_view TrimBlanks(std::string_view text) {
   return text;
 }
 
+std::vector<std::string> SplitTextLines(std::string_view text) {
+  std::vector<std::string> lines;
+  while (!text.empty()) {
+    const size_t end = text.find('\n');
+    std::string_view line = text.substr(0, end);
+    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+    lines.emplace_back(line);
+  }
+  return lines;
+}
+
 Status ReadTextLines(const std::string& path, std::vector<std::string>& lines) {
   // A FIFO or a device would never end, a huge file would fill the memory.
   const FileContent file = ReadWholeFile(path);
   if (!file.bytes) return Status::Fail(file.problem);
-  lines.clear();
-  std::istringstream text(*file.bytes);
-  for (std::string line; std::getline(text, line);) {
-    if (!line.empty() && line.back() == '\r') line.pop_back();
-    lines.push_back(line);
-  }
+  lines = SplitTextLines(*file.bytes);
   return Status::Ok();
 }
 

@@ -22,6 +22,9 @@ std::vector<InputField> SplitInputFields(const std::vector<std::string>& lines);
 /// `text` without the blanks around it (tabs are kept: the old files never padded with them).
 std::string_view TrimBlanks(std::string_view text);
 
+/// The lines of a text without their CR LF or LF.
+std::vector<std::string> SplitTextLines(std::string_view text);
+
 /// The lines of a text file without their CR LF or LF. A file that is not a
 /// readable regular file of sane size fails with "PATH: REASON".
 Status ReadTextLines(const std::string& path, std::vector<std::string>& lines);

@@ -2,6 +2,8 @@
 // The main window's commands, and the ports they open by name.
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <cstdio>
 
 #include "app/port_registry.h"
@@ -15,12 +17,19 @@
 namespace quorvi {
 namespace {
 
+// Which file the path names: a replaced file is a new one.
+ino_t FileIdentity(const std::string& path) {
+  struct stat info {};
+  return ::stat(path.c_str(), &info) == 0 ? info.st_ino : 0;
+}
+
 // Runs the row's commands, split at ';', as the main window would.
 std::string RunCommands(const std::string& row) {
   test::TempDir home;
   AppState state(AppPaths{home.path().string(), QUORVI_DATA_DIR}, std::make_unique<VirtualClock>(),
                  std::make_unique<RecordingPort>());
   EXPECT_TRUE(LoadSettingsInto(state, "/home/ada").ok());
+  ino_t settingsFile = FileIdentity(state.paths.Settings());
   std::string opened;
   const PortOpener opener = [&opened](long base) -> Result<std::unique_ptr<PortDriver>> {
     char hex[16];
@@ -38,7 +47,10 @@ std::string RunCommands(const std::string& row) {
     const int64_t before = state.clock->Nanoseconds();
     if (port() != nullptr) port()->Clear();
     Status status = Status::Ok();
-    if (w.at(0) == "select") status = SelectAndRemember(state, w.at(1), false).status();
+    std::string said;
+    if (w.at(0) == "select") {
+      status = SelectAndRemember(state, ReadCatalogue(state.paths.Catalogue()).value(), w.at(1), false).status();
+    }
     if (w.at(0) == "mode") status = ChooseMode(state, w.at(1));
     if (w.at(0) == "port") status = ChoosePort(state, PortEntry::kLpt2, opener);
     if (w.at(0) == "custom") status = ChangeCustomAddress(state, w.at(1), opener);
@@ -48,10 +60,16 @@ std::string RunCommands(const std::string& row) {
     }
     if (w.at(0) == "power") state.link.SetVdd("on"), state.link.SetVpp2(kTrue);
     if (w.at(0) == "end") EndSession(state);
+    if (w.at(0) == "file") {
+      const ino_t now = FileIdentity(state.paths.Settings());
+      said = now == settingsFile ? "kept" : "replaced";
+      settingsFile = now;
+    }
     if (w.at(0) == "ready") {
       if (const std::optional<UserMessage> noPort = NoPortMessage(state)) status = Status::Fail(noPort->text);
     }
-    out += (out.empty() ? "" : "; ") + test::Replaced(status.ok() ? "ok" : status.message(), QUORVI_DATA_DIR, "$DATA");
+    if (said.empty()) said = test::Replaced(status.ok() ? "ok" : status.message(), QUORVI_DATA_DIR, "$DATA");
+    out += (out.empty() ? "" : "; ") + said;
     if (w.at(0) == "mode") {
       char writes[64];
       std::snprintf(writes, sizeof writes, ", writes %02X..%02X over %.3f ms", port()->Writes().front(),

@@ -38,6 +38,7 @@ std::string Read(const std::string& read, const std::vector<std::string>& lines,
   std::string verb, argument;
   words >> verb >> argument;
   DeviceDescriptor d = Before();
+  const CatalogueText catalogue = ReadCatalogue(path).value();
   std::string out;
   const auto error = [&out, &path](const std::string& message) {
     std::string text = message;
@@ -57,17 +58,17 @@ std::string Read(const std::string& read, const std::vector<std::string>& lines,
       out += "\n";
     }
   } else if (verb == "record") {
-    if (auto captions = LoadDeviceRecord(path, argument, d); !captions) error(captions.message());
+    if (auto captions = LoadDeviceRecord(catalogue, argument, d); !captions) error(captions.message());
     out += Describe(d) + "\n";
   } else if (verb == "map") {
-    if (Status status = LoadFuseMap(path, std::stoi(argument), d); !status) error(status.message());
+    if (Status status = LoadFuseMap(catalogue, std::stoi(argument), d); !status) error(status.message());
     for (int slot = kFuseNameSlots - 1; slot >= 0; --slot) {
       out += (d.fuseNames[static_cast<size_t>(slot)].empty() ? "_" : d.fuseNames[static_cast<size_t>(slot)]) +
              (slot == 16 ? " | " : slot > 0 ? " " : "");
     }
     out += d.pairFlag ? " pair\n" : "\n";
   } else if (verb == "options") {
-    if (auto list = FillOptionList(path, argument); !list) {
+    if (auto list = FillOptionList(catalogue, argument); !list) {
       error(list.message());
     } else {
       for (const std::string& entry : list.value().entries) out += "\"" + entry + "\" ";
@@ -75,7 +76,7 @@ std::string Read(const std::string& read, const std::vector<std::string>& lines,
     }
   } else if (verb == "list") {
     std::vector<std::string> problems;
-    if (auto list = FillDeviceList(path, d, &problems); !list) {
+    if (auto list = FillDeviceList(catalogue, d, &problems); !list) {
       error(list.message());
     } else {
       for (const std::string& entry : list.value()) out += "\"" + entry + "\" ";
@@ -126,10 +127,9 @@ TEST(CatalogueReads, AMissingOrEmptyFileIsAMessage) {
   DeviceDescriptor d;
   const std::string folder = dir.path().string();
   for (const auto& [name, reason] : {std::pair{path + ".missing", "not found"}, {folder, "is a directory"}}) {
-    EXPECT_EQ(LoadDeviceRecord(name, "16F84", d).message(),
-              "Cannot open the device catalogue " + name + ": " + reason);
+    EXPECT_EQ(ReadCatalogue(name).message(), "Cannot open the device catalogue " + name + ": " + reason);
   }
-  EXPECT_FALSE(FillDeviceList(path, d).ok());
+  EXPECT_FALSE(FillDeviceList(ReadCatalogue(path).value(), d).ok());
 }
 
 TEST(FuseMask, AddsNamedBitsAndSubtractsSlashedOnes) {

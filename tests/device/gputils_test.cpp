@@ -22,7 +22,7 @@
 namespace quorvi {
 namespace {
 
-const std::string kCatalogue = std::string(QUORVI_DATA_DIR) + "/device.ini";
+const CatalogueText kCatalogue = ReadCatalogue(std::string(QUORVI_DATA_DIR) + "/device.ini").value();
 const std::string kHeaders = "/usr/share/gputils/header/";
 
 std::string Lower(std::string text) {

@@ -78,6 +78,7 @@ struct Selection : ::testing::Test {
   std::map<std::string, std::string> views = test::DataSections("selection_views.txt");
   test::TempDir dir;
   const std::string path = dir.Write("device.ini", Catalogue());
+  const CatalogueText catalogue = ReadCatalogue(path).value();
   DeviceDescriptor device;
   MemoryImage image;
 };
@@ -90,7 +91,7 @@ TEST_F(Selection, EachKindOfDeviceShapesTheWindow) {
     std::fill(image.dataBuffer.begin(), image.dataBuffer.end(), int16_t{kUntouched});
     image.idWords.fill(kUntouched);
     image.configWord = kUntouched;
-    Result<SelectionView> view = SelectDevice(path, name, device, image, false);
+    Result<SelectionView> view = SelectDevice(catalogue, name, device, image, false);
     ASSERT_TRUE(view.ok()) << view.message();
     EXPECT_EQ(device.name, name);
     test::ExpectSection(views, name, Describe(view.value(), device, image));
@@ -98,15 +99,15 @@ TEST_F(Selection, EachKindOfDeviceShapesTheWindow) {
 }
 
 TEST_F(Selection, AKeptImageIsLeftAloneAndAFailedSelectionChangesNothing) {
-  ASSERT_TRUE(SelectDevice(path, "16F84", device, image, false).ok());
+  ASSERT_TRUE(SelectDevice(catalogue, "16F84", device, image, false).ok());
   image.programBuffer[5] = 0x1234;
   image.configWord = 0x3FF1;
   const MemoryImage before = image;
-  Result<SelectionView> view = SelectDevice(path, "16F84", device, image, true);
+  Result<SelectionView> view = SelectDevice(catalogue, "16F84", device, image, true);
   ASSERT_TRUE(view.ok());
   EXPECT_TRUE(image == before);
   EXPECT_EQ(view.value().config.txtFuses, " Fuse=3FF1");
-  view = SelectDevice(path, "16F999", device, image, false);
+  view = SelectDevice(catalogue, "16F999", device, image, false);
   EXPECT_EQ(view.message(), "The device 16F999 is not in the catalogue " + path);
   EXPECT_EQ(device.name, "16F84");
   EXPECT_TRUE(image == before);

@@ -21,7 +21,7 @@ TEST(ShippedCatalogue, ListsEveryDeviceWeSupportOnceAndEachLoadsAsItself) {
 }
 
 TEST(ShippedCatalogue, EveryDeviceHasItsOwnMapAndSelects) {
-  const std::string catalogue = std::string(QUORVI_DATA_DIR) + "/device.ini";
+  const CatalogueText catalogue = ReadCatalogue(std::string(QUORVI_DATA_DIR) + "/device.ini").value();
   MemoryImage image;
   for (DeviceDescriptor d : test::ShippedCatalogue()) {
     SCOPED_TRACE(d.name);

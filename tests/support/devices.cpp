@@ -19,17 +19,17 @@ DeviceDescriptor MakeDevice(const DeviceFields& fields) {
 }
 
 std::vector<DeviceDescriptor> ShippedCatalogue() {
-  const std::string path = std::string(QUORVI_DATA_DIR) + "/device.ini";
+  const CatalogueText catalogue = ReadCatalogue(std::string(QUORVI_DATA_DIR) + "/device.ini").value();
   DeviceDescriptor scratch;
-  Result<std::vector<std::string>> names = FillDeviceList(path, scratch);
+  Result<std::vector<std::string>> names = FillDeviceList(catalogue, scratch);
   EXPECT_TRUE(names.ok()) << names.message();
   std::vector<DeviceDescriptor> devices;
   if (!names) return devices;
   for (std::string name : names.value()) {
     name.pop_back();  // the list entry's blank
     DeviceDescriptor d;
-    EXPECT_TRUE(LoadDeviceRecord(path, name, d).ok()) << name;
-    EXPECT_TRUE(LoadFuseMap(path, d.fuseMap, d).ok()) << name;
+    EXPECT_TRUE(LoadDeviceRecord(catalogue, name, d).ok()) << name;
+    EXPECT_TRUE(LoadFuseMap(catalogue, d.fuseMap, d).ok()) << name;
     devices.push_back(d);
   }
   return devices;

@@ -122,7 +122,7 @@ SimApp::SimApp(sim::ChipState chip, const std::string& deviceName, bool realCloc
     app->device.oscList = 1;
     ApplyPartRules(app->device);
   } else if (!deviceName.empty()) {
-    auto view = SelectDevice(paths.Catalogue(), deviceName, app->device, app->image, false);
+    auto view = SelectDevice(ReadCatalogue(paths.Catalogue()).value(), deviceName, app->device, app->image, false);
     if (!view) {
       ADD_FAILURE() << view.message();
     } else {
