@@ -37,4 +37,7 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION electronics)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# Opened only when a port or a trace needs them, so shlibdeps cannot see them.
+get_property(loaded_packages GLOBAL PROPERTY QUORVI_LOADED_PACKAGES)
+list(JOIN loaded_packages ", " CPACK_DEBIAN_PACKAGE_RECOMMENDS)
 include(CPack)

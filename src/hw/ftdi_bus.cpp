@@ -8,9 +8,20 @@
 #include <optional>
 #include <cstdio>
 
+#include "hw/shared_library.h"
+
 namespace quorvi {
 
 namespace {
+
+#define QUORVI_FTDI_CALLS(X)                                                                                   \
+  X(ftdi_new) X(ftdi_free) X(ftdi_usb_open_desc_index) X(ftdi_usb_close) X(ftdi_get_error_string)              \
+  X(ftdi_set_bitmode) X(ftdi_set_latency_timer) X(ftdi_set_baudrate) X(ftdi_tcioflush) X(ftdi_read_data_submit) \
+  X(ftdi_write_data_submit) X(ftdi_transfer_data_done)
+
+struct FtdiCalls {
+  QUORVI_LIBRARY_CALLS(QUORVI_FTDI_CALLS)
+};
 
 // FT232R, FT2232H, FT4232H, FT232H and FT-X: the chips with synchronous bit-bang.
 constexpr std::array<int, 5> kBitBangProducts = {0x6001, 0x6010, 0x6011, 0x6014, 0x6015};
@@ -55,12 +66,13 @@ std::string OpenProblem(int code, const FtdiAddress& address, const char* detail
 
 class LibFtdiBus final : public FtdiBus {
  public:
-  explicit LibFtdiBus(ftdi_context* context, std::string name) : context_(context), name_(std::move(name)) {}
+  LibFtdiBus(std::shared_ptr<const FtdiCalls> calls, ftdi_context* context, std::string name)
+      : ftdi_(std::move(calls)), context_(context), name_(std::move(name)) {}
   ~LibFtdiBus() override {
     // The pins go back to inputs; the board's pull-ups keep the supplies off.
-    ftdi_set_bitmode(context_, 0, BITMODE_RESET);
-    ftdi_usb_close(context_);
-    ftdi_free(context_);
+    ftdi_->ftdi_set_bitmode(context_, 0, BITMODE_RESET);
+    ftdi_->ftdi_usb_close(context_);
+    ftdi_->ftdi_free(context_);
   }
   LibFtdiBus(const LibFtdiBus&) = delete;
   LibFtdiBus& operator=(const LibFtdiBus&) = delete;
@@ -82,12 +94,12 @@ class LibFtdiBus final : public FtdiBus {
 
   Status Start(uint8_t outputs, uint8_t levels) override {
     // Every pin an input while the idle byte is latched: the outputs come up at it, not at 0.
-    if (ftdi_set_latency_timer(context_, kLatencyMs) < 0 || ftdi_set_bitmode(context_, 0, BITMODE_SYNCBB) < 0 ||
-        ftdi_set_baudrate(context_, kBitBangBaud) < 0 || ftdi_tcioflush(context_) < 0) {
+    if (ftdi_->ftdi_set_latency_timer(context_, kLatencyMs) < 0 || ftdi_->ftdi_set_bitmode(context_, 0, BITMODE_SYNCBB) < 0 ||
+        ftdi_->ftdi_set_baudrate(context_, kBitBangBaud) < 0 || ftdi_->ftdi_tcioflush(context_) < 0) {
       return Fail("cannot enter bit-bang mode");
     }
     if (Result<std::vector<uint8_t>> latched = Transfer(std::span(&levels, 1)); !latched) return latched.status();
-    if (ftdi_set_bitmode(context_, outputs, BITMODE_SYNCBB) < 0) return Fail("cannot drive its pins");
+    if (ftdi_->ftdi_set_bitmode(context_, outputs, BITMODE_SYNCBB) < 0) return Fail("cannot drive its pins");
     return Status::Ok();
   }
 
@@ -96,19 +108,20 @@ class LibFtdiBus final : public FtdiBus {
     std::vector<uint8_t> written(out.begin(), out.end());
     std::vector<uint8_t> in(out.size());
     const int size = static_cast<int>(out.size());
-    ftdi_transfer_control* reading = ftdi_read_data_submit(context_, in.data(), size);
-    ftdi_transfer_control* writing = ftdi_write_data_submit(context_, written.data(), size);
-    const int wrote = writing != nullptr ? ftdi_transfer_data_done(writing) : -1;
-    const int read = reading != nullptr ? ftdi_transfer_data_done(reading) : -1;
+    ftdi_transfer_control* reading = ftdi_->ftdi_read_data_submit(context_, in.data(), size);
+    ftdi_transfer_control* writing = ftdi_->ftdi_write_data_submit(context_, written.data(), size);
+    const int wrote = writing != nullptr ? ftdi_->ftdi_transfer_data_done(writing) : -1;
+    const int read = reading != nullptr ? ftdi_->ftdi_transfer_data_done(reading) : -1;
     if (wrote != size || read != size) return Fail("the transfer failed");
     return in;
   }
 
  private:
   Status Fail(const std::string& what) const {
-    return Status::Fail(name_ + ": " + what + " (" + ftdi_get_error_string(context_) + ")");
+    return Status::Fail(name_ + ": " + what + " (" + ftdi_->ftdi_get_error_string(context_) + ")");
   }
 
+  std::shared_ptr<const FtdiCalls> ftdi_;
   ftdi_context* context_;
   std::string name_;
 };
@@ -165,28 +178,31 @@ Result<FtdiAddress> ParseFtdiAddress(std::string_view text) {
 }
 
 Result<std::unique_ptr<FtdiBus>> OpenFtdiBus(const FtdiAddress& address) {
-  ftdi_context* context = ftdi_new();
+  const Result<std::shared_ptr<const FtdiCalls>> calls = LoadCalls<FtdiCalls>(QUORVI_FTDI_SONAME, "An FTDI port");
+  if (!calls) return calls.status();
+  const FtdiCalls& ftdi = *calls.value();
+  ftdi_context* context = ftdi.ftdi_new();
   if (context == nullptr) return Status::Fail("Cannot start libftdi");
   const char* serial = address.serial.empty() ? nullptr : address.serial.c_str();
   int code = -3;
   for (const int product : kBitBangProducts) {
     if (address.product != 0 && product != address.product) continue;
-    code = ftdi_usb_open_desc_index(context, address.vendor, product, nullptr, serial,
+    code = ftdi.ftdi_usb_open_desc_index(context, address.vendor, product, nullptr, serial,
                                     static_cast<unsigned>(address.index));
     if (code != -3) break;
   }
   if (address.product != 0 && code == -3) {
-    code = ftdi_usb_open_desc_index(context, address.vendor, address.product, nullptr, serial,
+    code = ftdi.ftdi_usb_open_desc_index(context, address.vendor, address.product, nullptr, serial,
                                     static_cast<unsigned>(address.index));
   }
   if (code < 0) {
-    const std::string problem = OpenProblem(code, address, ftdi_get_error_string(context));
-    ftdi_free(context);
+    const std::string problem = OpenProblem(code, address, ftdi.ftdi_get_error_string(context));
+    ftdi.ftdi_free(context);
     return Status::Fail(problem);
   }
   std::string name = ChipName(*context);
   if (!address.serial.empty()) name += " serial " + address.serial;
-  return std::unique_ptr<FtdiBus>(std::make_unique<LibFtdiBus>(context, name));
+  return std::unique_ptr<FtdiBus>(std::make_unique<LibFtdiBus>(calls.value(), context, name));
 }
 
 }  // namespace quorvi

@@ -9,9 +9,21 @@
 #include <cstring>
 #include <vector>
 
+#include "hw/shared_library.h"
+
 namespace quorvi {
 
 namespace {
+
+#define QUORVI_GPIOD_CALLS(X)                                                                                   \
+  X(gpiod_chip_open) X(gpiod_chip_close) X(gpiod_chip_num_lines) X(gpiod_chip_get_line) X(gpiod_chip_get_lines) \
+  X(gpiod_line_request_input) X(gpiod_line_request_bulk_output) X(gpiod_line_release) X(gpiod_line_offset)       \
+  X(gpiod_line_update) X(gpiod_line_consumer) X(gpiod_line_is_used) X(gpiod_line_set_value_bulk)                \
+  X(gpiod_line_get_value)
+
+struct GpiodCalls {
+  QUORVI_LIBRARY_CALLS(QUORVI_GPIOD_CALLS)
+};
 
 // What `gpioinfo` shows as the lines' user.
 constexpr const char* kConsumer = "quorvi";
@@ -67,17 +79,17 @@ GpioFailure ChipFailure(int error, const std::string& path) {
 }
 
 // Refusals of a line request; `line` is the one refused, when known.
-GpioFailure LineFailure(int error, const std::string& path, gpiod_line* line) {
+GpioFailure LineFailure(const GpiodCalls& gpiod, int error, const std::string& path, gpiod_line* line) {
   GpioFailure failure{.error = error};
-  if (line != nullptr) failure.offset = gpiod_line_offset(line);
+  if (line != nullptr) failure.offset = gpiod.gpiod_line_offset(line);
   if (error == EACCES || error == EPERM) {
     failure.fault = GpioFault::kDenied;
     failure.group = DeviceGroup(path);
   } else if (error == EBUSY) {
     failure.fault = GpioFault::kBusy;
     // The line's info as the kernel has it now, not as it was when we got the line.
-    if (line != nullptr && gpiod_line_update(line) == 0) {
-      const char* consumer = gpiod_line_consumer(line);
+    if (line != nullptr && gpiod.gpiod_line_update(line) == 0) {
+      const char* consumer = gpiod.gpiod_line_consumer(line);
       failure.holder = consumer != nullptr ? consumer : "";
     }
   }
@@ -86,18 +98,19 @@ GpioFailure LineFailure(int error, const std::string& path, gpiod_line* line) {
 
 class LibgpiodChip final : public GpioChip {
  public:
-  LibgpiodChip(gpiod_chip* chip, std::string path) : chip_(chip), path_(std::move(path)) {}
+  LibgpiodChip(std::shared_ptr<const GpiodCalls> calls, gpiod_chip* chip, std::string path)
+      : gpiod_(std::move(calls)), chip_(chip), path_(std::move(path)) {}
   LibgpiodChip(const LibgpiodChip&) = delete;
   LibgpiodChip& operator=(const LibgpiodChip&) = delete;
   // Closing the chip releases the lines; the outputs keep their last levels
   // until another program takes them, and the line layer leaves them idle.
-  ~LibgpiodChip() override { gpiod_chip_close(chip_); }
+  ~LibgpiodChip() override { gpiod_->gpiod_chip_close(chip_); }
 
   const std::string& Path() const override { return path_; }
 
   std::optional<GpioFailure> Request(std::span<const unsigned> outputs, std::span<const int> levels,
                                      unsigned input) override {
-    const unsigned count = gpiod_chip_num_lines(chip_);
+    const unsigned count = gpiod_->gpiod_chip_num_lines(chip_);
     std::vector<unsigned> offsets(outputs.begin(), outputs.end());
     for (const unsigned offset : offsets) {
       if (offset >= count) return GpioFailure{.fault = GpioFault::kNoLine, .offset = offset, .lines = count};
@@ -107,36 +120,36 @@ class LibgpiodChip final : public GpioChip {
       return GpioFailure{.error = EINVAL};
     }
     // The input first: when it is refused, no output has been driven.
-    input_ = gpiod_chip_get_line(chip_, input);
+    input_ = gpiod_->gpiod_chip_get_line(chip_, input);
     if (input_ == nullptr) return GpioFailure{.error = errno, .offset = input};
-    if (gpiod_line_request_input(input_, kConsumer) != 0) return LineFailure(errno, path_, input_);
+    if (gpiod_->gpiod_line_request_input(input_, kConsumer) != 0) return LineFailure(*gpiod_, errno, path_, input_);
     gpiod_line_bulk_init(&outputs_);
-    if (gpiod_chip_get_lines(chip_, offsets.data(), static_cast<unsigned>(offsets.size()), &outputs_) != 0 ||
-        gpiod_line_request_bulk_output(&outputs_, kConsumer, levels.data()) != 0) {
+    if (gpiod_->gpiod_chip_get_lines(chip_, offsets.data(), static_cast<unsigned>(offsets.size()), &outputs_) != 0 ||
+        gpiod_->gpiod_line_request_bulk_output(&outputs_, kConsumer, levels.data()) != 0) {
       const int error = errno;
-      gpiod_line_release(input_);
+      gpiod_->gpiod_line_release(input_);
       input_ = nullptr;
       // The kernel refuses the bulk as a whole: find the line someone else holds.
       gpiod_line* refused = nullptr;
       for (unsigned i = 0; i < outputs_.num_lines && error == EBUSY && refused == nullptr; ++i) {
         gpiod_line* line = outputs_.lines[i];
-        if (gpiod_line_update(line) == 0 && gpiod_line_is_used(line)) refused = line;
+        if (gpiod_->gpiod_line_update(line) == 0 && gpiod_->gpiod_line_is_used(line)) refused = line;
       }
       gpiod_line_bulk_init(&outputs_);
-      return LineFailure(error, path_, refused);
+      return LineFailure(*gpiod_, error, path_, refused);
     }
     return std::nullopt;
   }
 
   Status SetOutputs(std::span<const int> levels) override {
     if (levels.size() != outputs_.num_lines || levels.empty()) return Lost(EINVAL);
-    if (gpiod_line_set_value_bulk(&outputs_, levels.data()) != 0) return Lost(errno);
+    if (gpiod_->gpiod_line_set_value_bulk(&outputs_, levels.data()) != 0) return Lost(errno);
     return Status::Ok();
   }
 
   Result<bool> GetInput() override {
     if (input_ == nullptr) return Lost(EINVAL);
-    const int level = gpiod_line_get_value(input_);
+    const int level = gpiod_->gpiod_line_get_value(input_);
     if (level < 0) return Lost(errno);
     return level != 0;
   }
@@ -144,6 +157,7 @@ class LibgpiodChip final : public GpioChip {
  private:
   Status Lost(int error) { return Status::Fail(DescribeGpioFailure(path_, {.error = error})); }
 
+  std::shared_ptr<const GpiodCalls> gpiod_;
   gpiod_chip* chip_;
   std::string path_;
   gpiod_line* input_ = nullptr;
@@ -185,9 +199,11 @@ std::string DescribeGpioFailure(std::string_view device, const GpioFailure& fail
 }
 
 Result<std::unique_ptr<GpioChip>> OpenGpioChip(const std::string& path) {
-  gpiod_chip* chip = gpiod_chip_open(path.c_str());
+  const Result<std::shared_ptr<const GpiodCalls>> calls = LoadCalls<GpiodCalls>(QUORVI_GPIOD_SONAME, "A GPIO port");
+  if (!calls) return calls.status();
+  gpiod_chip* chip = calls.value()->gpiod_chip_open(path.c_str());
   if (chip == nullptr) return Status::Fail(DescribeGpioFailure(path, ChipFailure(errno, path)));
-  return std::unique_ptr<GpioChip>(std::make_unique<LibgpiodChip>(chip, path));
+  return std::unique_ptr<GpioChip>(std::make_unique<LibgpiodChip>(calls.value(), chip, path));
 }
 
 }  // namespace quorvi
