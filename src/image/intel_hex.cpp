@@ -56,15 +56,19 @@ Status Parser::Decode(std::string_view record, std::vector<uint8_t>& bytes) {
   bytes.resize((record.size() - 1) / 2);
   const char* digits = record.data() + 1;
   unsigned sum = 0;
+  int invalid = 0;  // negative once any digit is not hex: one test per record, not per byte
   for (size_t i = 0; i < bytes.size(); ++i) {
     const int high = HexDigitValue(digits[2 * i]);
     const int low = HexDigitValue(digits[2 * i + 1]);
-    if ((high | low) < 0) {
-      return Fail("\"" + std::string(record.substr(1 + 2 * i, 2)) + "\" at column " + std::to_string(2 + 2 * i) +
-                  " is not a hex byte");
-    }
+    invalid |= high | low;
     bytes[i] = static_cast<uint8_t>(high * 16 + low);
     sum += bytes[i];
+  }
+  if (invalid < 0) {
+    size_t i = 0;
+    while (HexDigitValue(digits[2 * i]) >= 0 && HexDigitValue(digits[2 * i + 1]) >= 0) ++i;
+    return Fail("\"" + std::string(record.substr(1 + 2 * i, 2)) + "\" at column " + std::to_string(2 + 2 * i) +
+                " is not a hex byte");
   }
   if (bytes[0] + 5U != bytes.size()) {
     return Fail("the record says it holds " + std::to_string(bytes[0]) + " bytes but holds " +
@@ -116,6 +120,8 @@ void Parser::AddData(uint32_t address, const uint8_t* data, size_t count) {
   if (count == 0) return;
   if (content_.blocks.empty() || content_.blocks.back().end() != address) {
     content_.blocks.push_back({address, {}, {}});
+    // Most files are one run of bytes: room for all the rest spares the copies of growing.
+    if (content_.blocks.size() == 1) content_.blocks.back().bytes.reserve(text_.size() / 2);
   }
   HexBlock& block = content_.blocks.back();
   block.lines.emplace_back(static_cast<uint32_t>(block.bytes.size()), line_);
