@@ -35,8 +35,7 @@ OpResult cmdBlank(AppState& state, UiHost& ui) {
   }
   frame.Begin(op_text::kTestingBlank);
   // An empty socket reads as erased: only the ID tells it from a blank chip.
-  if (std::optional<OpResult> stopped = StopForChipIdentity(frame, BlankPlan(state))) return *stopped;
-  frame.PowerUp(BlankPlan(state));
+  if (std::optional<OpResult> stopped = PowerUpIdentifiedChip(frame, BlankPlan(state))) return *stopped;
   const std::optional<Mismatch> firstWritten = FamilyOf(state.device).FirstWrittenWord(frame, n);
   frame.PowerDown();
   if (state.productionMode()) frame.SetSupply(kNominalVolts);
@@ -58,11 +57,12 @@ OpResult cmdFill(AppState& state, UiHost& ui, bool blankCalibration, bool checkC
   if (!frame.CheckDevice({op_text::kSelectProcessor, title::kQuorviError, MessageIcon::kExclamation})) {
     return frame.Finish(OpOutcome::kNoDevice);
   }
-  if (checkChip) {
-    if (std::optional<OpResult> stopped = StopForChipIdentity(frame, ErasePlan(state))) return *stopped;
-  }
   frame.Begin(op_text::kErasing);
-  frame.PowerUp(ErasePlan(state));
+  if (!checkChip) {
+    frame.PowerUp(ErasePlan(state));
+  } else if (std::optional<OpResult> stopped = PowerUpIdentifiedChip(frame, ErasePlan(state))) {
+    return *stopped;
+  }
 
   FamilyOf(state.device).Erase(frame, blankCalibration);
 

@@ -18,9 +18,37 @@ constexpr int kAllOnes18 = 0xFFFF;
 
 std::string Hex(int value) { return HexText(value) + "h"; }
 
+// Applies the state's `wrongChip` policy to what the ID said.
+OpOutcome Judge(OperationFrame& frame, const ChipIdentity& identity) {
+  AppState& state = frame.state();
+  const std::string text = ChipIdentityMessage(state.device, identity);
+  if (text.empty()) return OpOutcome::kOk;
+  UiHost& ui = frame.ui();
+  switch (state.quiet() ? WrongChipPolicy::kStop : state.wrongChip) {
+    case WrongChipPolicy::kForce:
+      ui.ShowMessage({text + " Going on as asked.", title::kQuorvi2Alert, MessageIcon::kInformation});
+      return OpOutcome::kOk;
+    case WrongChipPolicy::kAsk:
+      if (ui.AskYesNo({text + op_text::kGoOnAnyway, title::kQuorvi2Alert, MessageIcon::kExclamation})) {
+        return OpOutcome::kOk;
+      }
+      return OpOutcome::kCancelled;
+    case WrongChipPolicy::kStop: break;
+  }
+  return frame.ReportFailure({text, title::kQuorvi2Error, MessageIcon::kExclamation}, text.c_str());
+}
+
+std::optional<OpResult> Stop(OperationFrame& frame, OpOutcome identity) {
+  if (identity == OpOutcome::kOk) return std::nullopt;
+  frame.End();
+  OpResult stopped = frame.Finish(identity);
+  stopped.wrongChip = true;
+  return stopped;
+}
+
 }  // namespace
 
-ChipIdentity ReadChipIdentity(OperationFrame& frame, const PowerUpPlan& plan) {
+ChipIdentity ReadChipIdentity(OperationFrame& frame, const PowerUpPlan& plan, bool stayOnMatch) {
   const DeviceDescriptor& device = frame.device();
   const std::optional<int> expected = FactsFor(device).deviceId;
   ChipIdentity identity;
@@ -39,7 +67,6 @@ ChipIdentity ReadChipIdentity(OperationFrame& frame, const PowerUpPlan& plan) {
     for (int i = 0; i < kIdIncrements; ++i) protocol.IncrementAddress();
     identity.idWord = protocol.ReadProgramWord();
   }
-  frame.PowerDown();
 
   const int allOnes = pic18 ? kAllOnes18 : kAllOnes14;
   if (identity.idWord == 0 || identity.idWord == allOnes) {
@@ -50,6 +77,8 @@ ChipIdentity ReadChipIdentity(OperationFrame& frame, const PowerUpPlan& plan) {
     identity.verdict = ChipIdentity::Verdict::kOtherPart;
     if (const auto part = PartWithId(identity.idWord, pic18)) identity.part = std::string(*part);
   }
+  identity.powered = stayOnMatch && identity.verdict == ChipIdentity::Verdict::kMatch;
+  if (!identity.powered) frame.PowerDown();
   return identity;
 }
 
@@ -71,32 +100,18 @@ std::string ChipIdentityMessage(const DeviceDescriptor& device, const ChipIdenti
 }
 
 OpOutcome CheckChipIdentity(OperationFrame& frame, const PowerUpPlan& plan) {
-  AppState& state = frame.state();
-  const ChipIdentity identity = ReadChipIdentity(frame, plan);
-  const std::string text = ChipIdentityMessage(state.device, identity);
-  if (text.empty()) return OpOutcome::kOk;
-  UiHost& ui = frame.ui();
-  switch (state.quiet() ? WrongChipPolicy::kStop : state.wrongChip) {
-    case WrongChipPolicy::kForce:
-      ui.ShowMessage({text + " Going on as asked.", title::kQuorvi2Alert, MessageIcon::kInformation});
-      return OpOutcome::kOk;
-    case WrongChipPolicy::kAsk:
-      if (ui.AskYesNo({text + op_text::kGoOnAnyway, title::kQuorvi2Alert, MessageIcon::kExclamation})) {
-        return OpOutcome::kOk;
-      }
-      return OpOutcome::kCancelled;
-    case WrongChipPolicy::kStop: break;
-  }
-  return frame.ReportFailure({text, title::kQuorvi2Error, MessageIcon::kExclamation}, text.c_str());
+  return Judge(frame, ReadChipIdentity(frame, plan));
 }
 
 std::optional<OpResult> StopForChipIdentity(OperationFrame& frame, const PowerUpPlan& plan) {
-  const OpOutcome identity = CheckChipIdentity(frame, plan);
-  if (identity == OpOutcome::kOk) return std::nullopt;
-  frame.End();
-  OpResult stopped = frame.Finish(identity);
-  stopped.wrongChip = true;
-  return stopped;
+  return Stop(frame, CheckChipIdentity(frame, plan));
+}
+
+std::optional<OpResult> PowerUpIdentifiedChip(OperationFrame& frame, const PowerUpPlan& plan) {
+  const ChipIdentity identity = ReadChipIdentity(frame, plan, frame.device().core() == Core::kPic18);
+  if (std::optional<OpResult> stopped = Stop(frame, Judge(frame, identity))) return stopped;
+  if (!identity.powered) frame.PowerUp(plan);
+  return std::nullopt;
 }
 
 }  // namespace quorvi

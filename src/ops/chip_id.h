@@ -17,11 +17,14 @@ struct ChipIdentity {
   int idWord = 0;  // as read, revision bits included
   /// The known part the ID belongs to, for another part.
   std::optional<std::string> part;
+  /// Left in programming mode after a match, as asked.
+  bool powered = false;
 };
 
 /// Reads the device ID of a part that has one (14-bit flash at 2006h, 18F at
-/// 3FFFFEh) in a power cycle of its own, entered as `plan` says.
-ChipIdentity ReadChipIdentity(OperationFrame& frame, const PowerUpPlan& plan);
+/// 3FFFFEh) in a power cycle of its own, entered as `plan` says. A match
+/// stays powered when `stayOnMatch` asks.
+ChipIdentity ReadChipIdentity(OperationFrame& frame, const PowerUpPlan& plan, bool stayOnMatch = false);
 
 /// The message for a chip that is not the selected part (empty for a match).
 std::string ChipIdentityMessage(const DeviceDescriptor& device, const ChipIdentity& identity);
@@ -34,5 +37,10 @@ OpOutcome CheckChipIdentity(OperationFrame& frame, const PowerUpPlan& plan);
 /// The check at an operation's start: the result that ends the operation
 /// (marked `wrongChip`), or nothing when it goes on.
 std::optional<OpResult> StopForChipIdentity(OperationFrame& frame, const PowerUpPlan& plan);
+
+/// The check, then the operation's power-up by `plan`. An 18F goes on in the
+/// power-up its ID was read in, since every one of its sequences sets the
+/// table pointer first; the other cores start again at their reset address.
+std::optional<OpResult> PowerUpIdentifiedChip(OperationFrame& frame, const PowerUpPlan& plan);
 
 }  // namespace quorvi

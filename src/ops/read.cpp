@@ -75,8 +75,7 @@ OpResult cmdRead(AppState& state, UiHost& ui, int16_t readMode) {
   }
 
   // An empty socket reads as all ones (or zeros): the ID says so before the image is overwritten.
-  if (std::optional<OpResult> stopped = StopForChipIdentity(frame, ReadPlan())) return *stopped;
-  frame.PowerUp(ReadPlan());
+  if (std::optional<OpResult> stopped = PowerUpIdentifiedChip(frame, ReadPlan())) return *stopped;
   OpResult result;
   result.refreshConfig = true;
   result.refreshProgramListing = true;

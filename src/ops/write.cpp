@@ -113,10 +113,9 @@ OpResult Writer::Run() {
   UiHost& ui = frame_.ui();
   if (!AskCodeProtection()) return frame_.Finish(OpOutcome::kCancelled);
   if (!ReloadChangedImage()) return frame_.Finish(OpOutcome::kTerminated);
-  if (std::optional<OpResult> stopped = StopForChipIdentity(frame_, WritePlan(state_))) return *stopped;
   frame_.Begin(op_text::kWritingData);
   std::fill(state_.cycleTable.begin(), state_.cycleTable.end(), int16_t{0});
-  frame_.PowerUp(WritePlan(state_));
+  if (std::optional<OpResult> stopped = PowerUpIdentifiedChip(frame_, WritePlan(state_))) return *stopped;
   const bool pic18 = device_.core() == Core::kPic18;
 
   if (!pic18 && state_.options.chkTestBlank) {
