@@ -14,4 +14,11 @@ inline int64_t ThreadCpuNs() {
   return int64_t{t.tv_sec} * 1'000'000'000 + t.tv_nsec;
 }
 
+/// The monotonic clock the waits are timed on.
+inline int64_t MonotonicNs() {
+  timespec t{};
+  clock_gettime(CLOCK_MONOTONIC, &t);
+  return int64_t{t.tv_sec} * 1'000'000'000 + t.tv_nsec;
+}
+
 }  // namespace quorvi

@@ -20,6 +20,8 @@ int64_t SteadyNs() {
 
 // Long waits sleep at most this long between event pumps, so a window repaints.
 constexpr int64_t kIdleSliceNs = 2'000'000;
+constexpr int64_t kUsualSpunPart = 20;
+constexpr int64_t kMostSpunPart = 10;
 
 // steady_clock is CLOCK_MONOTONIC on Linux, so its deadlines are the sleep's.
 void SleepUntil(int64_t steadyNs) {
@@ -61,8 +63,10 @@ int64_t RealClock::Nanoseconds() { return SteadyNs() - origin_; }
 
 void RealClock::Spin(int64_t ns) {
   // Sleep most of the wait so the core is free, and spin the last stretch,
-  // which the scheduler cannot be trusted to end on time.
-  const int64_t margin = wakeUpMarginNs();
+  // which the scheduler cannot be trusted to end on time. A long sleep wakes
+  // later than the short probes did, so the spin grows with the wait: a
+  // twentieth of it, at least the measured margin, at most a tenth.
+  const int64_t margin = std::min(std::max(wakeUpMarginNs(), ns / kUsualSpunPart), ns / kMostSpunPart);
   const int64_t end = SteadyNs() + ns;
   if (ns > margin) SleepUntil(end - margin);
   while (SteadyNs() < end) {
