@@ -13,7 +13,7 @@ Result<std::shared_ptr<const SharedLibrary>> SharedLibrary::Open(const std::stri
     return Status::Fail(feature + " needs the library " + soname + ", which cannot be loaded (" +
                         (why != nullptr ? why : "no reason given") + "); install the package that holds it.");
   }
-  return std::shared_ptr<const SharedLibrary>(new SharedLibrary(handle, soname));
+  return std::shared_ptr<const SharedLibrary>(new SharedLibrary(handle));
 }
 
 SharedLibrary::~SharedLibrary() { dlclose(handle_); }

@@ -27,14 +27,11 @@ class SharedLibrary {
     return call != nullptr;
   }
 
-  const std::string& soname() const { return soname_; }
-
  private:
-  SharedLibrary(void* handle, std::string soname) : handle_(handle), soname_(std::move(soname)) {}
+  explicit SharedLibrary(void* handle) : handle_(handle) {}
   void* Find(const char* name) const;
 
   void* handle_;
-  std::string soname_;
 };
 
 // A table of a library's calls, listed once in an X-macro LIST(X):
