@@ -178,10 +178,11 @@ void AddOutside(const DeviceDescriptor& device, ImageCore core, uint32_t first, 
 // Words as the chip holds them, low byte first.
 HexBlock WordBlock(uint32_t address, const int32_t* words, size_t count, int32_t mask) {
   HexBlock block{address, std::string(2 * count, '\0'), {}};
+  char* out = block.bytes.data();  // a char store through the string would reload its pointer each time
   for (size_t i = 0; i < count; ++i) {
     const auto word = static_cast<uint32_t>(words[i] & mask);
-    block.bytes[2 * i] = static_cast<char>(word & 0xFFU);
-    block.bytes[2 * i + 1] = static_cast<char>((word >> 8U) & 0xFFU);
+    out[2 * i] = static_cast<char>(word & 0xFFU);
+    out[2 * i + 1] = static_cast<char>((word >> 8U) & 0xFFU);
   }
   return block;
 }

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <optional>
 
 #include "util/arith.h"
@@ -18,6 +19,7 @@ constexpr int kStartSegment = 0x03;
 constexpr int kLinearAddress = 0x04;
 constexpr int kStartLinear = 0x05;
 constexpr size_t kRecordBytes = 16;
+constexpr size_t kRecordOverheadChars = 13;  // ':', count, address, type, sum, CR LF
 
 // Our earlier versions summed every ID and configuration record as if its
 // address were 400Eh; those four ID records are known and accepted.
@@ -53,16 +55,21 @@ Status Parser::Decode(std::string_view record, std::vector<uint8_t>& bytes) {
   if (record.size() < 11 || record.size() % 2 == 0) {
     return Fail("the record \"" + std::string(record) + "\" is not a whole Intel HEX record");
   }
-  bytes.resize((record.size() - 1) / 2);
+  const size_t count = (record.size() - 1) / 2;
+  bytes.resize(count);
+  // Locals, not the vector: a byte store may alias its size and pointer,
+  // which the loop would otherwise load again for every byte.
+  uint8_t* out = bytes.data();
   const char* digits = record.data() + 1;
   unsigned sum = 0;
   int invalid = 0;  // negative once any digit is not hex: one test per record, not per byte
-  for (size_t i = 0; i < bytes.size(); ++i) {
+  for (size_t i = 0; i < count; ++i) {
     const int high = HexDigitValue(digits[2 * i]);
     const int low = HexDigitValue(digits[2 * i + 1]);
     invalid |= high | low;
-    bytes[i] = static_cast<uint8_t>(high * 16 + low);
-    sum += bytes[i];
+    const auto byte = static_cast<uint8_t>(high * 16 + low);
+    out[i] = byte;
+    sum += byte;
   }
   if (invalid < 0) {
     size_t i = 0;
@@ -178,15 +185,25 @@ Result<HexContent> Parser::Run() {
   return std::move(content_);
 }
 
-// One record of at most kRecordBytes data bytes, built in place: a large
-// image is written in a few ms.
-void AppendRecord(std::string& out, unsigned type, uint32_t address, const char* data, size_t count) {
-  char line[1 + 2 * (4 + kRecordBytes + 1) + 2];
-  char* at = line;
+// Each byte's two digits, so that a record is written two characters a store.
+constexpr std::array<char, 512> kHexPairs = [] {
+  std::array<char, 512> pairs{};
+  for (size_t byte = 0; byte < 256; ++byte) {
+    pairs[2 * byte] = kHexDigits[byte >> 4U];
+    pairs[2 * byte + 1] = kHexDigits[byte & 0xFU];
+  }
+  return pairs;
+}();
+
+constexpr size_t kLongestRecordChars = kRecordOverheadChars + 2 * kRecordBytes;
+
+// Writes one record of at most kRecordBytes data bytes at `at`, which has
+// room for kLongestRecordChars; returns the end.
+char* PutRecord(char* at, unsigned type, uint32_t address, const char* data, size_t count) {
   unsigned sum = 0;
   const auto put = [&at, &sum](unsigned byte) {
-    *at++ = kHexDigits[byte >> 4U];
-    *at++ = kHexDigits[byte & 0xFU];
+    std::memcpy(at, &kHexPairs[2 * byte], 2);
+    at += 2;
     sum += byte;
   };
   *at++ = ':';
@@ -195,8 +212,27 @@ void AppendRecord(std::string& out, unsigned type, uint32_t address, const char*
   put((0x100U - (sum & 0xFFU)) & 0xFFU);
   *at++ = '\r';
   *at++ = '\n';
-  out.append(line, at);
+  return at;
 }
+
+// Records go straight into the string. It starts with the room its caller
+// works out; should that be short, it grows rather than overruns.
+class RecordWriter {
+ public:
+  explicit RecordWriter(size_t expectedChars) : out_(std::max(expectedChars, kLongestRecordChars), '\0') {}
+  void Put(unsigned type, uint32_t address, const char* data, size_t count) {
+    if (out_.size() - used_ < kLongestRecordChars) out_.resize(2 * out_.size());
+    used_ = static_cast<size_t>(PutRecord(out_.data() + used_, type, address, data, count) - out_.data());
+  }
+  std::string Take() && {
+    out_.resize(used_);
+    return std::move(out_);
+  }
+
+ private:
+  std::string out_;
+  size_t used_ = 0;
+};
 
 }  // namespace
 
@@ -211,10 +247,14 @@ Result<HexContent> ParseIntelHex(std::string_view text, const std::string& path)
 }
 
 std::string FormatIntelHex(const std::vector<HexBlock>& blocks) {
-  std::string out;
-  size_t total = 0;
-  for (const HexBlock& block : blocks) total += block.bytes.size();
-  out.reserve(total * 2 + total / kRecordBytes * 13 + 64);
+  // Room for the most records a block can take: one more at each end for a
+  // start and an end off the 16-byte grid, and an address record per 64 KiB.
+  size_t chars = kRecordOverheadChars;
+  for (const HexBlock& block : blocks) {
+    const size_t size = block.bytes.size();
+    chars += (size / kRecordBytes + 2 + size / 0x10000 + 2) * kLongestRecordChars;
+  }
+  RecordWriter out(chars);
   uint32_t upper = 0;
   for (const HexBlock& block : blocks) {
     for (size_t at = 0; at < block.bytes.size();) {
@@ -222,16 +262,16 @@ std::string FormatIntelHex(const std::vector<HexBlock>& blocks) {
       if (address >> 16U != upper) {
         upper = address >> 16U;
         const char value[] = {static_cast<char>(upper >> 8U), static_cast<char>(upper & 0xFFU)};
-        AppendRecord(out, kLinearAddress, 0, value, sizeof value);
+        out.Put(kLinearAddress, 0, value, sizeof value);
       }
       const size_t room = kRecordBytes - address % kRecordBytes;
       const size_t count = std::min(room, block.bytes.size() - at);
-      AppendRecord(out, kData, address & 0xFFFFU, block.bytes.data() + at, count);
+      out.Put(kData, address & 0xFFFFU, block.bytes.data() + at, count);
       at += count;
     }
   }
-  AppendRecord(out, kEnd, 0, nullptr, 0);
-  return out;
+  out.Put(kEnd, 0, nullptr, 0);
+  return std::move(out).Take();
 }
 
 }  // namespace quorvi
