@@ -247,8 +247,10 @@ void ClearForStandardLoad(int32_t blank, int32_t limit, MemoryImage& image) {
   image.config18Bytes.fill(0xFF);
 }
 
+// Changes the image only once the whole file has been read without error.
 std::optional<LoadError> ReadStandard(std::string_view content, ImageFileKind kind, const std::string& path,
-                                      const DeviceDescriptor& device, MemoryImage& image, LoadReport& report) {
+                                      const DeviceDescriptor& device, std::optional<int32_t> clearTo,
+                                      MemoryImage& image, LoadReport& report) {
   std::vector<HexBlock> blocks;
   if (kind == ImageFileKind::kHex) {
     Result<HexContent> parsed = ParseIntelHex(content, path);
@@ -265,6 +267,7 @@ std::optional<LoadError> ReadStandard(std::string_view content, ImageFileKind ki
     blocks = EvenBytesHalved(blocks);
     report.notes.push_back(path + ": read as our earlier versions saved a serial EEPROM, one byte per word");
   }
+  if (clearTo) ClearForStandardLoad(*clearTo, PlacementFor(device).limit, image);
   const PlacementReport placed = PlaceFileBytes(blocks, device, image);
   if (placed.oldIdRecords) {
     report.notes.push_back(path + ": IDs and configuration read from where our earlier versions saved them");
@@ -318,8 +321,11 @@ LoadReport LoadImageFile(const std::string& path, bool keepBuffer, const DeviceD
     return report;
   }
 
-  // Work on a copy so that a bad file leaves the image as it was.
-  MemoryImage next = image;
+  // A bad file leaves the image as it was: the old reader works on a copy,
+  // the standard one reads the whole file before it changes anything.
+  std::optional<MemoryImage> copy;
+  if (legacy) copy = image;
+  MemoryImage& next = legacy ? *copy : image;
   std::optional<LoadError> error;
   if (legacy) {
     next.configWord = blank;
@@ -330,8 +336,7 @@ LoadReport LoadImageFile(const std::string& path, bool keepBuffer, const DeviceD
     error = kind == ImageFileKind::kHex ? ReadLegacyHex(*content, path, place, options, next)
                                         : ReadLegacyBinary(*content, kind == ImageFileKind::kTif, path, next);
   } else {
-    if (!keepBuffer) ClearForStandardLoad(blank, place.limit, next);
-    error = ReadStandard(*content, kind, path, device, next, report);
+    error = ReadStandard(*content, kind, path, device, keepBuffer ? std::nullopt : std::optional(blank), next, report);
   }
   if (error) {
     report.failure = error->text();
@@ -366,7 +371,7 @@ LoadReport LoadImageFile(const std::string& path, bool keepBuffer, const DeviceD
   }
   if (device.rules.bandgap) next.configWord &= 0x1FF;
 
-  image = std::move(next);
+  if (copy) image = std::move(*copy);
   report.loaded = true;
   return report;
 }
