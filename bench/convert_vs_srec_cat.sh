@@ -53,6 +53,10 @@ timed() {
   { time "$@" >/dev/null 2>&1; } 2>>"$log.cpu"
   end=$EPOCHREALTIME
   echo $((${end/./} - ${start/./})) >>"$log.wall"
+  # Untimed: what a run left for the disk to do is flushed here, so that the
+  # next program's timing holds only its own work. Unflushed, our fsync
+  # would also commit srec_cat's truncation from the run before.
+  sync -f .
 }
 stdout_run() { "$cli" --home home --device 18F8720 --no --quiet-progress convert in.hex - >quorvi-stdout.hex; }
 
