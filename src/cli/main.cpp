@@ -54,7 +54,7 @@ struct Command {
 // (about 2 us apiece on a virtual machine).
 void KeepFreedMemoryForReuse() {
 #ifdef __GLIBC__
-  constexpr int kBytes = 64 << 20;
+  constexpr int kBytes = 32 << 20;  // the most glibc takes for the mmap threshold on 64-bit hosts
   mallopt(M_MMAP_THRESHOLD, kBytes);
   mallopt(M_TRIM_THRESHOLD, kBytes);
 #endif
