@@ -81,7 +81,7 @@ uint64_t PinMap::PinLevels(uint8_t boardByte) const {
   uint64_t levels = 0;
   for (size_t i = 0; i < kBoardLines; ++i) {
     if (static_cast<BoardLine>(i) == BoardLine::kDataIn) continue;
-    const bool high = ((boardByte >> i) & 1U) != 0;
+    const bool high = ((static_cast<unsigned>(boardByte) >> i) & 1U) != 0;
     if (high != lines[i].inverted) levels |= uint64_t{1} << lines[i].pin;
   }
   return levels;

@@ -31,7 +31,7 @@ constexpr uint16_t kSdaBit = 1U << 8;
 uint16_t Levels(uint8_t data, bool dataIn, bool sda) {
   uint16_t levels = (dataIn ? kDataInBit : 0) | (sda ? kSdaBit : 0);
   for (size_t i = 0; i < kDataMasks.size(); ++i) {
-    if ((data & kDataMasks[i]) != 0) levels |= 1U << i;
+    if ((data & kDataMasks[i]) != 0) levels = static_cast<uint16_t>(levels | 1U << i);
   }
   return levels;
 }

@@ -74,7 +74,7 @@ void VcdWriter::Stamp(int64_t ns) {
 
 void VcdWriter::Level(uint16_t levels, size_t wire) {
   char* end = end_;
-  end[0] = (levels >> wire & 1U) != 0 ? '1' : '0';
+  end[0] = (static_cast<unsigned>(levels) >> wire & 1U) != 0 ? '1' : '0';
   end[1] = wires_[wire].id;
   end[2] = '\n';
   end_ = end + 3;
