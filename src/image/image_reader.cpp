@@ -249,8 +249,8 @@ void ClearForStandardLoad(int32_t blank, int32_t limit, MemoryImage& image) {
 
 // Changes the image only once the whole file has been read without error.
 std::optional<LoadError> ReadStandard(std::string_view content, ImageFileKind kind, const std::string& path,
-                                      const DeviceDescriptor& device, std::optional<int32_t> clearTo,
-                                      MemoryImage& image, LoadReport& report) {
+                                      const DeviceDescriptor& device, const Placement& place, bool keepBuffer,
+                                      int32_t blank, MemoryImage& image, LoadReport& report) {
   std::vector<HexBlock> blocks;
   if (kind == ImageFileKind::kHex) {
     Result<HexContent> parsed = ParseIntelHex(content, path);
@@ -267,7 +267,7 @@ std::optional<LoadError> ReadStandard(std::string_view content, ImageFileKind ki
     blocks = EvenBytesHalved(blocks);
     report.notes.push_back(path + ": read as our earlier versions saved a serial EEPROM, one byte per word");
   }
-  if (clearTo) ClearForStandardLoad(*clearTo, PlacementFor(device).limit, image);
+  if (!keepBuffer) ClearForStandardLoad(blank, place.limit, image);
   const PlacementReport placed = PlaceFileBytes(blocks, device, image);
   if (placed.oldIdRecords) {
     report.notes.push_back(path + ": IDs and configuration read from where our earlier versions saved them");
@@ -336,7 +336,7 @@ LoadReport LoadImageFile(const std::string& path, bool keepBuffer, const DeviceD
     error = kind == ImageFileKind::kHex ? ReadLegacyHex(*content, path, place, options, next)
                                         : ReadLegacyBinary(*content, kind == ImageFileKind::kTif, path, next);
   } else {
-    error = ReadStandard(*content, kind, path, device, keepBuffer ? std::nullopt : std::optional(blank), next, report);
+    error = ReadStandard(*content, kind, path, device, place, keepBuffer, blank, next, report);
   }
   if (error) {
     report.failure = error->text();
